@@ -1,0 +1,70 @@
+# The README's commands and a few helpers. Every build lives under build/.
+JOBS ?= 2
+WERROR ?= $(if $(CI),ON,OFF)
+CMAKE_COMMON = -DZORLAN_WERROR=$(WERROR)
+
+.PHONY: all demo test tsan bench bench-smoke clang package-check fuzz format deps clean
+
+all: test
+
+deps:
+	@scripts/install-deps
+
+# Builds and runs the tour example.
+demo: deps
+	cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DZORLAN_BUILD_TESTS=OFF $(CMAKE_COMMON) >/dev/null
+	cmake --build build/release -j$(JOBS) --target tour
+	./build/release/examples/tour
+
+# Builds with AddressSanitizer and UndefinedBehaviorSanitizer and runs every test.
+test: deps
+	cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=Debug -DZORLAN_SANITIZE=address,undefined \
+	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" $(CMAKE_COMMON) >/dev/null
+	cmake --build build/asan -j$(JOBS)
+	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest -j$(JOBS) --output-on-failure --timeout 300
+
+# Builds with ThreadSanitizer and runs the tests labelled concurrency.
+tsan: deps
+	cmake -S . -B build/tsan -DCMAKE_BUILD_TYPE=Debug -DZORLAN_SANITIZE=thread \
+	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DZORLAN_CONCURRENCY_TESTS_ONLY=ON \
+	  -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF $(CMAKE_COMMON) >/dev/null
+	cmake --build build/tsan -j$(JOBS)
+	cd build/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  ctest -j$(JOBS) -L concurrency --output-on-failure --timeout 300
+
+# Release build of the benchmarks; runs each and prints its ratio lines.
+bench: deps
+	cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DZORLAN_BUILD_TESTS=OFF \
+	  -DZORLAN_BUILD_BENCHMARKS=ON -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF \
+	  $(CMAKE_COMMON) >/dev/null
+	cmake --build build/bench -j$(JOBS) --target benchmarks
+	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done
+
+# Clang 14 release build of the library, tests, tools and benchmarks: runs the
+# tests and every benchmark once with a tiny iteration count.
+clang: deps
+	CXX=clang++-14 cmake -S . -B build/clang -DCMAKE_BUILD_TYPE=Release \
+	  -DZORLAN_BUILD_BENCHMARKS=ON $(CMAKE_COMMON) >/dev/null
+	cmake --build build/clang -j$(JOBS) --target all benchmarks
+	cd build/clang && ctest -j$(JOBS) --output-on-failure --timeout 300
+	@for b in build/clang/bench/bench_*; do echo "== $$b (smoke)"; \
+	  $$b --benchmark_min_time=0.0001 >/dev/null || exit 1; done
+
+# Installs into a temporary prefix and builds a program against the CMake package.
+package-check: deps
+	cmake -S . -B build/package -DCMAKE_BUILD_TYPE=Release -DZORLAN_BUILD_TESTS=OFF \
+	  -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF $(CMAKE_COMMON) >/dev/null
+	cmake --build build/package -j$(JOBS)
+	rm -rf build/prefix build/consumer
+	cmake --install build/package --prefix $(CURDIR)/build/prefix >/dev/null
+	cmake -S examples/consumer -B build/consumer -DCMAKE_PREFIX_PATH=$(CURDIR)/build/prefix >/dev/null
+	cmake --build build/consumer -j$(JOBS)
+	LD_LIBRARY_PATH=$(CURDIR)/build/prefix/lib ./build/consumer/consumer
+
+format:
+	find include src tests bench examples tools -name '*.hpp' -o -name '*.cpp' | xargs clang-format-14 -i
+
+clean:
+	rm -rf build
