@@ -1,0 +1,14 @@
+// `zf log`: prints the events of a log file.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace zf {
+
+// Registers the `log` subcommand on `app`.
+void addLogCommand(CLI::App& app);
+
+// The exit code of the subcommand that ran (0 when all went well).
+int exitCode();
+
+}  // namespace zf
