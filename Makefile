@@ -63,6 +63,18 @@ package-check: deps
 	cmake --build build/consumer -j$(JOBS)
 	LD_LIBRARY_PATH=$(CURDIR)/build/prefix/lib ./build/consumer/consumer
 
+# libFuzzer targets built with Clang, ASan and UBSan; each runs FUZZ_SECONDS.
+FUZZ_SECONDS ?= 60
+fuzz: deps
+	CXX=clang++-14 cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=Debug \
+	  -DZORLAN_SANITIZE=address,undefined -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link" \
+	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DZORLAN_BUILD_FUZZERS=ON -DZORLAN_BUILD_TESTS=OFF \
+	  -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF -DBUILD_SHARED_LIBS=OFF >/dev/null
+	cmake --build build/fuzz -j$(JOBS) --target fuzzers
+	@for f in build/fuzz/fuzz/fuzz_*; do name=$$(basename $$f); mkdir -p build/fuzz/corpus/$$name; \
+	  echo "== $$name ($(FUZZ_SECONDS) s)"; \
+	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name || exit 1; done
+
 format:
 	find include src tests bench examples tools -name '*.hpp' -o -name '*.cpp' | xargs clang-format-14 -i
 
