@@ -1,0 +1,146 @@
+#include "Logging/LogFileStorage.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "zorlan/Logging/LogFileError.hpp"
+#include "zorlan/Platform/Precondition.hpp"
+
+namespace zorlan::detail {
+namespace {
+
+constexpr std::string_view kSeparator = ",\n";
+
+std::string errnoText(int error) { return std::strerror(error); }
+
+}  // namespace
+
+LogFileStorage::LogFileStorage(std::filesystem::path path, std::int64_t currentSize,
+                               std::int64_t maxSize, Printer printer)
+    : path_(std::move(path)),
+      currentSize_(currentSize),
+      maxSize_(maxSize),
+      printer_(std::move(printer)) {
+  ZORLAN_PRECONDITION(!__builtin_mul_overflow(maxSize_, std::int64_t{3}, &bound_),
+                      "log file size bound overflows");
+}
+
+LogFileStorage::~LogFileStorage() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
+void LogFileStorage::checkedAdd(std::int64_t bytes) {
+  std::int64_t newSize = 0;
+  ZORLAN_PRECONDITION(!__builtin_add_overflow(currentSize_, bytes, &newSize),
+                      "log file size overflows");
+  if (newSize >= bound_) throw LogFileError(LogFileError::Code::full);
+}
+
+void LogFileStorage::append(std::string_view bytes) {
+  if (deleted_) return;
+  checkedAdd(static_cast<std::int64_t>(bytes.size()));
+  if (contentLength_ > 0) {
+    std::string chunk;
+    chunk.reserve(kSeparator.size() + bytes.size());
+    chunk.append(kSeparator).append(bytes);
+    grow(chunk);
+  } else {
+    grow(bytes);
+  }
+}
+
+void LogFileStorage::grow(std::string_view chunk) {
+  const auto length = static_cast<std::int64_t>(chunk.size());
+  contentLength_ += length;
+  currentSize_ += length;
+  unwritten_.append(chunk);
+  std::string error = writeTail();
+  if (!error.empty()) {
+    printer_("failed appending data at: " + path_.string() + " error: " + error);
+    throw LogFileError(LogFileError::Code::writing);
+  }
+}
+
+std::string LogFileStorage::writeTail() {
+  if (fd_ < 0) {
+    fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (fd_ < 0) return errnoText(errno);
+  }
+  const char* data = unwritten_.data();
+  std::size_t left = unwritten_.size();
+  off_t offset = static_cast<off_t>(diskGoodLength_);
+  while (left > 0) {
+    ssize_t written = ::pwrite(fd_, data, left, offset);
+    if (written < 0) {
+      if (errno == EINTR) continue;
+      return errnoText(errno);
+    }
+    if (written == 0) return "no bytes written";
+    data += written;
+    left -= static_cast<std::size_t>(written);
+    offset += written;
+  }
+  struct stat info {};
+  if (::fstat(fd_, &info) != 0) return errnoText(errno);
+  if (info.st_size != static_cast<off_t>(contentLength_) &&
+      ::ftruncate(fd_, static_cast<off_t>(contentLength_)) != 0) {
+    return errnoText(errno);
+  }
+  diskGoodLength_ = contentLength_;
+  unwritten_.clear();
+  return {};
+}
+
+void LogFileStorage::loadFromDisk() {
+  int in = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  std::int64_t length = 0;
+  int readError = 0;
+  if (in < 0) {
+    readError = errno;
+  } else {
+    // Stream through the file: the bytes are only counted, never kept.
+    char buffer[1 << 16];
+    while (true) {
+      ssize_t n = ::read(in, buffer, sizeof buffer);
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        readError = errno;
+        break;
+      }
+      if (n == 0) break;
+      length += n;
+    }
+    ::close(in);
+  }
+  if (readError != 0) {
+    printer_("failed opening file from disk: " + path_.string() +
+             " error: " + errnoText(readError));
+    return;
+  }
+  try {
+    if (deleted_) return;
+    checkedAdd(length);
+    // The content is empty before the load, so the chunk is the file's bytes
+    // alone, and they are on disk already: the whole-file write would only
+    // repeat them. Its one observable effect, a failure when the file cannot
+    // be written, is kept by opening the file for writing here.
+    contentLength_ += length;
+    currentSize_ += length;
+    diskGoodLength_ = length;
+    if (fd_ < 0) fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (fd_ < 0) {
+      int error = errno;
+      printer_("failed appending data at: " + path_.string() + " error: " + errnoText(error));
+      throw LogFileError(LogFileError::Code::writing);
+    }
+  } catch (const LogFileError& error) {
+    printer_("failed appending data from disk: " + path_.string() + " error: " + error.what());
+  }
+}
+
+}  // namespace zorlan::detail

@@ -1,0 +1,85 @@
+// The bytes of one log file and the append routine that grows them.
+//
+// The described behaviour of a log file is a whole-file rewrite: the file's
+// content is kept in memory, each append adds a chunk ("," and a line feed
+// before every event but the first) and writes the whole content over the
+// file. This class gives the same bytes on disk while writing only the chunk:
+//
+// - Invariant: the first `diskGoodLength_` bytes of the file equal the first
+//   `diskGoodLength_` bytes of the described content. Only bytes at or past
+//   that offset are ever written, so no failure can break it.
+// - A write puts the not-yet-written tail of the content (`unwritten_`) at
+//   offset `diskGoodLength_` and cuts the file to the content's length: the
+//   file then equals the content, as the whole-file write would leave it.
+// - A failed write keeps its chunk in `unwritten_` (the described content has
+//   already grown by it), so the next successful write carries it too, exactly
+//   as the next whole-file write would.
+// - The initial load appends the file's own bytes, which are already on disk:
+//   when it succeeds the content equals the file and nothing is written.
+// - When the content is empty but the file is not (the initial load failed or
+//   was refused as full), `diskGoodLength_` is 0, so the next append replaces
+//   the file with its chunk, as the whole-file write does.
+//
+// Memory: only unwritten chunks are held, never a copy of the file.
+// Not thread-safe: `LogFile` calls it on its serial queue only.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zorlan::detail {
+
+class LogFileStorage {
+ public:
+  // Prints one diagnostic line (the caller decides whether it is shown).
+  using Printer = std::function<void(const std::string&)>;
+
+  // `currentSize` is the file's size as read when opening it.
+  LogFileStorage(std::filesystem::path path, std::int64_t currentSize, std::int64_t maxSize,
+                 Printer printer);
+  ~LogFileStorage();
+  LogFileStorage(const LogFileStorage&) = delete;
+  LogFileStorage& operator=(const LogFileStorage&) = delete;
+
+  // The append routine. Throws LogFileError `full` when the size would reach
+  // three times `maxSize`, `writing` (after printing why) when the write
+  // fails. Does nothing once deleted. Stops the process on size overflow.
+  void append(std::string_view bytes);
+
+  // The initial load: reads the file and appends its bytes through the append
+  // routine. A failed read prints "failed opening file from disk: ..." and
+  // stops; a refused append prints "failed appending data from disk: ...".
+  void loadFromDisk();
+
+  void markDeleted() noexcept { deleted_ = true; }
+  bool isDeleted() const noexcept { return deleted_; }
+  std::int64_t currentSize() const noexcept { return currentSize_; }
+  std::int64_t maxSize() const noexcept { return maxSize_; }
+  // Length of the described in-memory content.
+  std::int64_t contentLength() const noexcept { return contentLength_; }
+  const std::filesystem::path& path() const noexcept { return path_; }
+
+ private:
+  // Grows the content by `chunk` (size already checked) and writes it.
+  void grow(std::string_view chunk);
+  // Writes `unwritten_` at `diskGoodLength_` and cuts the file to the
+  // content's length. Returns an error description on failure.
+  std::string writeTail();
+  void checkedAdd(std::int64_t bytes);
+
+  std::filesystem::path path_;
+  std::int64_t currentSize_;
+  std::int64_t maxSize_;
+  std::int64_t bound_;
+  Printer printer_;
+  bool deleted_ = false;
+  std::int64_t contentLength_ = 0;
+  std::int64_t diskGoodLength_ = 0;
+  std::string unwritten_;
+  int fd_ = -1;
+};
+
+}  // namespace zorlan::detail

@@ -1,0 +1,202 @@
+#include "Logging/LogFileStorage.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "zorlan/Logging/LogFileError.hpp"
+
+namespace zorlan::detail {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readAll(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void writeAll(const fs::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// The described log file, literally: the whole content in memory, rewritten
+// in full after every append.
+struct WholeFileModel {
+  std::string content;
+  std::int64_t currentSize;
+  std::int64_t maxSize;
+
+  // Returns false for `full`.
+  bool append(const std::string& bytes) {
+    if (currentSize + static_cast<std::int64_t>(bytes.size()) >= 3 * maxSize) return false;
+    std::string chunk = content.empty() ? bytes : ",\n" + bytes;
+    content += chunk;
+    currentSize += static_cast<std::int64_t>(chunk.size());
+    return true;
+  }
+};
+
+class LogFileStorageTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() /
+           ("zorlan-storage-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir_);
+    fs::create_directories(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  LogFileStorage::Printer recorder() {
+    return [this](const std::string& line) { printed_.push_back(line); };
+  }
+
+  fs::path dir_;
+  std::vector<std::string> printed_;
+};
+
+TEST_F(LogFileStorageTest, FirstEventHasNoSeparatorLaterOnesFollowCommaNewline) {
+  fs::path path = dir_ / "a.log";
+  writeAll(path, "");
+  LogFileStorage storage(path, 0, 1000, recorder());
+  storage.loadFromDisk();
+  storage.append("{\"n\":1}");
+  EXPECT_EQ(readAll(path), "{\"n\":1}");
+  storage.append("{\"n\":2}");
+  storage.append("{\"n\":3}");
+  EXPECT_EQ(readAll(path), "{\"n\":1},\n{\"n\":2},\n{\"n\":3}");
+  EXPECT_EQ(storage.currentSize(), 7 + 9 + 9);
+  EXPECT_TRUE(printed_.empty());
+}
+
+TEST_F(LogFileStorageTest, BoundIsThreeTimesMaxSizeExclusive) {
+  fs::path path = dir_ / "b.log";
+  writeAll(path, "");
+  {
+    LogFileStorage storage(path, 0, 10, recorder());
+    storage.append(std::string(29, 'x'));  // 29 < 30: accepted
+    EXPECT_EQ(storage.currentSize(), 29);
+  }
+  {
+    LogFileStorage storage(path, 0, 10, recorder());
+    try {
+      storage.append(std::string(30, 'x'));  // reaches exactly 30: full
+      FAIL() << "expected full";
+    } catch (const LogFileError& error) {
+      EXPECT_EQ(error.code(), LogFileError::Code::full);
+    }
+  }
+}
+
+TEST_F(LogFileStorageTest, InitialLoadCountsTheFileTwiceAndKeepsItsBytes) {
+  fs::path path = dir_ / "c.log";
+  writeAll(path, "{\"old\":1}");
+  LogFileStorage storage(path, 9, 100, recorder());
+  storage.loadFromDisk();
+  EXPECT_EQ(storage.currentSize(), 18);  // the size read at opening, plus the loaded bytes
+  EXPECT_EQ(storage.contentLength(), 9);
+  storage.append("{\"new\":2}");
+  EXPECT_EQ(readAll(path), "{\"old\":1},\n{\"new\":2}");
+}
+
+TEST_F(LogFileStorageTest, MatchesTheWholeFileRewriteThroughRefusalsAndFailures) {
+  // maxSize 6: bound 18. The file starts with 7 bytes, so the initial load
+  // (7 + 7 = 14 < 18) is accepted, then appends run into `full`.
+  fs::path sub = dir_ / "sub";
+  fs::create_directories(sub);
+  fs::path path = sub / "d.log";
+  writeAll(path, "1234567");
+  WholeFileModel model{"", 7, 6};
+  ASSERT_TRUE(model.append("1234567"));
+  LogFileStorage storage(path, 7, 6, recorder());
+  storage.loadFromDisk();
+  ASSERT_EQ(storage.currentSize(), model.currentSize);
+
+  for (const std::string& bytes : {std::string("a"), std::string("bcdefgh")}) {
+    bool accepted = model.append(bytes);
+    if (accepted) {
+      storage.append(bytes);
+    } else {
+      EXPECT_THROW(storage.append(bytes), LogFileError);
+    }
+    EXPECT_EQ(readAll(path), model.content);
+    EXPECT_EQ(storage.currentSize(), model.currentSize);
+  }
+}
+
+TEST_F(LogFileStorageTest, FailedWriteKeepsItsChunkForTheNextWrite) {
+  fs::path sub = dir_ / "gone";
+  fs::path path = sub / "e.log";
+  LogFileStorage storage(path, 0, 1000, recorder());
+  try {
+    storage.append("{\"n\":1}");  // the folder does not exist: the write fails
+    FAIL() << "expected writing";
+  } catch (const LogFileError& error) {
+    EXPECT_EQ(error.code(), LogFileError::Code::writing);
+  }
+  ASSERT_EQ(printed_.size(), 1u);
+  EXPECT_EQ(printed_[0].rfind("failed appending data at: " + path.string() + " error: ", 0), 0u);
+  fs::create_directories(sub);
+  storage.append("{\"n\":2}");
+  // The whole-file write of the described content carries the failed chunk.
+  EXPECT_EQ(readAll(path), "{\"n\":1},\n{\"n\":2}");
+}
+
+TEST_F(LogFileStorageTest, RefusedInitialLoadLetsTheNextAppendReplaceTheFile) {
+  fs::path path = dir_ / "f.log";
+  writeAll(path, "0123456789");  // 10 bytes, maxSize 6: 10 + 10 >= 18
+  LogFileStorage storage(path, 10, 6, recorder());
+  storage.loadFromDisk();
+  ASSERT_EQ(printed_.size(), 1u);
+  EXPECT_EQ(printed_[0], "failed appending data from disk: " + path.string() +
+                             " error: LogFileError.full");
+  EXPECT_EQ(storage.contentLength(), 0);
+  storage.append("{}");  // 10 + 2 < 18: accepted; the content is just this event
+  EXPECT_EQ(readAll(path), "{}");
+}
+
+TEST_F(LogFileStorageTest, UnreadableFileIsReportedAndStaysEmptyInMemory) {
+  fs::path path = dir_ / "dir.log";
+  fs::create_directories(path);  // a folder where the file should be: reading fails
+  LogFileStorage storage(path, 0, 100, recorder());
+  storage.loadFromDisk();
+  ASSERT_EQ(printed_.size(), 1u);
+  EXPECT_EQ(printed_[0].rfind("failed opening file from disk: " + path.string() + " error: ", 0),
+            0u);
+  EXPECT_EQ(storage.contentLength(), 0);
+  EXPECT_THROW(storage.append("{}"), LogFileError);
+}
+
+TEST_F(LogFileStorageTest, DeletedFileIgnoresAppends) {
+  fs::path path = dir_ / "g.log";
+  writeAll(path, "");
+  LogFileStorage storage(path, 0, 100, recorder());
+  storage.markDeleted();
+  storage.append("{}");
+  EXPECT_EQ(readAll(path), "");
+  EXPECT_EQ(storage.currentSize(), 0);
+}
+
+TEST_F(LogFileStorageTest, RandomAppendsMatchTheModelByteForByte) {
+  fs::path path = dir_ / "h.log";
+  writeAll(path, "");
+  WholeFileModel model{"", 0, 200};
+  LogFileStorage storage(path, 0, 200, recorder());
+  std::mt19937 random(7);
+  for (int i = 0; i < 200; ++i) {
+    std::string bytes(random() % 12 + 1, static_cast<char>('a' + random() % 26));
+    if (model.append(bytes)) {
+      storage.append(bytes);
+    } else {
+      EXPECT_THROW(storage.append(bytes), LogFileError);
+    }
+  }
+  EXPECT_EQ(readAll(path), model.content);
+  EXPECT_EQ(storage.currentSize(), model.currentSize);
+}
+
+}  // namespace
+}  // namespace zorlan::detail
