@@ -6,10 +6,10 @@
 namespace zorlan::detail {
 
 void stopProcess(std::string_view kind, std::string_view message,
-                 std::source_location where) noexcept {
-  std::fprintf(stderr, "%.*s: %.*s\n  at %s:%u in %s\n", static_cast<int>(kind.size()),
+                 SourceLocation where) noexcept {
+  std::fprintf(stderr, "%.*s: %.*s\n  at %s:%d in %s\n", static_cast<int>(kind.size()),
                kind.data(), static_cast<int>(message.size()), message.data(), where.file_name(),
-               static_cast<unsigned>(where.line()), where.function_name());
+               where.line(), where.function_name());
   std::fflush(stderr);
   std::abort();
 }

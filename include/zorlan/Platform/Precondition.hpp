@@ -1,7 +1,7 @@
 // Contract checks that stop the process: ZORLAN_PRECONDITION and ZORLAN_FATAL.
 #pragma once
 
-#include <source_location>
+#include "zorlan/Platform/SourceLocation.hpp"
 #include <string_view>
 
 namespace zorlan::detail {
@@ -9,7 +9,7 @@ namespace zorlan::detail {
 // Prints "<kind>: <message>" and the source location to standard error, then
 // aborts. Never returns.
 [[noreturn]] void stopProcess(std::string_view kind, std::string_view message,
-                              std::source_location where) noexcept;
+                              ::zorlan::SourceLocation where) noexcept;
 
 }  // namespace zorlan::detail
 
@@ -20,10 +20,10 @@ namespace zorlan::detail {
   do {                                                                       \
     if (!(condition)) [[unlikely]] {                                         \
       ::zorlan::detail::stopProcess("Precondition failed", (message),       \
-                                    ::std::source_location::current());     \
+                                    ::zorlan::SourceLocation::current());     \
     }                                                                        \
   } while (false)
 
 // Stops the process with `message`: an unreachable path was reached.
 #define ZORLAN_FATAL(message) \
-  ::zorlan::detail::stopProcess("Fatal error", (message), ::std::source_location::current())
+  ::zorlan::detail::stopProcess("Fatal error", (message), ::zorlan::SourceLocation::current())
