@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+#include <vector>
+
+#include "zorlan/Dispatch/DispatchQueue.hpp"
+
+namespace zorlan {
+namespace {
+
+class MainRunLoopTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    MainRunLoop::runUntilIdle();
+    DispatchClock::useManualClock(DispatchTime(1'000'000'000));
+  }
+  void TearDown() override {
+    MainRunLoop::runUntilIdle();
+    DispatchClock::useSystemClock();
+  }
+};
+
+TEST_F(MainRunLoopTest, WorkWaitsForTheHostAndRunsInOrderWithWhatItSubmits) {
+  std::vector<int> order;
+  DispatchQueue::main().async([&] {
+    order.push_back(1);
+    DispatchQueue::main().async([&] { order.push_back(3); });
+  });
+  DispatchQueue::main().async([&] { order.push_back(2); });
+  EXPECT_TRUE(order.empty());  // nothing runs until the host runs the queue
+  EXPECT_EQ(MainRunLoop::runUntilIdle(), 3u);
+  EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+TEST_F(MainRunLoopTest, DelayedWorkRunsWhenTheManualClockReachesItsDeadline) {
+  std::vector<std::string> ran;
+  auto now = DispatchTime::now();
+  DispatchQueue::main().asyncAfter(now + DispatchTimeInterval::seconds(2),
+                                   [&] { ran.push_back("2s"); });
+  DispatchQueue::main().asyncAfter(now + DispatchTimeInterval::seconds(1),
+                                   [&] { ran.push_back("1s"); });
+  DispatchWorkItem cancelled([&] { ran.push_back("cancelled"); });
+  DispatchQueue::main().asyncAfter(now + DispatchTimeInterval::milliseconds(500), cancelled);
+  cancelled.cancel();
+  MainRunLoop::runUntilIdle();
+  EXPECT_TRUE(ran.empty());
+  DispatchClock::advance(DispatchTimeInterval::milliseconds(999));
+  MainRunLoop::runUntilIdle();
+  EXPECT_TRUE(ran.empty());  // one nanosecond early
+  DispatchClock::advance(DispatchTimeInterval::milliseconds(1));
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(ran, (std::vector<std::string>{"1s"}));
+  DispatchClock::advance(DispatchTimeInterval::seconds(5));
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(ran, (std::vector<std::string>{"1s", "2s"}));
+}
+
+TEST_F(MainRunLoopTest, StopEndsRunAndSyncFromAnotherThreadRunsOnThatThread) {
+  std::thread::id mainThread = std::this_thread::get_id();
+  std::promise<std::thread::id> syncThread;
+  std::thread worker([&] {
+    std::thread::id ranOn = DispatchQueue::main().sync([] { return std::this_thread::get_id(); });
+    syncThread.set_value(ranOn);
+    DispatchQueue::main().async([] { MainRunLoop::stop(); });
+  });
+  MainRunLoop::run();  // returns once the worker's stop request has run
+  worker.join();
+  std::thread::id ranOn = syncThread.get_future().get();
+  EXPECT_NE(ranOn, mainThread);
+}
+
+TEST_F(MainRunLoopTest, RunForReturnsWhenItsTimeIsUp) {
+  int ran = 0;
+  DispatchQueue::main().async([&] { ++ran; });
+  MainRunLoop::runFor(std::chrono::milliseconds(1));
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(MainRunLoopDeathTest, SyncOntoTheMainQueueFromMainQueueWorkStops) {
+  EXPECT_DEATH(
+      {
+        DispatchQueue::main().async([] { DispatchQueue::main().sync([] {}); });
+        MainRunLoop::runUntilIdle();
+      },
+      "would deadlock");
+}
+
+}  // namespace
+}  // namespace zorlan
