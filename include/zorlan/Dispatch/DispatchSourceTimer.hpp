@@ -1,0 +1,45 @@
+// DispatchSourceTimer: a timer that runs a handler on a queue at a deadline,
+// once or repeatedly.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "zorlan/Dispatch/DispatchQueue.hpp"
+
+namespace zorlan {
+
+// A timer source bound to a queue. Configure it with `schedule` and
+// `setEventHandler`, then `resume()` it. Each firing runs the handler on the
+// queue; a repeating timer's next deadline is the previous deadline plus the
+// interval (missed firings are not replayed in a burst). After `cancel()`
+// returns, no firing that has not started yet runs the handler. On the main
+// queue, firings follow the dispatch clock, so tests drive them with
+// `DispatchClock`'s manual clock and `MainRunLoop::runUntilIdle()`.
+// Thread-safe. Destroying the last handle cancels the timer.
+class DispatchSourceTimer {
+ public:
+  explicit DispatchSourceTimer(DispatchQueue queue);
+  ~DispatchSourceTimer();
+  DispatchSourceTimer(const DispatchSourceTimer&) = delete;
+  DispatchSourceTimer& operator=(const DispatchSourceTimer&) = delete;
+
+  // Sets the first deadline and the repeat interval (`never()`: fire once).
+  // The leeway is accepted for compatibility; firings are never coalesced.
+  // Takes effect at `resume()`, or at once when already resumed.
+  void schedule(DispatchTime deadline,
+                DispatchTimeInterval repeating = DispatchTimeInterval::never(),
+                DispatchTimeInterval leeway = DispatchTimeInterval::nanoseconds(0));
+  void setEventHandler(std::function<void()> handler);
+  // Starts the timer (once; later calls do nothing).
+  void resume();
+  // Stops the timer for good.
+  void cancel();
+  bool isCancelled() const;
+
+ private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace zorlan
