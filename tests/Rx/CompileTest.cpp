@@ -1,0 +1,1 @@
+#include "zorlan/Rx/Rx.hpp"
