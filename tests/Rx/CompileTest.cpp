@@ -1,1 +1,0 @@
-#include "zorlan/Rx/Rx.hpp"
