@@ -3,6 +3,8 @@
 // reactive bindings write through it; applications may add sinks of their own.
 #pragma once
 
+#include <boost/json/value.hpp>
+
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -14,8 +16,6 @@
 #include <vector>
 
 namespace zorlan {
-
-class Encoder;
 
 // Severity of a base-logger event. The order numbers match the library's
 // `LogLevel`, which converts to this level by order number.
@@ -36,8 +36,8 @@ struct LogSource {
   friend bool operator==(const LogSource&, const LogSource&) = default;
 };
 
-// One event handed to sinks. Events encode as one JSON object (the log file
-// sink writes that encoding); `encode` may throw the coding layer's errors.
+// One event handed to sinks. Each event has a JSON form, one object, which
+// the log file sink writes.
 class LogEvent {
  public:
   virtual ~LogEvent() = default;
@@ -50,13 +50,15 @@ class LogEvent {
   virtual const std::optional<LogSource>& source() const = 0;
   // The unqualified name of the event's type, for diagnostics.
   virtual std::string_view typeName() const = 0;
-  // Writes the event as one JSON object.
-  virtual void encode(Encoder& encoder) const = 0;
+  // The event as one JSON object. May throw when the event cannot be
+  // represented (sinks report that and drop the event).
+  virtual boost::json::value toJSON() const = 0;
 };
 
 // The event that `Logger::log(sender, level, ...)` builds. It encodes as
 // {"message", "loggedAt" (seconds since 1970 at encoding), "level", "sender",
 // "file", "line", "function"} followed by "type" and "info" when not empty.
+// "loggedAt" is read from the clock when the JSON form is made.
 class MessageLogEvent final : public LogEvent {
  public:
   MessageLogEvent(std::string sender, LoggerLevel level, std::string type, std::string message,
@@ -68,7 +70,7 @@ class MessageLogEvent final : public LogEvent {
   LoggerLevel level() const override { return level_; }
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "MessageLogEvent"; }
-  void encode(Encoder& encoder) const override;
+  boost::json::value toJSON() const override;
 
   const std::string& sender() const { return sender_; }
   const LogInfo& info() const { return info_; }
