@@ -64,7 +64,7 @@ class DispatchQueue {
   auto sync(F&& work) const -> std::invoke_result_t<F&> {
     using R = std::invoke_result_t<F&>;
     if constexpr (std::is_void_v<R>) {
-      syncInvoke(&callVoid<F>, &work);
+      syncInvoke(&callVoid<F>, const_cast<void*>(static_cast<const void*>(&work)));
     } else {
       std::optional<R> result;
       auto produce = [&] { result.emplace(work()); };

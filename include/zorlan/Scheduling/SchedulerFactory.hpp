@@ -1,0 +1,98 @@
+// SchedulerFactory: an injectable source of reactive schedulers, so that
+// timers and helpers can be given virtual-time schedulers in tests.
+//
+// Each of the eight operations comes in two forms: one returning the
+// immediate-scheduler interface and one returning the full scheduler
+// interface. C++ cannot overload on the return type alone, so the immediate
+// forms carry the suffix `Immediate` (`mainInstanceImmediate()` next to
+// `mainInstance()`). A full scheduler is also an immediate one, so the
+// immediate forms default to the full forms; a substitute overrides them only
+// to hand out something different.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "zorlan/Dispatch/DispatchQueue.hpp"
+#include "zorlan/Rx/SchedulerType.hpp"
+
+namespace zorlan {
+
+class SchedulerFactory {
+ public:
+  virtual ~SchedulerFactory() = default;
+
+  virtual rx::ImmediateSchedulerPtr mainInstanceImmediate() const { return mainInstance(); }
+  virtual rx::SchedulerPtr mainInstance() const = 0;
+  virtual rx::ImmediateSchedulerPtr mainSharedImmediate() const { return mainShared(); }
+  virtual rx::SchedulerPtr mainShared() const = 0;
+  virtual rx::ImmediateSchedulerPtr asyncSharedImmediate() const { return asyncShared(); }
+  virtual rx::SchedulerPtr asyncShared() const = 0;
+  virtual rx::ImmediateSchedulerPtr serialInstanceImmediate(
+      DispatchQoS qos, const std::string& internalSerialQueueName) const {
+    return serialInstance(qos, internalSerialQueueName);
+  }
+  virtual rx::SchedulerPtr serialInstance(DispatchQoS qos,
+                                          const std::string& internalSerialQueueName) const = 0;
+  virtual rx::ImmediateSchedulerPtr serialInstanceImmediate(DispatchQoS qos) const {
+    return serialInstance(qos);
+  }
+  virtual rx::SchedulerPtr serialInstance(DispatchQoS qos) const = 0;
+  virtual rx::ImmediateSchedulerPtr concurrentInstanceImmediate(const DispatchQueue& queue) const {
+    return concurrentInstance(queue);
+  }
+  virtual rx::SchedulerPtr concurrentInstance(const DispatchQueue& queue) const = 0;
+  virtual rx::ImmediateSchedulerPtr concurrentInstanceImmediate(DispatchQoS qos) const {
+    return concurrentInstance(qos);
+  }
+  virtual rx::SchedulerPtr concurrentInstance(DispatchQoS qos) const = 0;
+  virtual rx::ImmediateSchedulerPtr mainConcurrentSharedImmediate() const {
+    return mainConcurrentShared();
+  }
+  virtual rx::SchedulerPtr mainConcurrentShared() const = 0;
+};
+
+// The production factory. Stateless: every instance behaves the same.
+//
+// | operation                 | returns                                             |
+// |---------------------------|-----------------------------------------------------|
+// | mainInstance              | a new `MainScheduler` on each call                  |
+// | mainShared                | `MainScheduler::instance()`                         |
+// | asyncShared               | `MainScheduler::asyncInstance()`                    |
+// | serialInstance(qos, name) | a new `SerialDispatchQueueScheduler` over the       |
+// |                           | global queue of `qos`, queue `name`, leeway zero    |
+// | serialInstance(qos)       | the same, named "rx.global_dispatch_queue.serial"   |
+// | concurrentInstance(queue) | a new `ConcurrentDispatchQueueScheduler`, leeway 0  |
+// | concurrentInstance(qos)   | a new one for the global queue of `qos`, leeway 0   |
+// | mainConcurrentShared      | `ConcurrentMainScheduler::instance()`               |
+class Schedulers final : public SchedulerFactory {
+ public:
+  rx::SchedulerPtr mainInstance() const override;
+  rx::SchedulerPtr mainShared() const override;
+  rx::SchedulerPtr asyncShared() const override;
+  rx::SchedulerPtr serialInstance(DispatchQoS qos,
+                                  const std::string& internalSerialQueueName) const override;
+  rx::SchedulerPtr serialInstance(DispatchQoS qos) const override;
+  rx::SchedulerPtr concurrentInstance(const DispatchQueue& queue) const override;
+  rx::SchedulerPtr concurrentInstance(DispatchQoS qos) const override;
+  rx::SchedulerPtr mainConcurrentShared() const override;
+  using SchedulerFactory::concurrentInstanceImmediate;
+  using SchedulerFactory::serialInstanceImmediate;
+};
+
+// Gives an object its scheduler factory. The library provides no conformer.
+class SchedulerDependencies {
+ public:
+  virtual ~SchedulerDependencies() = default;
+  virtual std::shared_ptr<const SchedulerFactory> schedulerFactory() const = 0;
+};
+
+// Runs work; declared for client code. The library provides no conformer and
+// never calls it.
+class Executor {
+ public:
+  virtual ~Executor() = default;
+  virtual void execute(std::function<void()> work) = 0;
+};
+
+}  // namespace zorlan

@@ -1,0 +1,154 @@
+#include "zorlan/Scheduling/Dispatcher.hpp"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+
+#include "zorlan/Rx/ConcurrentDispatchQueueScheduler.hpp"
+#include "zorlan/Rx/MainScheduler.hpp"
+#include "zorlan/Scheduling/Queues.hpp"
+#include "zorlan/Scheduling/SchedulerFactory.hpp"
+
+namespace zorlan {
+namespace {
+
+class MainQueueTest : public ::testing::Test {
+ protected:
+  void SetUp() override { MainRunLoop::runUntilIdle(); }
+  void TearDown() override {
+    MainRunLoop::runUntilIdle();
+    DispatchClock::useSystemClock();
+  }
+};
+
+using DispatcherTest = MainQueueTest;
+using QueuesTest = MainQueueTest;
+
+TEST_F(DispatcherTest, EverySubscriptionRunsTheWorkAgain) {
+  AsyncDispatcher dispatcher(DispatchQueue::main());
+  int runs = 0;
+  auto single = dispatcher.dispatchSingle([&] { return ++runs; });
+  std::vector<int> values;
+  single.subscribe([&](int v) { values.push_back(v); });
+  single.subscribe([&](int v) { values.push_back(v); });
+  EXPECT_EQ(runs, 0);  // dispatched, not yet run
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(values, (std::vector<int>{1, 2}));
+}
+
+TEST_F(DispatcherTest, FailedResultArrivesAsTheError) {
+  auto single = AsyncDispatcher(DispatchQueue::main()).dispatchSingle([] {
+    return Result<int>::failure(std::make_exception_ptr(std::runtime_error("fetch failed")));
+  });
+  std::string error;
+  bool gotValue = false;
+  single.subscribe([&](int) { gotValue = true; },
+                   [&](std::exception_ptr e) {
+                     try {
+                       std::rethrow_exception(e);
+                     } catch (const std::runtime_error& x) {
+                       error = x.what();
+                     }
+                   });
+  MainRunLoop::runUntilIdle();
+  EXPECT_FALSE(gotValue);
+  EXPECT_EQ(error, "fetch failed");
+  int value = 0;
+  AsyncDispatcher(DispatchQueue::main())
+      .dispatchSingle([] { return Result<int>::success(5); })
+      .subscribe([&](int v) { value = v; });
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(value, 5);
+}
+
+TEST_F(DispatcherTest, CompletableRunsWorkThenCompletesAndIgnoresDisposal) {
+  AsyncDispatcher dispatcher(DispatchQueue::main());
+  std::vector<std::string> log;
+  auto completable = dispatcher.dispatchCompletable([&] { log.push_back("work"); });
+  rx::Disposable d = completable.subscribe([&] { log.push_back("completed"); });
+  d.dispose();  // the dispatched action still runs
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(log, (std::vector<std::string>{"work"}));
+  completable.subscribe([&] { log.push_back("completed"); });
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(log, (std::vector<std::string>{"work", "work", "completed"}));
+}
+
+TEST_F(DispatcherTest, SyncReturnsAndRethrowsAndDispatchAfterWaitsForTheDeadline) {
+  AsyncDispatcher dispatcher(queues::serial("test.dispatcher", DispatchQoS::utility));
+  EXPECT_EQ(dispatcher.sync([] { return 3; }), 3);
+  EXPECT_THROW(dispatcher.sync([]() -> int { throw std::logic_error("x"); }), std::logic_error);
+
+  DispatchClock::useManualClock(DispatchTime(0));
+  AsyncDispatcher main(DispatchQueue::main());
+  bool ran = false;
+  main.dispatchAfter(DispatchTime::now() + DispatchTimeInterval::seconds(1), [&] { ran = true; });
+  MainRunLoop::runUntilIdle();
+  EXPECT_FALSE(ran);
+  DispatchClock::advance(DispatchTimeInterval::seconds(1));
+  MainRunLoop::runUntilIdle();
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(QueuesTest, SerialQueuesCarryThePrefixAndTargetTheGlobalQueue) {
+  DispatchQueue queue = queues::serial("Logging", DispatchQoS::utility);
+  EXPECT_EQ(queue.label(), "com.zorlan.Logging");
+  EXPECT_EQ(queue.qos(), DispatchQoS::utility);
+  EXPECT_EQ(queue.target(), DispatchQueue::global(DispatchQoS::utility));
+  EXPECT_TRUE(queue.isSerial());
+}
+
+TEST_F(QueuesTest, IsMainOnlyOnTheMainQueueNotMerelyTheMainThread) {
+  EXPECT_FALSE(queues::isMain());  // this thread runs no queue right now
+  std::vector<std::pair<std::string, bool>> seen;
+  DispatchQueue background = queues::serial("test.background", DispatchQoS::standard);
+  DispatchQueue::main().async([&] {
+    seen.emplace_back("main", queues::isMain());
+    // sync runs on this (the main) thread, but on the background queue
+    background.sync([&] { seen.emplace_back("background via sync", queues::isMain()); });
+  });
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(seen, (std::vector<std::pair<std::string, bool>>{{"main", true},
+                                                             {"background via sync", false}}));
+}
+
+TEST_F(QueuesTest, AsyncMainIfNeededRunsInlineOnlyOnTheMainQueue) {
+  std::vector<std::string> order;
+  DispatchQueue::main().async([&] {
+    queues::asyncMainIfNeeded([&] { order.push_back("inline"); });
+    order.push_back("returned");
+  });
+  MainRunLoop::runUntilIdle();
+  queues::asyncMainIfNeeded([&] { order.push_back("deferred"); });
+  order.push_back("returned first");
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(order, (std::vector<std::string>{"inline", "returned", "returned first", "deferred"}));
+}
+
+TEST(SchedulersTest, HandsOutSharedAndFreshSchedulersAsDocumented) {
+  Schedulers schedulers;
+  EXPECT_EQ(schedulers.mainShared(), rx::MainScheduler::instance());
+  EXPECT_EQ(schedulers.asyncShared(), rx::MainScheduler::asyncInstance());
+  EXPECT_NE(schedulers.mainShared(), schedulers.asyncShared());
+  EXPECT_NE(schedulers.mainInstance(), schedulers.mainInstance());
+  EXPECT_EQ(schedulers.mainSharedImmediate(), schedulers.mainShared());
+
+  auto serial = std::dynamic_pointer_cast<rx::SerialDispatchQueueScheduler>(
+      schedulers.serialInstance(DispatchQoS::background));
+  ASSERT_NE(serial, nullptr);
+  EXPECT_EQ(serial->queue().label(), "rx.global_dispatch_queue.serial");
+  EXPECT_EQ(serial->queue().target(), DispatchQueue::global(DispatchQoS::background));
+  EXPECT_EQ(serial->leeway(), rx::RxTimeInterval::zero());
+  auto named = std::dynamic_pointer_cast<rx::SerialDispatchQueueScheduler>(
+      schedulers.serialInstance(DispatchQoS::utility, "com.zorlan.timer"));
+  EXPECT_EQ(named->queue().label(), "com.zorlan.timer");
+
+  auto concurrent = std::dynamic_pointer_cast<rx::ConcurrentDispatchQueueScheduler>(
+      schedulers.concurrentInstance(DispatchQoS::userInitiated));
+  ASSERT_NE(concurrent, nullptr);
+  EXPECT_EQ(concurrent->queue(), DispatchQueue::global(DispatchQoS::userInitiated));
+}
+
+}  // namespace
+}  // namespace zorlan
