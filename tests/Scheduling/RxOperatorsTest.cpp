@@ -1,0 +1,173 @@
+#include "zorlan/Scheduling/RxOperators.hpp"
+
+#include <gtest/gtest.h>
+
+#include "zorlan/Rx/Subjects.hpp"
+#include "zorlan/Rx/VirtualTimeScheduler.hpp"
+#include "zorlan/Scheduling/AsyncSequence.hpp"
+
+namespace zorlan {
+namespace {
+
+using namespace std::chrono_literals;
+
+template <class T>
+std::vector<T> elements(const rx::Observable<T>& source) {
+  std::vector<T> out;
+  source.subscribe([&](const T& v) { out.push_back(v); });
+  return out;
+}
+
+TEST(RxOperatorsTest, NeighbourPairs) {
+  auto source = rx::Observable<int>::from({1, 2, 3});
+  EXPECT_EQ(elements(withPrevious(source)), (std::vector<std::pair<int, int>>{{1, 2}, {2, 3}}));
+  EXPECT_EQ(elements(withPreviousOptional(source)),
+            (std::vector<std::pair<std::optional<int>, int>>{
+                {std::nullopt, 1}, {1, 2}, {2, 3}}));
+  EXPECT_EQ(elements(previous(source)), (std::vector<int>{1, 2}));
+  EXPECT_TRUE(elements(withPrevious(rx::Observable<int>::just(1))).empty());
+}
+
+TEST(RxOperatorsTest, OptionalHelpers) {
+  auto source = rx::Observable<std::optional<int>>::from({1, std::nullopt, 3});
+  EXPECT_EQ(elements(unwrap(source)), (std::vector<int>{1, 3}));
+  EXPECT_EQ(elements(orZero(source)), (std::vector<int>{1, 0, 3}));
+  EXPECT_EQ(elements(asOptional(rx::Observable<int>::just(2))),
+            (std::vector<std::optional<int>>{2}));
+  EXPECT_EQ(elements(arrayMap(rx::Observable<std::vector<int>>::just({1, 2}),
+                              [](int v) { return v * 3; })),
+            (std::vector<std::vector<int>>{{3, 6}}));
+}
+
+TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhileTheSourceIsSilent) {
+  auto scheduler = rx::TestScheduler::make();
+  rx::PublishSubject<std::string> silent;
+  std::vector<std::string> seen;
+  int timeouts = 0;
+  rx::Disposable a = afterTimeout(silent.asObservable(), 5s, std::string("timed out"), scheduler,
+                                  [&] { ++timeouts; })
+                         .subscribe([&](const std::string& v) { seen.push_back(v); });
+  scheduler->advanceTo(rx::TestScheduler::at(4s));
+  EXPECT_TRUE(seen.empty());
+  scheduler->advanceTo(rx::TestScheduler::at(5s));
+  silent.onNext("late");
+  EXPECT_EQ(seen, (std::vector<std::string>{"timed out", "late"}));
+  EXPECT_EQ(timeouts, 1);
+
+  rx::PublishSubject<std::string> prompt;
+  std::vector<std::string> promptSeen;
+  rx::Disposable b = afterTimeout(prompt.asObservable(), 5s, std::string("timed out"), scheduler)
+                         .subscribe([&](const std::string& v) { promptSeen.push_back(v); });
+  prompt.onNext("on time");
+  scheduler->advanceBy(10s);
+  EXPECT_EQ(promptSeen, (std::vector<std::string>{"on time"}));
+}
+
+TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
+  rx::PublishSubject<int> source;
+  rx::BehaviorRelay<bool> allowed(false);
+  std::vector<int> seen;
+  rx::Disposable d = ignoreUntil(source.asObservable(), allowed.asObservable())
+                         .subscribe([&](int v) { seen.push_back(v); });
+  source.onNext(1);
+  allowed.accept(true);
+  source.onNext(2);
+  allowed.accept(false);  // once allowed, stays allowed
+  source.onNext(3);
+  EXPECT_EQ(seen, (std::vector<int>{2, 3}));
+}
+
+TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
+  auto failing = rx::Observable<int>::create([](const rx::AnyObserver<int>& o) {
+    o.onNext(1);
+    o.onError(std::make_exception_ptr(std::runtime_error("broken")));
+    return rx::Disposable();
+  });
+  auto results = elements(result(failing));
+  ASSERT_EQ(results.size(), 2u);
+  EXPECT_EQ(*results[0].value(), 1);
+  EXPECT_FALSE(results[1].isSuccess());
+  EXPECT_THROW(results[1].get(), std::runtime_error);
+
+  std::vector<bool> outcomes;
+  result(rx::Completable::empty()).subscribe([&](const Result<rx::Never>& r) {
+    outcomes.push_back(r.isSuccess());
+  });
+  result(rx::Completable::error(std::make_exception_ptr(std::runtime_error("x"))))
+      .subscribe([&](const Result<rx::Never>& r) { outcomes.push_back(r.isSuccess()); });
+  EXPECT_EQ(outcomes, (std::vector<bool>{true, false}));
+}
+
+TEST(RxOperatorsTest, FromCallbacks) {
+  std::function<void(Result<int>)> complete;
+  auto single = singleFrom<int>([&](std::function<void(Result<int>)> done) { complete = done; });
+  int value = 0;
+  single.subscribe([&](int v) { value = v; });
+  EXPECT_EQ(value, 0);
+  complete(Result<int>::success(9));
+  EXPECT_EQ(value, 9);
+
+  bool completed = false;
+  completableFrom([](std::function<void(std::exception_ptr)> done) { done(nullptr); })
+      .subscribe([&] { completed = true; });
+  EXPECT_TRUE(completed);
+}
+
+TEST(AsyncSequenceTest, RunsOneAfterAnotherAndStopsAtTheFirstFailure) {
+  std::vector<rx::PublishSubject<int>> pending(3);
+  std::vector<int> started;
+  auto step = [&](int i) {
+    started.push_back(i);
+    return pending[i].asObservable().take(1).asSingle();
+  };
+  std::vector<int> results;
+  asyncMap(std::vector<int>{0, 1, 2}, step).subscribe([&](const std::vector<int>& r) {
+    results = r;
+  });
+  EXPECT_EQ(started, (std::vector<int>{0}));  // the next starts only after this one
+  pending[0].onNext(10);
+  EXPECT_EQ(started, (std::vector<int>{0, 1}));
+  pending[1].onNext(11);
+  pending[2].onNext(12);
+  EXPECT_EQ(results, (std::vector<int>{10, 11, 12}));
+
+  std::vector<int> ran;
+  std::string failure;
+  asyncForEach(std::vector<int>{1, 2, 3},
+               [&](int i) {
+                 ran.push_back(i);
+                 if (i == 2) {
+                   return rx::Single<int>::error(std::make_exception_ptr(std::runtime_error("2")));
+                 }
+                 return rx::Single<int>::just(i);
+               })
+      .subscribe([] {}, [&](std::exception_ptr e) {
+        try {
+          std::rethrow_exception(e);
+        } catch (const std::runtime_error& x) {
+          failure = x.what();
+        }
+      });
+  EXPECT_EQ(ran, (std::vector<int>{1, 2}));
+  EXPECT_EQ(failure, "2");
+
+  auto compact = asyncCompactMap(std::vector<int>{1, 2, 3}, [](int i) {
+    return rx::Single<std::optional<int>>::just(i % 2 ? std::optional<int>(i) : std::nullopt);
+  });
+  std::vector<int> kept;
+  compact.subscribe([&](const std::vector<int>& r) { kept = r; });
+  EXPECT_EQ(kept, (std::vector<int>{1, 3}));
+}
+
+TEST(RxOperatorsDeathTest, InfallibleThatFailsStopsTheProcess) {
+  EXPECT_DEATH(
+      {
+        auto broken = rx::Infallible<int>::fromObservableUnchecked(
+            rx::Observable<int>::error(std::make_exception_ptr(std::runtime_error("x"))));
+        asDriver(broken).drive([](int) {});
+      },
+      "infallible is not capable of erroring");
+}
+
+}  // namespace
+}  // namespace zorlan
