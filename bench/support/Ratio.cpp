@@ -12,6 +12,9 @@ namespace {
 // still printing the usual console table.
 class RecordingReporter : public benchmark::ConsoleReporter {
  public:
+  // No colours: escape codes would otherwise precede the ratio lines.
+  RecordingReporter() : ConsoleReporter(OO_Tabular) {}
+
   std::map<std::string, double> secondsPerIteration;
 
   void ReportRuns(const std::vector<Run>& runs) override {

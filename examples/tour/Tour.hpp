@@ -9,4 +9,11 @@ namespace tour {
 // Prints a stop's heading.
 inline void heading(std::string_view title) { std::cout << "\n== " << title << "\n"; }
 
+// A behaviour reader following a relay.
+void reactiveValues();
+// Work on a serial queue, and the main queue run by the host.
+void queues();
+// A timer driven by a virtual-time scheduler.
+void virtualTime();
+
 }  // namespace tour
