@@ -22,16 +22,24 @@ struct Collected {
 template <class T>
 std::shared_ptr<Collected<T>> collect(const Observable<T>& source) {
   auto c = std::make_shared<Collected<T>>();
+  // The observer holds the record weakly: the record holds the subscription.
+  std::weak_ptr<Collected<T>> weak = c;
   c->subscription = source.subscribe(AnyObserver<T>::make(
-      [c](const T& v) { c->elements.push_back(v); },
-      [c](std::exception_ptr e) {
+      [weak](const T& v) {
+        if (auto c = weak.lock()) c->elements.push_back(v);
+      },
+      [weak](std::exception_ptr e) {
+        auto c = weak.lock();
+        if (!c) return;
         try {
           std::rethrow_exception(e);
         } catch (const std::exception& x) {
           c->error = x.what();
         }
       },
-      [c] { c->completed = true; }));
+      [weak] {
+        if (auto c = weak.lock()) c->completed = true;
+      }));
   return c;
 }
 

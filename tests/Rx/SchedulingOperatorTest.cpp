@@ -80,6 +80,7 @@ TEST(ShareTest, OneConnectionReplayAndReconnectWhileConnected) {
   auto third = collect(shared);
   EXPECT_EQ(subscriptions, 2);
   EXPECT_TRUE(third->elements.empty());  // the buffer went with the connection
+  third->subscription.dispose();
 }
 
 TEST(ShareTest, ForeverKeepsTheConnectionAndTheEnd) {
@@ -184,10 +185,11 @@ TEST_F(MainQueueTest, SignalDoesNotReplay) {
   Signal<int> signal = asSignal(subject.asObservable(), 0);
   std::vector<int> first;
   std::vector<int> late;
-  signal.emit([&](int v) { first.push_back(v); });
+  DisposeBag bag;
+  signal.emit([&](int v) { first.push_back(v); }).disposed(bag);
   subject.onNext(1);
   MainRunLoop::runUntilIdle();
-  signal.emit([&](int v) { late.push_back(v); });
+  signal.emit([&](int v) { late.push_back(v); }).disposed(bag);
   MainRunLoop::runUntilIdle();
   subject.onNext(2);
   MainRunLoop::runUntilIdle();

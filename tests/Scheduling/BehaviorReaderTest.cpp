@@ -53,6 +53,7 @@ TEST(BehaviorReaderTest, MappedAndDistinctReadersFollowTheirSource) {
   for (int v : {2, 5, 12, 15, 21}) relay.accept(v);
   EXPECT_EQ(doubled.value(), 42);
   EXPECT_EQ(changes, (std::vector<int>{0, 1, 2}));
+  d.dispose();  // a live subscription keeps its reader alive
 }
 
 class RecordingSink : public LogSink {

@@ -61,6 +61,8 @@ TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhileTheSourceIsSilent) {
   prompt.onNext("on time");
   scheduler->advanceBy(10s);
   EXPECT_EQ(promptSeen, (std::vector<std::string>{"on time"}));
+  a.dispose();
+  b.dispose();
 }
 
 TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
@@ -75,6 +77,7 @@ TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
   allowed.accept(false);  // once allowed, stays allowed
   source.onNext(3);
   EXPECT_EQ(seen, (std::vector<int>{2, 3}));
+  d.dispose();
 }
 
 TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {

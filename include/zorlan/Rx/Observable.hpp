@@ -62,14 +62,19 @@ class Sink final : public ObserverBase<T>, public DisposableBase {
   void onNext(const T& element) override {
     if (!stopped_.load(std::memory_order_acquire)) downstream_.onNext(element);
   }
+  // A terminal event also releases the downstream observer (and whatever it
+  // holds): by the sequence grammar no other event of this subscription can
+  // be running at the same time.
   void onError(std::exception_ptr error) override {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return;
-    downstream_.onError(error);
+    AnyObserver<T> downstream = std::exchange(downstream_, AnyObserver<T>());
+    downstream.onError(error);
     disposeUpstream();
   }
   void onCompleted() override {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return;
-    downstream_.onCompleted();
+    AnyObserver<T> downstream = std::exchange(downstream_, AnyObserver<T>());
+    downstream.onCompleted();
     disposeUpstream();
   }
   void dispose() override {
@@ -771,6 +776,7 @@ struct ShareState : std::enable_shared_from_this<ShareState<T>> {
       targets.swap(observers);
       if (scope == SubjectLifetimeScope::forever) {
         terminal = event;
+        connection = Disposable();  // nothing more will come through it
       } else {
         reset();
       }
