@@ -1,0 +1,58 @@
+#include "zorlan/Extensions/Numbers+Conversions.hpp"
+
+#include <chrono>
+#include <cmath>
+
+namespace zorlan {
+namespace detail {
+
+// Reports that `i(double)` was given NaN. The message is meant for the error
+// level of the Extensions log category, with this file as its source; until
+// the logging facade is part of the library this hook reports nothing.
+void reportNaNConversionToInteger() noexcept {}
+
+}  // namespace detail
+
+namespace {
+
+// Whether truncating `value` toward zero gives a signed 64-bit integer.
+template <class T>
+bool truncatesIntoInt64(T value) noexcept {
+  return value >= T(-0x1p63) && value < T(0x1p63);
+}
+
+template <class T>
+std::int64_t truncateChecked(T value) {
+  ZORLAN_PRECONDITION(!std::isnan(value), "Cannot convert NaN to an integer");
+  ZORLAN_PRECONDITION(truncatesIntoInt64(value),
+                      "Floating-point value cannot be converted to Int64: infinite or out of range");
+  return static_cast<std::int64_t>(value);
+}
+
+}  // namespace
+
+// The one forgiving conversion: NaN becomes 0 (reported), not a stop.
+std::int64_t i(double value) {
+  if (std::isnan(value)) {
+    detail::reportNaNConversionToInteger();  // "Attempting to convert NaN into 0"
+    return 0;
+  }
+  return truncateChecked(value);
+}
+
+std::int64_t i(float value) { return truncateChecked(value); }
+
+std::int64_t checkedI(CGFloat value) { return truncateChecked(value); }
+
+rx::RxTimeInterval rxi(double seconds) {
+  const double milliseconds = std::ceil(seconds * 1000.0);
+  // Whole milliseconds that still fit in the interval's nanoseconds.
+  constexpr double kLimit = 9223372036854.0;
+  ZORLAN_PRECONDITION(std::isfinite(milliseconds),
+                      "Cannot convert a non-finite number of seconds to an interval");
+  ZORLAN_PRECONDITION(milliseconds >= -kLimit && milliseconds <= kLimit,
+                      "Seconds out of range for a millisecond interval");
+  return std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds));
+}
+
+}  // namespace zorlan

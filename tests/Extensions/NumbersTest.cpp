@@ -1,0 +1,209 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "zorlan/Extensions/CGFloat+AspectRatio.hpp"
+#include "zorlan/Extensions/Numbers+Conversions.hpp"
+#include "zorlan/Extensions/Numbers+Tolerance.hpp"
+
+namespace zorlan {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+TEST(AspectRatioTest, ConstantsHaveTwoDecimalLabels) {
+  struct Case {
+    CGFloat ratio;
+    const char* label;
+  };
+  const Case cases[] = {
+      {AspectRatio::fourByThree, "1.33"},      {AspectRatio::sixteenByNine, "1.78"},
+      {AspectRatio::seventyOne, "0.71"},       {AspectRatio::eighty, "0.80"},
+      {AspectRatio::eightyFive, "0.85"},       {AspectRatio::oneTwo, "1.20"},
+      {AspectRatio::one, "1.00"},              {AspectRatio::two, "2.00"},
+      {AspectRatio::three, "3.00"},            {AspectRatio::threeThirtyTwo, "3.32"},
+      {AspectRatio::threeSeventySix, "3.76"},  {AspectRatio::threeNinetyOne, "3.91"},
+      {AspectRatio::fourSixOne, "4.61"},       {AspectRatio::twoFourEight, "2.48"},
+      {1.5, "1.5"},                            {1.3333333333333333, "1.3333333333333333"},
+      {1.7777777777777777, "1.7777777777777777"}, {0.1, "0.1"},
+      {5.0, "5.0"},                            {-2.0, "-2.0"},
+      {1.330000000000001, "1.330000000000001"}, {1e20, "1e+20"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AspectRatio::asString(c.ratio), c.label) << c.ratio;
+  }
+  // Whatever the text, it reads back as the same value.
+  for (double value : {0.3, 2.0 / 3.0, 123456.789, 1e-7}) {
+    EXPECT_EQ(std::stod(AspectRatio::asString(value)), value);
+  }
+}
+
+TEST(AspectRatioTest, PreciseRatioOnlyForTheTwoScreenShapes) {
+  EXPECT_EQ(AspectRatio::preciseRatio(AspectRatio::fourByThree), 4.0 / 3.0);
+  EXPECT_EQ(AspectRatio::preciseRatio(1.33), 1.3333333333333333);
+  EXPECT_EQ(AspectRatio::preciseRatio(1.78), 16.0 / 9.0);
+  EXPECT_EQ(AspectRatio::preciseRatio(1.3333333333333333), 1.3333333333333333);
+  EXPECT_EQ(AspectRatio::preciseRatio(1.3300000000000001), 4.0 / 3.0);  // the same double as 1.33
+  EXPECT_EQ(AspectRatio::preciseRatio(1.331), 1.331);
+  EXPECT_EQ(AspectRatio::preciseRatio(0.71), 0.71);
+}
+
+// Gives the queued numbers in order.
+struct ScriptedRandom {
+  using result_type = std::uint64_t;
+  static constexpr result_type min() { return 0; }
+  static constexpr result_type max() { return ~result_type{0}; }
+  std::vector<result_type> queue;
+  std::size_t next = 0;
+  result_type operator()() { return queue.at(next++); }
+};
+
+TEST(AspectRatioTest, RandomRatioMapsTheRangeInThirdsAndRejectsTheBiasedLowEnd) {
+  constexpr std::uint64_t kMaxU = ~std::uint64_t{0};
+  constexpr std::uint64_t kThird = kMaxU / 3;  // 0x5555...
+  struct Case {
+    std::vector<std::uint64_t> draws;
+    CGFloat expected;
+    std::size_t consumed;
+  };
+  const Case cases[] = {
+      {{1}, 4.0 / 3.0, 1},
+      {{kThird}, 4.0 / 3.0, 1},
+      {{kThird + 1}, 0.75, 1},
+      {{2 * kThird + 1}, 2.0 / 3.0, 1},
+      {{kMaxU}, 2.0 / 3.0, 1},
+      // 0 × 3 leaves a low half of 0, below 2^64 mod 3 = 1: drawn again.
+      {{0, kMaxU}, 2.0 / 3.0, 2},
+      {{0, 0, kThird + 1}, 0.75, 3},
+  };
+  for (const auto& c : cases) {
+    ScriptedRandom random{c.draws};
+    EXPECT_EQ(AspectRatio::randomAspectRatio(random), c.expected) << c.draws.front();
+    EXPECT_EQ(random.next, c.consumed);
+  }
+
+  std::array<int, 3> seen{};
+  for (int n = 0; n < 300; ++n) {
+    const CGFloat ratio = AspectRatio::randomAspectRatio();
+    if (ratio == 4.0 / 3.0) {
+      ++seen[0];
+    } else if (ratio == 0.75) {
+      ++seen[1];
+    } else {
+      ASSERT_EQ(ratio, 2.0 / 3.0);
+      ++seen[2];
+    }
+  }
+  // Each has probability 1/3; fewer than 50 of 300 is a 1-in-10^9 event.
+  for (int count : seen) EXPECT_GT(count, 50);
+}
+
+TEST(ConversionsTest, ConvertAndTruncateTowardZero) {
+  EXPECT_EQ(cgf(3), 3.0);
+  EXPECT_EQ(cgf(0.5f), 0.5);
+  EXPECT_EQ(f(16777217), 16777216.0f);  // rounded to the nearest float
+  EXPECT_EQ(f(0.1), 0.1f);
+  EXPECT_EQ(d(0.1f), static_cast<double>(0.1f));
+  EXPECT_EQ(d(-7), -7.0);
+  EXPECT_EQ(i(std::int64_t{-9}), -9);
+
+  struct Case {
+    double value;
+    std::int64_t expected;
+  };
+  const Case cases[] = {
+      {2.9, 2},   {-2.9, -2}, {-0.5, 0}, {0.0, 0}, {1e18, 1000000000000000000},
+      {-0x1p63, std::numeric_limits<std::int64_t>::min()},
+      {0x1p63 - 1024, 9223372036854774784},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(i(c.value), c.expected) << c.value;
+    EXPECT_EQ(checkedI(c.value), c.expected) << c.value;
+  }
+  EXPECT_EQ(i(2.9f), 2);
+  EXPECT_EQ(i(-2.9f), -2);
+}
+
+TEST(ConversionsTest, OnlyTheDoubleConversionForgivesNaN) { EXPECT_EQ(i(kNaN), 0); }
+
+TEST(ConversionsDeathTest, IntegerConversionsStopOnValuesWithoutAnInteger) {
+  EXPECT_DEATH(i(kInf), "Int64");
+  EXPECT_DEATH(i(-kInf), "Int64");
+  EXPECT_DEATH(i(0x1p63), "Int64");
+  EXPECT_DEATH(i(-0x1p64), "Int64");
+  EXPECT_DEATH(checkedI(kNaN), "NaN");
+  EXPECT_DEATH(checkedI(kInf), "Int64");
+  EXPECT_DEATH(i(std::numeric_limits<float>::quiet_NaN()), "NaN");
+  EXPECT_DEATH(i(std::numeric_limits<float>::infinity()), "Int64");
+  EXPECT_DEATH(i(1e19f), "Int64");
+}
+
+TEST(ConversionsTest, SecondsToMilliseconds) {
+  EXPECT_EQ(milliseconds(3), 3000);
+  EXPECT_EQ(milliseconds(-2), -2000);
+  EXPECT_EQ(milliseconds(std::int64_t{9223372036854775}), 9223372036854775000);
+  EXPECT_EQ(milliseconds(1.5), 1500.0);
+  EXPECT_EQ(milliseconds(kInf), kInf);
+
+  using std::chrono::milliseconds;
+  struct Case {
+    double seconds;
+    std::int64_t ms;
+  };
+  const Case cases[] = {
+      {0.0015, 2}, {0.0001, 1}, {0.0, 0}, {1.0, 1000}, {-0.0015, -1}, {2.5, 2500}, {1e9, 1000000000000},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(rxi(c.seconds), milliseconds(c.ms)) << c.seconds;
+  }
+}
+
+TEST(ConversionsDeathTest, MillisecondConversionsStopOutOfRange) {
+  EXPECT_DEATH(milliseconds(std::numeric_limits<std::int64_t>::max() / 999), "overflow");
+  EXPECT_DEATH(milliseconds(std::numeric_limits<std::int64_t>::min()), "overflow");
+  EXPECT_DEATH(rxi(kNaN), "non-finite");
+  EXPECT_DEATH(rxi(kInf), "non-finite");
+  EXPECT_DEATH(rxi(1e306), "non-finite");  // the product overflows to infinity
+  EXPECT_DEATH(rxi(1e13), "out of range");
+}
+
+TEST(ToleranceTest, NumbersAreCloseInclusivelyWhateverTheSignOfThePrecision) {
+  struct Case {
+    double value, other, precision;
+    bool expected;
+  };
+  const Case cases[] = {
+      {1.5, 1.0, -0.5, true}, {1.5, 1.0, 0.5, true},   {1.0, 1.5, 0.5, true},
+      {1.0, 1.5, 0.49, false}, {2.0, 2.0, 0.0, true},  {kNaN, 1.0, 10, false},
+      {kInf, kInf, 1, false}, {-3.0, 3.0, 6.0, true},  {-3.0, 3.0, -5.9, false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(isCloseTo(c.value, c.other, c.precision), c.expected)
+        << c.value << " " << c.other << " " << c.precision;
+  }
+}
+
+TEST(ToleranceTest, MediaTimesAreCloseStrictly) {
+  const MediaTime oneSecond(1, 1);
+  const MediaTime oneAndAHalf(3, 2);
+  const MediaTime half(500, 1000);
+  EXPECT_FALSE(isCloseTo(oneSecond, oneAndAHalf, half));  // the bound itself is not close
+  EXPECT_FALSE(isCloseTo(oneAndAHalf, oneSecond, half));
+  EXPECT_TRUE(isCloseTo(oneSecond, oneAndAHalf, MediaTime(501, 1000)));
+  EXPECT_TRUE(isCloseTo(oneAndAHalf, oneSecond, MediaTime(501, 1000)));  // absolute difference
+  EXPECT_TRUE(isCloseTo(MediaTime(600, 600), MediaTime(1, 1), MediaTime(1, 1000)));
+  EXPECT_FALSE(isCloseTo(MediaTime::invalid(), oneSecond, MediaTime::positiveInfinity()));
+  EXPECT_FALSE(isCloseTo(MediaTime::positiveInfinity(), MediaTime::positiveInfinity(),
+                         MediaTime::positiveInfinity()));
+  // An infinite difference is valid and only below an invalid tolerance.
+  EXPECT_FALSE(isCloseTo(MediaTime::positiveInfinity(), oneSecond, MediaTime(1000000, 1)));
+}
+
+}  // namespace
+}  // namespace zorlan
