@@ -21,13 +21,6 @@ const char* globalLabel(DispatchQoS qos) {
   return "com.apple.root.default-qos";
 }
 
-const std::shared_ptr<QueueImpl>& mainImpl() {
-  // Kept for the life of the process, like the queues' thread pool.
-  static auto* impl = new std::shared_ptr<QueueImpl>(std::make_shared<QueueImpl>(
-      QueueImpl::Kind::main, "com.apple.main-thread", DispatchQoS::userInteractive, nullptr));
-  return *impl;
-}
-
 const std::shared_ptr<QueueImpl>& globalImpl(DispatchQoS qos) {
   static auto* impls = [] {
     auto* all = new std::array<std::shared_ptr<QueueImpl>, 6>();
@@ -51,7 +44,7 @@ DispatchQueue::DispatchQueue(std::string label, DispatchQoS qos,
           target ? target->impl_
                  : globalImpl(qos == DispatchQoS::unspecified ? DispatchQoS::standard : qos))) {}
 
-DispatchQueue DispatchQueue::main() { return DispatchQueue(mainImpl()); }
+DispatchQueue DispatchQueue::main() { return DispatchQueue(detail::mainQueueImpl()); }
 
 DispatchQueue DispatchQueue::global(DispatchQoS qos) { return DispatchQueue(globalImpl(qos)); }
 
@@ -100,19 +93,5 @@ std::shared_ptr<const void> DispatchQueue::currentSpecificRaw(std::uint64_t key)
   }
   return nullptr;
 }
-
-void MainRunLoop::run() {
-  mainImpl()->runMain(true, std::chrono::steady_clock::time_point::max());
-}
-
-std::size_t MainRunLoop::runUntilIdle() {
-  return mainImpl()->runMain(false, std::chrono::steady_clock::time_point::min());
-}
-
-void MainRunLoop::runFor(std::chrono::nanoseconds duration) {
-  mainImpl()->runMain(true, std::chrono::steady_clock::now() + duration);
-}
-
-void MainRunLoop::stop() { mainImpl()->stopMain(); }
 
 }  // namespace zorlan

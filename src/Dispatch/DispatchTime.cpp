@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "Dispatch/QueueImpl.hpp"
+
 namespace zorlan {
 namespace {
 
@@ -29,7 +31,13 @@ void DispatchClock::useSystemClock() noexcept { gManual.store(false, std::memory
 bool DispatchClock::isManual() noexcept { return gManual.load(std::memory_order_acquire); }
 
 void DispatchClock::advance(DispatchTimeInterval interval) noexcept {
-  if (!interval.isNever()) gManualNow.fetch_add(interval.count(), std::memory_order_acq_rel);
+  if (interval.count() <= 0 || !gManual.load(std::memory_order_acquire)) return;
+  std::int64_t current = gManualNow.load(std::memory_order_acquire);
+  while (!gManualNow.compare_exchange_weak(
+      current, (DispatchTime(current) + interval).uptimeNanoseconds(), std::memory_order_acq_rel)) {
+  }
+  // A host blocked in `MainRunLoop::run()` looks at its delayed work again.
+  detail::mainQueueImpl()->wakeMain();
 }
 
 }  // namespace zorlan

@@ -25,7 +25,8 @@ constexpr int kDrainBatch = 1024;
 }
 
 // Marks the calling thread as running `queue` and the serial queues it
-// targets, so that a nested `sync` onto any of them is caught.
+// targets, so that a nested `sync` onto any of them is caught and specifics
+// are found through them.
 class ChainScope {
  public:
   explicit ChainScope(QueueImpl* queue) {
@@ -48,6 +49,19 @@ class ChainScope {
   std::size_t pushed_;
 };
 
+void waitForTurn(SyncWaiter& waiter) {
+  std::unique_lock lock(waiter.mutex);
+  waiter.changed.wait(lock, [&] { return waiter.turn; });
+}
+
+void signalDone(SyncWaiter& waiter) {
+  {
+    std::lock_guard lock(waiter.mutex);
+    waiter.done = true;
+  }
+  waiter.changed.notify_all();
+}
+
 }  // namespace
 
 std::vector<QueueImpl*>& runningQueues() {
@@ -55,20 +69,31 @@ std::vector<QueueImpl*>& runningQueues() {
   return running;
 }
 
+const std::shared_ptr<QueueImpl>& mainQueueImpl() {
+  // Kept for the life of the process, like the queues' thread pool.
+  static auto* impl = new std::shared_ptr<QueueImpl>(std::make_shared<QueueImpl>(
+      QueueImpl::Kind::main, "com.apple.main-thread", DispatchQoS::userInteractive, nullptr));
+  return *impl;
+}
+
 QueueImpl::QueueImpl(Kind kind, std::string label, DispatchQoS qos,
                      std::shared_ptr<QueueImpl> target)
     : kind(kind), label(std::move(label)), qos(qos), target(std::move(target)) {}
 
+void QueueImpl::runWork(std::function<void()>& work) {
+  try {
+    work();
+  } catch (...) {
+    uncaught(label);
+  }
+}
+
 void QueueImpl::submit(std::function<void()> work) {
   switch (kind) {
     case Kind::global:
-      postToPool([self = shared_from_this(), work = std::move(work)] {
+      postToPool([self = shared_from_this(), work = std::move(work)]() mutable {
         RunningScope scope(self.get());
-        try {
-          work();
-        } catch (...) {
-          uncaught(self->label);
-        }
+        self->runWork(work);
       });
       return;
     case Kind::main: {
@@ -80,26 +105,73 @@ void QueueImpl::submit(std::function<void()> work) {
       return;
     }
     case Kind::serial: {
-      bool schedule = false;
-      {
-        std::lock_guard lock(mutex_);
-        items_.push_back(QueueItem{std::move(work), nullptr});
-        schedule = !active_;
-        active_ = true;
-      }
-      if (schedule) scheduleDrain();
+      std::unique_lock lock(mutex_);
+      items_.push_back(QueueItem{std::move(work), nullptr});
+      if (active_) return;
+      active_ = true;
+      postDrain(lock);
       return;
     }
   }
 }
 
-void QueueImpl::scheduleDrain() {
-  target->submit([self = shared_from_this()] { self->drain(); });
+void QueueImpl::postDrain(std::unique_lock<std::mutex>& lock) {
+  if (handsOffFreely()) {
+    posted_ = true;
+    const std::uint64_t ticket = ++ticket_;
+    lock.unlock();
+    postToPool([self = shared_from_this(), ticket] { self->drain(ticket); });
+  } else {
+    lock.unlock();
+    target->submit([self = shared_from_this()] { self->drainTarget(); });
+  }
 }
 
-void QueueImpl::drain() {
+void QueueImpl::passOwnership(std::unique_lock<std::mutex>& lock) {
+  if (items_.empty()) {
+    active_ = false;
+    lock.unlock();
+    return;
+  }
+  if (handsOffFreely() && items_.front().waiter) {
+    std::shared_ptr<SyncWaiter> next = std::move(items_.front().waiter);
+    items_.pop_front();
+    lock.unlock();
+    giveTurn(*next);
+    return;
+  }
+  postDrain(lock);
+}
+
+void QueueImpl::giveTurn(SyncWaiter& waiter) {
+  {
+    std::lock_guard lock(waiter.mutex);
+    waiter.turn = true;
+  }
+  waiter.changed.notify_all();
+}
+
+// A drain posted to the pool for a queue that targets a global queue.
+void QueueImpl::drain(std::uint64_t ticket) {
+  std::unique_lock lock(mutex_);
+  if (!posted_ || ticket != ticket_) return;  // a sync caller took the queue over
+  posted_ = false;
   RunningScope scope(this);
-  for (int ran = 0;; ++ran) {
+  for (int ran = 0; ran < kDrainBatch && !items_.empty() && !items_.front().waiter; ++ran) {
+    QueueItem item = std::move(items_.front());
+    items_.pop_front();
+    lock.unlock();
+    runWork(item.work);
+    lock.lock();
+  }
+  passOwnership(lock);  // more items after a full batch: re-post, letting other pool work in
+}
+
+// A drain running as an item of a serial target: the target stays held while
+// a `sync` caller of this queue runs, so their work never overlaps.
+void QueueImpl::drainTarget() {
+  RunningScope scope(this);
+  for (int ran = 0; ran < kDrainBatch; ++ran) {
     QueueItem item;
     {
       std::lock_guard lock(mutex_);
@@ -107,104 +179,112 @@ void QueueImpl::drain() {
         active_ = false;
         return;
       }
-      if (ran == kDrainBatch) break;
       item = std::move(items_.front());
       items_.pop_front();
     }
-    runItem(item);
+    if (item.waiter) {
+      handOverAndWait(*item.waiter);
+    } else {
+      runWork(item.work);
+    }
   }
-  scheduleDrain();  // more items: give the pool thread back, then go on
+  std::unique_lock lock(mutex_);
+  passOwnership(lock);
 }
 
-void QueueImpl::runItem(QueueItem& item) {
-  if (item.waiter) {
-    handOver(*item.waiter);
-    return;
-  }
-  try {
-    item.work();
-  } catch (...) {
-    uncaught(label);
-  }
-}
-
-void QueueImpl::handOver(SyncWaiter& waiter) {
-  {
-    std::lock_guard lock(waiter.mutex);
-    waiter.turn = true;
-  }
-  waiter.changed.notify_all();
+void QueueImpl::handOverAndWait(SyncWaiter& waiter) {
+  giveTurn(waiter);
   std::unique_lock lock(waiter.mutex);
   waiter.changed.wait(lock, [&] { return waiter.done; });
 }
 
-void QueueImpl::releaseAfterInline() {
-  bool schedule = false;
-  {
-    std::lock_guard lock(mutex_);
-    if (items_.empty()) {
-      active_ = false;
-    } else {
-      schedule = true;
+bool QueueImpl::runAsOwnerUntil(const SyncWaiter* mine) {
+  RunningScope scope(this);
+  std::unique_lock lock(mutex_);
+  while (true) {
+    // `mine` is still queued, so the list is not empty.
+    QueueItem item = std::move(items_.front());
+    items_.pop_front();
+    if (item.waiter.get() == mine) return true;
+    if (item.waiter) {
+      lock.unlock();
+      giveTurn(*item.waiter);
+      return false;
     }
+    lock.unlock();
+    runWork(item.work);
+    lock.lock();
   }
-  if (schedule) scheduleDrain();
 }
 
 void QueueImpl::sync(void (*call)(void*), void* context) {
   const auto& running = runningQueues();
   for (QueueImpl* q = this; q && q->kind != Kind::global; q = q->target.get()) {
-    bool deadlock = std::find(running.begin(), running.end(), q) != running.end();
-    if (deadlock) {
-      std::string message = "sync onto queue \"" + label +
-                            "\" from work running on queue \"" + q->label +
-                            "\" would deadlock";
+    if (std::find(running.begin(), running.end(), q) != running.end()) {
+      std::string message = "sync onto queue \"" + label + "\" from work running on queue \"" +
+                            q->label + "\" would deadlock";
       ZORLAN_PRECONDITION(false, message);
     }
   }
-  std::exception_ptr failure;
   if (kind == Kind::global) {
     RunningScope scope(this);
     call(context);
     return;
   }
-  if (kind == Kind::serial && target->kind == Kind::global) {
-    std::unique_lock lock(mutex_);
-    if (!active_ && items_.empty()) {
-      active_ = true;
+  if (!handsOffFreely()) {
+    syncAsWaiter(call, context);
+    return;
+  }
+
+  std::exception_ptr failure;
+  std::unique_lock lock(mutex_);
+  if (active_) {
+    // Queue up; take the queue over at once when its owner is a drain that
+    // has not started (the pool may be too busy to start it), else wait.
+    auto waiter = std::make_shared<SyncWaiter>();
+    items_.push_back(QueueItem{nullptr, waiter});
+    bool mine = false;
+    if (posted_) {
+      posted_ = false;
       lock.unlock();
-      {
-        RunningScope scope(this);
-        try {
-          call(context);
-        } catch (...) {
-          failure = std::current_exception();
-        }
-      }
-      releaseAfterInline();
-      if (failure) std::rethrow_exception(failure);
-      return;
+      mine = runAsOwnerUntil(waiter.get());
+    } else {
+      lock.unlock();
+    }
+    if (!mine) waitForTurn(*waiter);
+  } else {
+    active_ = true;
+    lock.unlock();
+  }
+  {
+    RunningScope scope(this);
+    try {
+      call(context);
+    } catch (...) {
+      failure = std::current_exception();
     }
   }
-  // Wait for the queue to reach this call, then run on the calling thread
-  // while the queue's drainer holds the queue (and its targets) for us.
-  auto shared = std::make_shared<SyncWaiter>();
-  SyncWaiter& waiter = *shared;
-  bool schedule = false;
+  lock.lock();
+  passOwnership(lock);
+  if (failure) std::rethrow_exception(failure);
+}
+
+// `sync` on the main queue or on a queue with a serial target: wait until the
+// owner reaches this call and holds the queue (and its targets) for us, then
+// run on the calling thread.
+void QueueImpl::syncAsWaiter(void (*call)(void*), void* context) {
+  auto waiter = std::make_shared<SyncWaiter>();
   {
-    std::lock_guard lock(mutex_);
-    items_.push_back(QueueItem{nullptr, shared});
-    if (kind == Kind::serial) {
-      schedule = !active_;
+    std::unique_lock lock(mutex_);
+    items_.push_back(QueueItem{nullptr, waiter});
+    if (kind == Kind::serial && !active_) {
       active_ = true;
+      postDrain(lock);
     }
   }
   if (kind == Kind::main) mainChanged_.notify_all();
-  if (schedule) scheduleDrain();
-  {
-    std::unique_lock lock(waiter.mutex);
-    waiter.changed.wait(lock, [&] { return waiter.turn; });
-  }
+  waitForTurn(*waiter);
+  std::exception_ptr failure;
   {
     ChainScope scope(this);
     try {
@@ -213,15 +293,12 @@ void QueueImpl::sync(void (*call)(void*), void* context) {
       failure = std::current_exception();
     }
   }
-  {
-    std::lock_guard lock(waiter.mutex);
-    waiter.done = true;
-  }
-  waiter.changed.notify_all();
+  signalDone(*waiter);
   if (failure) std::rethrow_exception(failure);
 }
 
 void QueueImpl::submitAfter(DispatchTime deadline, std::function<void()> work) {
+  if (deadline == DispatchTime::distantFuture()) return;  // never due
   if (kind == Kind::main) {
     {
       std::lock_guard lock(mutex_);
@@ -230,12 +307,12 @@ void QueueImpl::submitAfter(DispatchTime deadline, std::function<void()> work) {
     mainChanged_.notify_all();
     return;
   }
-  std::int64_t delay = deadline.uptimeNanoseconds() - DispatchTime::now().uptimeNanoseconds();
-  if (delay <= 0) {
+  const std::int64_t now = DispatchTime::now().uptimeNanoseconds();
+  if (deadline.uptimeNanoseconds() <= now) {
     submit(std::move(work));
     return;
   }
-  postToPoolAfter(std::chrono::nanoseconds(delay),
+  postToPoolAfter(std::chrono::nanoseconds(deadline.uptimeNanoseconds() - now),
                   [self = shared_from_this(), work = std::move(work)]() mutable {
                     self->submit(std::move(work));
                   });
@@ -268,6 +345,21 @@ bool QueueImpl::takeDueTimers() {
 }
 
 std::size_t QueueImpl::runMain(bool wait, std::chrono::steady_clock::time_point until) {
+  {
+    std::lock_guard lock(mutex_);
+    ZORLAN_PRECONDITION(!mainRunning_,
+                        "the main queue is already being run (by another thread, or by the work "
+                        "that called run, runFor or runUntilIdle)");
+    mainRunning_ = true;
+  }
+  struct Finish {
+    QueueImpl* self;
+    ~Finish() {
+      std::lock_guard lock(self->mutex_);
+      self->mainRunning_ = false;
+    }
+  } finish{this};
+
   std::size_t ran = 0;
   while (true) {
     QueueItem item;
@@ -285,9 +377,10 @@ std::size_t QueueImpl::runMain(bool wait, std::chrono::steady_clock::time_point 
         if (now >= until) return ran;
         auto wake = until;
         if (!timers_.empty() && !DispatchClock::isManual()) {
-          auto due = std::chrono::nanoseconds(timers_.begin()->first -
-                                              DispatchTime::now().uptimeNanoseconds());
-          wake = std::min(wake, now + due);
+          std::int64_t due = timers_.begin()->first - DispatchTime::now().uptimeNanoseconds();
+          if (due < std::chrono::duration_cast<std::chrono::nanoseconds>(until - now).count()) {
+            wake = now + std::chrono::nanoseconds(due);
+          }
         }
         mainChanged_.wait_until(lock, wake);
       }
@@ -296,7 +389,11 @@ std::size_t QueueImpl::runMain(bool wait, std::chrono::steady_clock::time_point 
     }
     {
       RunningScope scope(this);
-      runItem(item);
+      if (item.waiter) {
+        handOverAndWait(*item.waiter);
+      } else {
+        runWork(item.work);
+      }
     }
     ++ran;
   }
@@ -307,6 +404,11 @@ void QueueImpl::stopMain() {
     std::lock_guard lock(mutex_);
     stopRequested_ = true;
   }
+  mainChanged_.notify_all();
+}
+
+void QueueImpl::wakeMain() {
+  { std::lock_guard lock(mutex_); }
   mainChanged_.notify_all();
 }
 

@@ -1,6 +1,7 @@
 // The state behind a DispatchQueue handle.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -9,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -16,8 +18,10 @@
 
 namespace zorlan::detail {
 
-// A caller of `sync` waiting for its turn on a serial queue. The queue's
-// drainer hands the turn over and waits until the caller is done.
+// A caller of `sync` waiting for its turn on a serial queue. Whoever owns the
+// queue when the caller's place comes up sets `turn`. On the main queue and on
+// queues targeting a serial queue, the owner then waits for `done`, so that
+// nothing else of the queue (or its target) runs meanwhile.
 struct SyncWaiter {
   std::mutex mutex;
   std::condition_variable changed;
@@ -27,9 +31,13 @@ struct SyncWaiter {
 
 struct QueueItem {
   std::function<void()> work;
-  std::shared_ptr<SyncWaiter> waiter;  // shared: the drainer may still wake after the caller left
+  std::shared_ptr<SyncWaiter> waiter;  // shared: the owner may still wake after the caller left
 };
 
+// One queue. A serial queue is owned by at most one party at a time: a drain
+// posted to its target, a thread running its items, or a `sync` caller.
+// Ownership passes along the queue: an owner that reaches a waiting `sync`
+// caller hands the queue to it, and a caller that is done hands it on.
 class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
  public:
   enum class Kind { main, global, serial };
@@ -51,6 +59,8 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
   // until `until` (real time) passes.
   std::size_t runMain(bool wait, std::chrono::steady_clock::time_point until);
   void stopMain();
+  // Main queue: wakes a waiting `runMain` to look at its timers again.
+  void wakeMain();
 
   const Kind kind;
   const std::string label;
@@ -58,11 +68,25 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
   const std::shared_ptr<QueueImpl> target;
 
  private:
-  void drain();
-  void scheduleDrain();
-  void releaseAfterInline();
-  void handOver(SyncWaiter& waiter);
-  void runItem(QueueItem& item);
+  // True when the queue's items run straight on the pool, so that ownership
+  // can move between threads without anyone blocking.
+  bool handsOffFreely() const noexcept {
+    return kind == Kind::serial && target->kind == Kind::global;
+  }
+
+  void drain(std::uint64_t ticket);
+  void drainTarget();
+  // Runs items as the owner until `mine` comes up (then returns true) or the
+  // queue was handed to another waiter (returns false).
+  bool runAsOwnerUntil(const SyncWaiter* mine);
+  // Called by the owner with `lock` held once it is done: hands the queue to
+  // the next waiter, posts a drain for the next items, or leaves it idle.
+  void passOwnership(std::unique_lock<std::mutex>& lock);
+  void postDrain(std::unique_lock<std::mutex>& lock);
+  void syncAsWaiter(void (*call)(void*), void* context);
+  void handOverAndWait(SyncWaiter& waiter);
+  static void giveTurn(SyncWaiter& waiter);
+  void runWork(std::function<void()>& work);
   bool takeDueTimers();
 
   mutable std::mutex specificsMutex_;
@@ -70,12 +94,15 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
 
   std::mutex mutex_;
   std::deque<QueueItem> items_;
-  bool active_ = false;  // a drain is scheduled or running, or a sync holds the queue
+  bool active_ = false;  // someone owns the queue (see above); items_ non-empty implies it
+  bool posted_ = false;  // the owner is a drain posted to the pool that has not started
+  std::uint64_t ticket_ = 0;  // the posted drain that may still start
 
   // Main queue only.
   std::condition_variable mainChanged_;
   std::multimap<std::int64_t, std::function<void()>> timers_;
   bool stopRequested_ = false;
+  bool mainRunning_ = false;
 };
 
 // The queues the calling thread is running work of, innermost last.
@@ -89,6 +116,9 @@ class RunningScope {
   RunningScope(const RunningScope&) = delete;
   RunningScope& operator=(const RunningScope&) = delete;
 };
+
+// The main queue (kept for the life of the process).
+const std::shared_ptr<QueueImpl>& mainQueueImpl();
 
 // Posts `work` to the shared pool.
 void postToPool(std::function<void()> work);

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <future>
 #include <thread>
 #include <vector>
@@ -65,6 +69,39 @@ TEST(DispatchQueueConcurrencyTest, MainQueueSyncFromWorkersWhileTheHostRunsIt) {
   for (auto& worker : workers) worker.join();
   MainRunLoop::runUntilIdle();
   EXPECT_EQ(counter, 600);
+}
+
+// Every pool thread runs global-queue work that syncs onto a serial queue whose
+// own drain is still waiting for a pool thread. The callers must get their turn
+// without that drain (no thread may sit blocked behind a drain it starves).
+TEST(DispatchQueueConcurrencyTest, SyncFromEveryPoolThreadDoesNotStarveTheQueue) {
+  const unsigned poolSize = std::max(2u, std::thread::hardware_concurrency());
+  DispatchQueue serial("com.zorlan.test.starved");
+  std::atomic<unsigned> started{0};
+  std::promise<void> gate;
+  std::shared_future<void> opened = gate.get_future().share();
+  std::vector<int> order;  // guarded by the serial queue
+  std::promise<void> allDone;
+  std::atomic<unsigned> finished{0};
+  for (unsigned i = 0; i < poolSize; ++i) {
+    DispatchQueue::global().async([&, i] {
+      started.fetch_add(1);
+      opened.wait();
+      serial.sync([&] { order.push_back(static_cast<int>(i) + 1); });
+      if (finished.fetch_add(1) + 1 == poolSize) allDone.set_value();
+    });
+  }
+  while (started.load() < poolSize) std::this_thread::yield();
+  serial.async([&] { order.push_back(0); });  // its drain queues behind the busy pool
+  gate.set_value();
+  // A guard against a hang, not a timing assertion: a starved queue never finishes.
+  if (allDone.get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+    ADD_FAILURE() << "serial queue starved: sync callers never got their turn";
+    std::abort();
+  }
+  serial.sync([] {});
+  ASSERT_EQ(order.size(), poolSize + 1);
+  EXPECT_EQ(order.front(), 0);  // the earlier async still ran first
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "zorlan/Dispatch/DispatchSpecificKey.hpp"
 #include "zorlan/Dispatch/DispatchTime.hpp"
 #include "zorlan/Dispatch/DispatchWorkItem.hpp"
+#include "zorlan/Dispatch/MainRunLoop.hpp"
 
 namespace zorlan {
 
@@ -48,23 +49,34 @@ class DispatchQueue {
   DispatchQoS qos() const noexcept;
   // The queue this one's work funnels into (absent for main and global queues).
   std::optional<DispatchQueue> target() const;
+  // False only for the global concurrent queues.
   bool isSerial() const noexcept;
 
-  // Submits `work` to run later; returns at once.
+  // Submits `work` to run later; returns at once. Work that throws stops the
+  // process (there is nobody to catch it), naming the queue.
   void async(std::function<void()> work) const;
-  // Submits the item; it runs unless cancelled first.
+  // Submits the item; it runs unless cancelled before it starts.
   void async(DispatchWorkItem item) const;
 
   // Runs `work` on the calling thread once the queue has run everything
-  // submitted before, with no other work of the queue running meanwhile, and
-  // returns its result or rethrows its exception. On an idle serial queue the
-  // work starts at once. Stops the process (precondition) when the caller is
-  // itself running on this queue or a queue it targets: that would deadlock.
+  // submitted before, with no other work of the queue (or of a serial queue it
+  // targets) running meanwhile, and returns its result or rethrows its
+  // exception. On an idle serial queue the work starts at once; on a busy one
+  // the caller may run the queue's earlier items itself when no pool thread
+  // has started on them yet. On a global queue the work simply runs.
+  // Stops the process (precondition) when the caller is itself running work
+  // of this queue or of a queue it targets: that would deadlock. Waits for
+  // the host when called on the main queue from another thread.
   template <class F>
   auto sync(F&& work) const -> std::invoke_result_t<F&> {
     using R = std::invoke_result_t<F&>;
     if constexpr (std::is_void_v<R>) {
       syncInvoke(&callVoid<F>, const_cast<void*>(static_cast<const void*>(&work)));
+    } else if constexpr (std::is_reference_v<R>) {
+      std::remove_reference_t<R>* result = nullptr;
+      auto produce = [&] { result = &work(); };
+      syncInvoke(&callVoid<decltype(produce)>, &produce);
+      return static_cast<R>(*result);
     } else {
       std::optional<R> result;
       auto produce = [&] { result.emplace(work()); };
@@ -73,7 +85,8 @@ class DispatchQueue {
     }
   }
 
-  // Submits `work` to run once `deadline` has passed.
+  // Submits `work` to run once `deadline` has passed on the dispatch clock (at
+  // once when it already has; never for `DispatchTime::distantFuture()`).
   void asyncAfter(DispatchTime deadline, std::function<void()> work) const;
   void asyncAfter(DispatchTime deadline, DispatchWorkItem item) const;
 
@@ -96,7 +109,8 @@ class DispatchQueue {
   }
   // The value under `key` for the queue the caller runs on, looking through
   // that queue's targets; absent when the caller runs on no queue or none of
-  // them holds the key.
+  // them holds the key. (The platform's static `getSpecific(key:)`; C++ cannot
+  // have a static and a member function of one name and parameter list.)
   template <class T>
   static std::optional<T> currentSpecific(const DispatchSpecificKey<T>& key) {
     auto raw = currentSpecificRaw(key.id());
@@ -123,21 +137,6 @@ class DispatchQueue {
   static std::shared_ptr<const void> currentSpecificRaw(std::uint64_t key);
 
   std::shared_ptr<detail::QueueImpl> impl_;
-};
-
-// Runs the main queue on the calling thread, which becomes "the main thread"
-// while it does. Only one thread may run it at a time.
-class MainRunLoop {
- public:
-  // Runs main-queue work, waiting for more, until `stop()` is called.
-  static void run();
-  // Runs every item that is ready (including delayed work that is due and
-  // items that those items submit) and returns how many ran. Never waits.
-  static std::size_t runUntilIdle();
-  // Runs main-queue work for `duration` of real time, then returns.
-  static void runFor(std::chrono::nanoseconds duration);
-  // Makes `run()` return after the item it is running. Thread-safe.
-  static void stop();
 };
 
 }  // namespace zorlan

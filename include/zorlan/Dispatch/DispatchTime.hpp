@@ -18,18 +18,32 @@ enum class DispatchQoS : std::uint8_t {
   userInteractive,
 };
 
+namespace detail {
+// n * unit, saturating at the int64 limits.
+constexpr std::int64_t saturatingScale(std::int64_t n, std::int64_t unit) noexcept {
+  std::int64_t product = 0;
+  if (__builtin_mul_overflow(n, unit, &product)) {
+    return n > 0 ? std::numeric_limits<std::int64_t>::max()
+                 : std::numeric_limits<std::int64_t>::min();
+  }
+  return product;
+}
+}  // namespace detail
+
 // A span of time for deadlines and timer intervals; `never()` stands for an
-// infinite interval (a timer that does not repeat, a deadline that never comes).
+// infinite interval (a timer that does not repeat, a deadline that never
+// comes). Spans too long for 64-bit nanoseconds saturate: a positive one
+// becomes `never()`.
 class DispatchTimeInterval {
  public:
   static constexpr DispatchTimeInterval seconds(std::int64_t n) noexcept {
-    return DispatchTimeInterval(n * 1'000'000'000);
+    return DispatchTimeInterval(detail::saturatingScale(n, 1'000'000'000));
   }
   static constexpr DispatchTimeInterval milliseconds(std::int64_t n) noexcept {
-    return DispatchTimeInterval(n * 1'000'000);
+    return DispatchTimeInterval(detail::saturatingScale(n, 1'000'000));
   }
   static constexpr DispatchTimeInterval microseconds(std::int64_t n) noexcept {
-    return DispatchTimeInterval(n * 1'000);
+    return DispatchTimeInterval(detail::saturatingScale(n, 1'000));
   }
   static constexpr DispatchTimeInterval nanoseconds(std::int64_t n) noexcept {
     return DispatchTimeInterval(n);
@@ -37,22 +51,32 @@ class DispatchTimeInterval {
   static constexpr DispatchTimeInterval never() noexcept {
     return DispatchTimeInterval(std::numeric_limits<std::int64_t>::max());
   }
-  // From any std::chrono duration (rounded down to nanoseconds).
+  // From any std::chrono duration (rounded toward zero to nanoseconds; spans
+  // beyond the range saturate).
   template <class Rep, class Period>
   static constexpr DispatchTimeInterval from(std::chrono::duration<Rep, Period> d) noexcept {
-    return DispatchTimeInterval(
-        std::chrono::duration_cast<std::chrono::nanoseconds>(d).count());
+    using Limit = std::chrono::duration<long double, std::nano>;
+    const auto wide = std::chrono::duration_cast<Limit>(d).count();
+    if (!(wide < static_cast<long double>(std::numeric_limits<std::int64_t>::max()))) {
+      return never();
+    }
+    if (wide < static_cast<long double>(std::numeric_limits<std::int64_t>::min())) {
+      return DispatchTimeInterval(std::numeric_limits<std::int64_t>::min());
+    }
+    return DispatchTimeInterval(std::chrono::duration_cast<std::chrono::nanoseconds>(d).count());
   }
 
   constexpr bool isNever() const noexcept {
     return nanos_ == std::numeric_limits<std::int64_t>::max();
   }
+  // Nanoseconds (the int64 maximum for `never()`).
   constexpr std::int64_t count() const noexcept { return nanos_; }
   constexpr std::chrono::nanoseconds duration() const noexcept {
     return std::chrono::nanoseconds(nanos_);
   }
 
   friend constexpr bool operator==(DispatchTimeInterval, DispatchTimeInterval) = default;
+  friend constexpr auto operator<=>(DispatchTimeInterval, DispatchTimeInterval) = default;
 
  private:
   constexpr explicit DispatchTimeInterval(std::int64_t nanos) noexcept : nanos_(nanos) {}
@@ -60,32 +84,48 @@ class DispatchTimeInterval {
 };
 
 // A point on the dispatch clock: nanoseconds of a monotonic clock (or of the
-// manual test clock, see `DispatchClock`).
+// manual test clock, see `DispatchClock`), from 0 to `distantFuture()`.
 class DispatchTime {
  public:
-  // The present time on the dispatch clock.
+  // The present time on the dispatch clock. Thread-safe.
   static DispatchTime now() noexcept;
-  // A deadline that never comes.
+  // A deadline that never comes: work scheduled for it never runs.
   static constexpr DispatchTime distantFuture() noexcept {
     return DispatchTime(std::numeric_limits<std::int64_t>::max());
   }
 
+  // Negative values are taken as 0.
   constexpr explicit DispatchTime(std::int64_t uptimeNanoseconds) noexcept
-      : nanos_(uptimeNanoseconds) {}
+      : nanos_(uptimeNanoseconds < 0 ? 0 : uptimeNanoseconds) {}
   constexpr std::int64_t uptimeNanoseconds() const noexcept { return nanos_; }
 
-  // Adds an interval, saturating at `distantFuture()`; `never()` gives it.
+  // Adds an interval, saturating at 0 and at `distantFuture()`; `never()` and
+  // `distantFuture()` stay `distantFuture()`.
   friend constexpr DispatchTime operator+(DispatchTime t, DispatchTimeInterval i) noexcept {
-    if (i.isNever()) return distantFuture();
+    if (i.isNever() || t == distantFuture()) return distantFuture();
     std::int64_t sum = 0;
     if (__builtin_add_overflow(t.nanos_, i.count(), &sum)) {
       return i.count() > 0 ? distantFuture() : DispatchTime(0);
     }
     return DispatchTime(sum);
   }
-  // Adds seconds (fractional).
-  friend DispatchTime operator+(DispatchTime t, double seconds) noexcept {
-    return t + DispatchTimeInterval::nanoseconds(static_cast<std::int64_t>(seconds * 1e9));
+  // Subtracts an interval, saturating at 0; `distantFuture()` stays.
+  friend constexpr DispatchTime operator-(DispatchTime t, DispatchTimeInterval i) noexcept {
+    if (t == distantFuture()) return t;
+    if (i.isNever()) return DispatchTime(0);
+    if (i.count() == std::numeric_limits<std::int64_t>::min()) return distantFuture();
+    return t + DispatchTimeInterval::nanoseconds(-i.count());
+  }
+  // Adds seconds (fractional, rounded toward zero to nanoseconds). Infinite,
+  // NaN or out-of-range spans saturate: +inf and NaN give `distantFuture()`.
+  friend constexpr DispatchTime operator+(DispatchTime t, double seconds) noexcept {
+    const double nanos = seconds * 1e9;
+    if (!(nanos < 9.2e18)) return distantFuture();  // also NaN
+    if (nanos <= -9.2e18) return DispatchTime(0);
+    return t + DispatchTimeInterval::nanoseconds(static_cast<std::int64_t>(nanos));
+  }
+  friend constexpr DispatchTime operator-(DispatchTime t, double seconds) noexcept {
+    return t + (-seconds);
   }
   friend constexpr auto operator<=>(DispatchTime, DispatchTime) = default;
 
@@ -93,11 +133,21 @@ class DispatchTime {
   std::int64_t nanos_;
 };
 
-// The clock behind `DispatchTime::now()`. Tests can switch it to a manual
-// clock, which only moves when advanced: the main queue's delayed work and
-// timers then run as `MainRunLoop::runUntilIdle()` finds them due, without
-// waiting. Work delayed on other queues still waits in real time for the
-// distance between its deadline and the manual clock's present.
+// The clock behind `DispatchTime::now()`: the test seam for delayed work.
+// Tests switch it to a manual clock, which only moves when advanced; the main
+// queue's delayed work and timers then run as soon as the host runs the main
+// queue (`MainRunLoop::runUntilIdle()`) after the clock has reached their
+// deadline, so timing behaviour is tested without waiting:
+//
+//   DispatchClock::useManualClock();
+//   DispatchQueue::main().asyncAfter(DispatchTime::now() + 2.0, work);
+//   DispatchClock::advance(DispatchTimeInterval::seconds(2));
+//   MainRunLoop::runUntilIdle();  // runs `work`
+//   DispatchClock::useSystemClock();
+//
+// Work delayed on other queues still waits in real time for the distance
+// between its deadline and the clock's present when it was submitted. The
+// clock is process-wide; all operations are thread-safe.
 class DispatchClock {
  public:
   // Switches to the manual clock, starting at `start`.
@@ -105,7 +155,9 @@ class DispatchClock {
   // Switches back to the monotonic clock.
   static void useSystemClock() noexcept;
   static bool isManual() noexcept;
-  // Moves the manual clock forward (does nothing on the system clock).
+  // Moves the manual clock forward by `interval` (saturating at
+  // `distantFuture()`; zero or negative: no change) and wakes a host waiting
+  // in `MainRunLoop::run()`. Harmless on the system clock.
   static void advance(DispatchTimeInterval interval) noexcept;
 };
 
