@@ -1,0 +1,62 @@
+// How JSON coders write and read dates and bytes, and how they print text.
+#pragma once
+
+#include <functional>
+
+#include "zorlan/Platform/Data.hpp"
+#include "zorlan/Platform/Date.hpp"
+
+namespace zorlan {
+
+class Encoder;
+class Decoder;
+
+// How dates are encoded. The default is `deferredToDate`: seconds since
+// 2001-01-01 as a number.
+struct DateEncodingStrategy {
+  enum class Kind { deferredToDate, secondsSince1970, millisecondsSince1970, iso8601, custom };
+  Kind kind = Kind::deferredToDate;
+  std::function<void(const Date&, Encoder&)> custom = {};
+
+  static DateEncodingStrategy of(Kind kind) { return {kind, {}}; }
+  static DateEncodingStrategy customized(std::function<void(const Date&, Encoder&)> f) {
+    return {Kind::custom, std::move(f)};
+  }
+};
+
+// How dates are decoded; the mirror of `DateEncodingStrategy`.
+struct DateDecodingStrategy {
+  enum class Kind { deferredToDate, secondsSince1970, millisecondsSince1970, iso8601, custom };
+  Kind kind = Kind::deferredToDate;
+  std::function<Date(const Decoder&)> custom = {};
+
+  static DateDecodingStrategy of(Kind kind) { return {kind, {}}; }
+  static DateDecodingStrategy customized(std::function<Date(const Decoder&)> f) {
+    return {Kind::custom, std::move(f)};
+  }
+};
+
+// How bytes are encoded: base64 text (the default) or custom.
+struct DataEncodingStrategy {
+  enum class Kind { base64, custom };
+  Kind kind = Kind::base64;
+  std::function<void(const Data&, Encoder&)> custom = {};
+};
+
+struct DataDecodingStrategy {
+  enum class Kind { base64, custom };
+  Kind kind = Kind::base64;
+  std::function<Data(const Decoder&)> custom = {};
+};
+
+struct EncodingOptions {
+  DateEncodingStrategy dateStrategy;
+  DataEncodingStrategy dataStrategy;
+};
+
+struct DecodingOptions {
+  DateDecodingStrategy dateStrategy;
+  DataDecodingStrategy dataStrategy;
+};
+
+}  // namespace zorlan

@@ -1,0 +1,164 @@
+// Decoder and its containers: reading typed values out of a JSON tree while
+// tracking the coding path for errors.
+//
+// A decoder and the containers it hands out refer to the tree and to their
+// parents' paths: use them while the decoding call that made them runs.
+#pragma once
+
+#include <boost/json/value.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zorlan/Coding/CodingError.hpp"
+#include "zorlan/Coding/CodingStrategies.hpp"
+
+namespace zorlan {
+
+// Specialise (or give a type `encode`/`decode` members, or describe it with
+// ZORLAN_CODABLE) to make a type codable; see Codable.hpp.
+template <class T, class Enable = void>
+struct Coding;
+
+namespace detail {
+
+// One step of a coding path, linked to its parent; built on the stack as
+// decoding descends, turned into a `CodingPath` only for errors.
+struct PathNode {
+  const PathNode* parent = nullptr;
+  std::string_view key;
+  int index = -1;  // >= 0 for array elements
+  bool root = true;
+
+  PathNode child(std::string_view k) const { return PathNode{this, k, -1, false}; }
+  PathNode element(int i) const { return PathNode{this, {}, i, false}; }
+  CodingPath path() const;
+};
+
+// The readable name of a JSON value's kind, as decoding errors print it.
+std::string_view jsonKindName(const boost::json::value& value);
+
+}  // namespace detail
+
+class KeyedDecodingContainer;
+class UnkeyedDecodingContainer;
+
+class Decoder {
+ public:
+  Decoder(const boost::json::value& value, const DecodingOptions& options,
+          detail::PathNode node = {})
+      : value_(&value), options_(&options), node_(node) {}
+
+  const boost::json::value& json() const noexcept { return *value_; }
+  const DecodingOptions& options() const noexcept { return *options_; }
+  CodingPath codingPath() const { return node_.path(); }
+  const detail::PathNode& node() const noexcept { return node_; }
+
+  // Throws typeMismatch unless the value is an object.
+  KeyedDecodingContainer container() const;
+  // Throws typeMismatch unless the value is an array.
+  UnkeyedDecodingContainer unkeyedContainer() const;
+  // The decoder itself serves as its single-value container.
+  const Decoder& singleValueContainer() const noexcept { return *this; }
+
+  bool decodeNil() const noexcept { return value_->is_null(); }
+  template <class T>
+  T decode() const {
+    return Coding<T>::decode(*this);
+  }
+
+  // Error helpers for codable implementations.
+  [[noreturn]] void throwTypeMismatch(std::string_view expectedType) const;
+  [[noreturn]] void throwDataCorrupted(std::string description,
+                                       std::exception_ptr underlying = nullptr) const;
+  // Throws valueNotFound when the value is null.
+  void requireNonNull(std::string_view expectedType) const;
+
+ private:
+  const boost::json::value* value_;
+  const DecodingOptions* options_;
+  detail::PathNode node_;
+};
+
+class KeyedDecodingContainer {
+ public:
+  KeyedDecodingContainer(const boost::json::object& object, const DecodingOptions& options,
+                         detail::PathNode node)
+      : object_(&object), options_(&options), node_(node) {}
+
+  CodingPath codingPath() const { return node_.path(); }
+  // The keys present, in document order.
+  std::vector<CodingKey> allKeys() const;
+  bool contains(std::string_view key) const { return object_->contains(key); }
+
+  // Throws keyNotFound when the key is missing; true when its value is null.
+  bool decodeNil(std::string_view key) const { return member(key).is_null(); }
+  // Throws keyNotFound when missing, valueNotFound when null (unless T
+  // accepts null), or T's own errors.
+  template <class T>
+  T decode(std::string_view key) const {
+    return Coding<T>::decode(decoderFor(key));
+  }
+  // Absent when the key is missing or its value is null.
+  template <class T>
+  std::optional<T> decodeIfPresent(std::string_view key) const {
+    const boost::json::value* v = object_->if_contains(key);
+    if (!v || v->is_null()) return std::nullopt;
+    return Coding<T>::decode(Decoder(*v, *options_, node_.child(key)));
+  }
+  // A decoder positioned at the member (throws keyNotFound when missing).
+  Decoder decoderFor(std::string_view key) const {
+    return Decoder(member(key), *options_, node_.child(key));
+  }
+  KeyedDecodingContainer nestedContainer(std::string_view key) const;
+  UnkeyedDecodingContainer nestedUnkeyedContainer(std::string_view key) const;
+  const detail::PathNode& node() const noexcept { return node_; }
+
+ private:
+  const boost::json::value& member(std::string_view key) const;
+  const boost::json::object* object_;
+  const DecodingOptions* options_;
+  detail::PathNode node_;
+};
+
+class UnkeyedDecodingContainer {
+ public:
+  UnkeyedDecodingContainer(const boost::json::array& array, const DecodingOptions& options,
+                           detail::PathNode node)
+      : array_(&array), options_(&options), node_(node) {}
+
+  CodingPath codingPath() const { return node_.path(); }
+  std::size_t count() const noexcept { return array_->size(); }
+  bool isAtEnd() const noexcept { return index_ >= array_->size(); }
+  std::size_t currentIndex() const noexcept { return index_; }
+
+  // Decodes the next element. At the end: valueNotFound ("Unkeyed container
+  // is at end.").
+  template <class T>
+  T decode() {
+    const boost::json::value& v = next("T");
+    int at = static_cast<int>(index_);
+    T result = Coding<T>::decode(Decoder(v, *options_, node_.element(at)));
+    ++index_;
+    return result;
+  }
+  // True (and advances) when the next element is null.
+  bool decodeNil();
+  // The element at `index` without moving (for lossy decoders).
+  Decoder decoderAt(std::size_t index) const {
+    return Decoder((*array_)[index], *options_, node_.element(static_cast<int>(index)));
+  }
+  void skip() { ++index_; }
+  const detail::PathNode& node() const noexcept { return node_; }
+
+ private:
+  const boost::json::value& next(std::string_view type) const;
+  const boost::json::array* array_;
+  const DecodingOptions* options_;
+  detail::PathNode node_;
+  std::size_t index_ = 0;
+};
+
+}  // namespace zorlan

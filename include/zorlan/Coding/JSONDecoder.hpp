@@ -1,0 +1,45 @@
+// JSONDecoder: values from JSON text, with strategies.
+#pragma once
+
+#include <boost/json/value.hpp>
+
+#include <string_view>
+
+#include "zorlan/Coding/Codable.hpp"
+#include "zorlan/Platform/Data.hpp"
+
+namespace zorlan {
+
+// Parses JSON text (RFC 8259; a bare number or string at the top level is
+// accepted; nesting deeper than `kMaxDepth` levels is refused) and decodes a
+// codable value from it. Throws DecodingError: `dataCorrupted` with "The given
+// data was not valid JSON." and the parser's error as underlying error when
+// the text is not JSON, or the decoding's own errors.
+class JSONDecoder {
+ public:
+  static constexpr std::size_t kMaxDepth = 512;
+
+  DateDecodingStrategy dateDecodingStrategy;
+  DataDecodingStrategy dataDecodingStrategy;
+
+  template <class T>
+  T decode(const Data& data) const {
+    const auto& bytes = data.bytes();
+    return decode<T>(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  }
+  template <class T>
+  T decode(std::string_view text) const {
+    return decodeFromJSON<T>(parse(text));
+  }
+  // Decodes from a tree already parsed.
+  template <class T>
+  T decodeFromJSON(const boost::json::value& json) const {
+    DecodingOptions options{dateDecodingStrategy, dataDecodingStrategy};
+    return Coding<T>::decode(Decoder(json, options));
+  }
+
+  // Parses `text` as the decoder does; throws DecodingError.dataCorrupted.
+  static boost::json::value parse(std::string_view text);
+};
+
+}  // namespace zorlan

@@ -1,0 +1,28 @@
+// JSONWriter: JSON text from a JSON tree, in the form the library's encoder
+// writes: numbers in shortest round-trip form (3, 1.5), "/" escaped unless
+// asked otherwise, compact or pretty-printed, keys in order or sorted.
+#pragma once
+
+#include <boost/json/value.hpp>
+
+#include <string>
+
+namespace zorlan {
+
+struct JSONWritingOptions {
+  // Two-space indentation, one member or element per line, " : " after keys.
+  bool prettyPrinted = false;
+  // Object keys in byte order.
+  bool sortedKeys = false;
+  // Write "/" as is instead of "\/".
+  bool withoutEscapingSlashes = false;
+};
+
+// Writes `value` as JSON text. Non-finite numbers cannot occur in a tree the
+// encoder built; any that do are written as null.
+std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options = {});
+// Appends to `out`.
+void writeJSON(const boost::json::value& value, const JSONWritingOptions& options,
+               std::string& out);
+
+}  // namespace zorlan

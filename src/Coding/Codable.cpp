@@ -1,0 +1,98 @@
+#include "zorlan/Coding/Codable.hpp"
+
+#include <cxxabi.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <memory>
+
+#include "zorlan/Platform/ISO8601.hpp"
+
+namespace zorlan {
+namespace detail {
+
+std::string integerTypeName(bool isSigned, std::size_t size) {
+  std::string base = isSigned ? "Int" : "UInt";
+  return size == 8 ? base : base + std::to_string(size * 8);
+}
+
+std::string numberText(const boost::json::value& value) {
+  if (value.is_int64()) return std::to_string(value.get_int64());
+  if (value.is_uint64()) return std::to_string(value.get_uint64());
+  char buffer[32];
+  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value.get_double());
+  return std::string(buffer, end);
+}
+
+std::string demangledTypeName(const char* mangled) {
+  int status = 0;
+  std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(mangled, nullptr, nullptr, &status),
+                                              std::free);
+  std::string full = status == 0 && name ? name.get() : mangled;
+  // Unqualified: drop namespaces before the outermost template arguments.
+  std::size_t angle = full.find('<');
+  std::size_t cut = full.rfind("::", angle == std::string::npos ? full.size() : angle);
+  return cut == std::string::npos ? full : full.substr(cut + 2);
+}
+
+}  // namespace detail
+
+void Coding<Date>::encode(const Date& value, Encoder& encoder) {
+  const DateEncodingStrategy& strategy = encoder.options().dateStrategy;
+  switch (strategy.kind) {
+    case DateEncodingStrategy::Kind::deferredToDate:
+      Coding<double>::encode(value.timeIntervalSinceReferenceDate(), encoder);
+      return;
+    case DateEncodingStrategy::Kind::secondsSince1970:
+      Coding<double>::encode(value.timeIntervalSince1970(), encoder);
+      return;
+    case DateEncodingStrategy::Kind::millisecondsSince1970:
+      Coding<double>::encode(value.timeIntervalSince1970() * 1000.0, encoder);
+      return;
+    case DateEncodingStrategy::Kind::iso8601:
+      Coding<std::string>::encode(iso8601::format(value), encoder);
+      return;
+    case DateEncodingStrategy::Kind::custom:
+      strategy.custom(value, encoder);
+      return;
+  }
+}
+
+Date Coding<Date>::decode(const Decoder& decoder) {
+  const DateDecodingStrategy& strategy = decoder.options().dateStrategy;
+  switch (strategy.kind) {
+    case DateDecodingStrategy::Kind::deferredToDate:
+      return Date(Coding<double>::decode(decoder));
+    case DateDecodingStrategy::Kind::secondsSince1970:
+      return Date::fromTimeIntervalSince1970(Coding<double>::decode(decoder));
+    case DateDecodingStrategy::Kind::millisecondsSince1970:
+      return Date::fromTimeIntervalSince1970(Coding<double>::decode(decoder) / 1000.0);
+    case DateDecodingStrategy::Kind::iso8601: {
+      std::string text = Coding<std::string>::decode(decoder);
+      if (auto date = iso8601::parse(text)) return *date;
+      decoder.throwDataCorrupted("Expected date string to be ISO8601-formatted.");
+    }
+    case DateDecodingStrategy::Kind::custom:
+      return strategy.custom(decoder);
+  }
+  decoder.throwDataCorrupted("Unknown date decoding strategy.");
+}
+
+void Coding<Data>::encode(const Data& value, Encoder& encoder) {
+  const DataEncodingStrategy& strategy = encoder.options().dataStrategy;
+  if (strategy.kind == DataEncodingStrategy::Kind::custom) {
+    strategy.custom(value, encoder);
+    return;
+  }
+  Coding<std::string>::encode(value.base64EncodedString(), encoder);
+}
+
+Data Coding<Data>::decode(const Decoder& decoder) {
+  const DataDecodingStrategy& strategy = decoder.options().dataStrategy;
+  if (strategy.kind == DataDecodingStrategy::Kind::custom) return strategy.custom(decoder);
+  std::string text = Coding<std::string>::decode(decoder);
+  if (auto data = Data::fromBase64(text)) return *data;
+  decoder.throwDataCorrupted("Encountered Data is not valid Base64.");
+}
+
+}  // namespace zorlan

@@ -1,0 +1,118 @@
+#include "zorlan/Coding/Decoder.hpp"
+
+#include <algorithm>
+
+namespace zorlan {
+namespace detail {
+
+CodingPath PathNode::path() const {
+  CodingPath out;
+  for (const PathNode* n = this; n && !n->root; n = n->parent) {
+    if (n->index >= 0) {
+      out.push_back(CodingKey::index(n->index));
+    } else {
+      out.push_back(CodingKey::named(std::string(n->key)));
+    }
+  }
+  std::reverse(out.begin(), out.end());
+  return out;
+}
+
+std::string_view jsonKindName(const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::null: return "null";
+    case boost::json::kind::bool_: return "bool";
+    case boost::json::kind::int64:
+    case boost::json::kind::uint64:
+    case boost::json::kind::double_: return "number";
+    case boost::json::kind::string: return "a string";
+    case boost::json::kind::array: return "an array";
+    case boost::json::kind::object: return "a dictionary";
+  }
+  return "unknown";
+}
+
+}  // namespace detail
+
+void Decoder::throwTypeMismatch(std::string_view expectedType) const {
+  if (value_->is_null()) {
+    throw DecodingError::valueNotFound(
+        std::string(expectedType),
+        {codingPath(), "Expected " + std::string(expectedType) + " value but found null instead.",
+         nullptr});
+  }
+  throw DecodingError::typeMismatch(
+      std::string(expectedType),
+      {codingPath(),
+       "Expected to decode " + std::string(expectedType) + " but found " +
+           std::string(detail::jsonKindName(*value_)) + " instead.",
+       nullptr});
+}
+
+void Decoder::throwDataCorrupted(std::string description, std::exception_ptr underlying) const {
+  throw DecodingError::dataCorrupted({codingPath(), std::move(description), underlying});
+}
+
+void Decoder::requireNonNull(std::string_view expectedType) const {
+  if (value_->is_null()) throwTypeMismatch(expectedType);
+}
+
+KeyedDecodingContainer Decoder::container() const {
+  if (!value_->is_object()) throwTypeMismatch("Dictionary<String, Any>");
+  return KeyedDecodingContainer(value_->get_object(), *options_, node_);
+}
+
+UnkeyedDecodingContainer Decoder::unkeyedContainer() const {
+  if (!value_->is_array()) throwTypeMismatch("Array<Any>");
+  return UnkeyedDecodingContainer(value_->get_array(), *options_, node_);
+}
+
+std::vector<CodingKey> KeyedDecodingContainer::allKeys() const {
+  std::vector<CodingKey> keys;
+  keys.reserve(object_->size());
+  for (const auto& member : *object_) keys.push_back(CodingKey::named(std::string(member.key())));
+  return keys;
+}
+
+const boost::json::value& KeyedDecodingContainer::member(std::string_view key) const {
+  const boost::json::value* v = object_->if_contains(key);
+  if (!v) {
+    std::string k(key);
+    throw DecodingError::keyNotFound(
+        CodingKey::named(k),
+        {codingPath(),
+         "No value associated with key CodingKeys(stringValue: \"" + k +
+             "\", intValue: nil) (\"" + k + "\").",
+         nullptr});
+  }
+  return *v;
+}
+
+KeyedDecodingContainer KeyedDecodingContainer::nestedContainer(std::string_view key) const {
+  return decoderFor(key).container();
+}
+
+UnkeyedDecodingContainer KeyedDecodingContainer::nestedUnkeyedContainer(
+    std::string_view key) const {
+  return decoderFor(key).unkeyedContainer();
+}
+
+const boost::json::value& UnkeyedDecodingContainer::next(std::string_view type) const {
+  if (isAtEnd()) {
+    CodingPath path = node_.path();
+    path.push_back(CodingKey::index(static_cast<int>(index_)));
+    throw DecodingError::valueNotFound(std::string(type),
+                                       {std::move(path), "Unkeyed container is at end.", nullptr});
+  }
+  return (*array_)[index_];
+}
+
+bool UnkeyedDecodingContainer::decodeNil() {
+  if (!isAtEnd() && (*array_)[index_].is_null()) {
+    ++index_;
+    return true;
+  }
+  return false;
+}
+
+}  // namespace zorlan

@@ -1,0 +1,32 @@
+#include "zorlan/Coding/Encoder.hpp"
+
+namespace zorlan {
+
+KeyedEncodingContainer Encoder::container() {
+  if (!target_->is_object()) *target_ = boost::json::object(target_->storage());
+  return KeyedEncodingContainer(target_->get_object(), *options_, node_);
+}
+
+UnkeyedEncodingContainer Encoder::unkeyedContainer() {
+  if (!target_->is_array()) *target_ = boost::json::array(target_->storage());
+  return UnkeyedEncodingContainer(target_->get_array(), *options_, node_);
+}
+
+void Encoder::throwInvalidValue(std::string value, std::string description) const {
+  throw EncodingError::invalidValue(std::move(value),
+                                    {codingPath(), std::move(description), nullptr});
+}
+
+KeyedEncodingContainer KeyedEncodingContainer::nestedContainer(std::string_view key) {
+  boost::json::value& slot = (*object_)[key];
+  if (!slot.is_object()) slot = boost::json::object(slot.storage());
+  return KeyedEncodingContainer(slot.get_object(), *options_, node_.child(key));
+}
+
+UnkeyedEncodingContainer KeyedEncodingContainer::nestedUnkeyedContainer(std::string_view key) {
+  boost::json::value& slot = (*object_)[key];
+  if (!slot.is_array()) slot = boost::json::array(slot.storage());
+  return UnkeyedEncodingContainer(slot.get_array(), *options_, node_.child(key));
+}
+
+}  // namespace zorlan

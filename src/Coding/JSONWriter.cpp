@@ -1,0 +1,147 @@
+#include "zorlan/Coding/JSONWriter.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+namespace zorlan {
+namespace {
+
+void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  out += '"';
+  std::size_t runStart = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    auto c = static_cast<unsigned char>(text[i]);
+    const char* escape = nullptr;
+    char unicode[7];
+    switch (c) {
+      case '"': escape = "\\\""; break;
+      case '\\': escape = "\\\\"; break;
+      case '\n': escape = "\\n"; break;
+      case '\r': escape = "\\r"; break;
+      case '\t': escape = "\\t"; break;
+      case '\b': escape = "\\b"; break;
+      case '\f': escape = "\\f"; break;
+      case '/':
+        if (!options.withoutEscapingSlashes) escape = "\\/";
+        break;
+      default:
+        if (c < 0x20) {
+          unicode[0] = '\\';
+          unicode[1] = 'u';
+          unicode[2] = '0';
+          unicode[3] = '0';
+          unicode[4] = kHex[c >> 4];
+          unicode[5] = kHex[c & 15];
+          unicode[6] = '\0';
+          escape = unicode;
+        }
+    }
+    if (escape) {
+      out.append(text.data() + runStart, i - runStart);
+      out += escape;
+      runStart = i + 1;
+    }
+  }
+  out.append(text.data() + runStart, text.size() - runStart);
+  out += '"';
+}
+
+void writeDouble(double d, std::string& out) {
+  if (!std::isfinite(d)) {
+    out += "null";
+    return;
+  }
+  char buffer[32];
+  // Integral values inside the exactly representable range print without a
+  // fraction or exponent (3, not 3.0 or 3e0).
+  if (std::trunc(d) == d && std::abs(d) < 9007199254740992.0) {
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long long>(d));
+    out.append(buffer, end);
+    if (d == 0 && std::signbit(d)) out.insert(out.size() - 1, "-");
+    return;
+  }
+  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, d);
+  out.append(buffer, end);
+}
+
+void newline(int depth, std::string& out) {
+  out += '\n';
+  out.append(static_cast<std::size_t>(depth) * 2, ' ');
+}
+
+void write(const boost::json::value& value, const JSONWritingOptions& options, int depth,
+           std::string& out) {
+  switch (value.kind()) {
+    case boost::json::kind::null: out += "null"; return;
+    case boost::json::kind::bool_: out += value.get_bool() ? "true" : "false"; return;
+    case boost::json::kind::int64: {
+      char buffer[24];
+      auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value.get_int64());
+      out.append(buffer, end);
+      return;
+    }
+    case boost::json::kind::uint64: {
+      char buffer[24];
+      auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value.get_uint64());
+      out.append(buffer, end);
+      return;
+    }
+    case boost::json::kind::double_: writeDouble(value.get_double(), out); return;
+    case boost::json::kind::string: writeString(value.get_string(), options, out); return;
+    case boost::json::kind::array: {
+      const auto& array = value.get_array();
+      out += '[';
+      bool first = true;
+      for (const auto& element : array) {
+        if (!first) out += ',';
+        first = false;
+        if (options.prettyPrinted) newline(depth + 1, out);
+        write(element, options, depth + 1, out);
+      }
+      if (options.prettyPrinted && !array.empty()) newline(depth, out);
+      out += ']';
+      return;
+    }
+    case boost::json::kind::object: {
+      const auto& object = value.get_object();
+      std::vector<const boost::json::key_value_pair*> members;
+      members.reserve(object.size());
+      for (const auto& member : object) members.push_back(&member);
+      if (options.sortedKeys) {
+        std::sort(members.begin(), members.end(),
+                  [](const auto* a, const auto* b) { return a->key() < b->key(); });
+      }
+      out += '{';
+      bool first = true;
+      for (const auto* member : members) {
+        if (!first) out += ',';
+        first = false;
+        if (options.prettyPrinted) newline(depth + 1, out);
+        writeString(member->key(), options, out);
+        out += options.prettyPrinted ? " : " : ":";
+        write(member->value(), options, depth + 1, out);
+      }
+      if (options.prettyPrinted && !members.empty()) newline(depth, out);
+      out += '}';
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+void writeJSON(const boost::json::value& value, const JSONWritingOptions& options,
+               std::string& out) {
+  write(value, options, 0, out);
+}
+
+std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options) {
+  std::string out;
+  write(value, options, 0, out);
+  return out;
+}
+
+}  // namespace zorlan

@@ -1,0 +1,244 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "zorlan/Coding/JSONDecoder.hpp"
+#include "zorlan/Coding/JSONEncoder.hpp"
+
+namespace zorlan::coding_test {
+
+struct Artwork {
+  std::string url;
+  double aspectRatio = 0;
+  std::optional<std::string> label;
+};
+ZORLAN_CODABLE(Artwork, url, aspectRatio, label);
+
+struct Rail {
+  std::string title;
+  std::vector<Artwork> items;
+  std::map<std::string, int> counts;
+};
+ZORLAN_CODABLE(Rail, title, items, counts);
+
+enum class Quality { sd, hd };
+
+// A type with its own members.
+struct Celsius {
+  double degrees = 0;
+  void encode(Encoder& encoder) const { encoder.encode(std::to_string(degrees) + "C"); }
+  static Celsius decode(const Decoder& decoder) {
+    std::string text = decoder.decode<std::string>();
+    if (text.empty() || text.back() != 'C') decoder.throwDataCorrupted("Not a temperature.");
+    return Celsius{std::stod(text.substr(0, text.size() - 1))};
+  }
+};
+
+}  // namespace zorlan::coding_test
+
+template <>
+struct zorlan::RawValues<zorlan::coding_test::Quality> {
+  static constexpr std::pair<zorlan::coding_test::Quality, std::string_view> values[] = {
+      {zorlan::coding_test::Quality::sd, "sd"}, {zorlan::coding_test::Quality::hd, "hd"}};
+};
+
+namespace zorlan::coding_test {
+namespace {
+
+template <class T>
+DecodingError decodingError(std::string_view json) {
+  try {
+    JSONDecoder().decode<T>(json);
+  } catch (const DecodingError& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no error for " << json;
+  return DecodingError::dataCorrupted({});
+}
+
+TEST(CodingTest, DescribedStructsRoundTripAndOmitAbsentOptionals) {
+  Artwork art{"https://a/b.jpg", 1.78, std::nullopt};
+  std::string json = JSONEncoder().encodeToString(art);
+  EXPECT_EQ(json, R"({"url":"https:\/\/a\/b.jpg","aspectRatio":1.78})");
+  Artwork back = JSONDecoder().decode<Artwork>(json);
+  EXPECT_EQ(back.url, art.url);
+  EXPECT_EQ(back.aspectRatio, 1.78);
+  EXPECT_EQ(back.label, std::nullopt);
+  EXPECT_EQ(JSONDecoder().decode<Artwork>(R"({"url":"u","aspectRatio":1,"label":null})").label,
+            std::nullopt);
+  EXPECT_EQ(JSONDecoder().decode<Artwork>(R"({"url":"u","aspectRatio":1,"label":"x"})").label,
+            "x");
+}
+
+TEST(CodingTest, ErrorsCarryTheCodingPath) {
+  auto error = decodingError<Rail>(
+      R"({"title":"t","counts":{},"items":[{"url":"a","aspectRatio":1},{"url":"b","aspectRatio":1},
+          {"url":"c","aspectRatio":1},{"url":7,"aspectRatio":1}]})");
+  EXPECT_EQ(error.kind(), DecodingError::Kind::typeMismatch);
+  EXPECT_EQ(error.type(), "String");
+  EXPECT_EQ(codingPathString(error.context().codingPath), "items.3.url");
+  EXPECT_EQ(error.context().codingPath[1], CodingKey::index(3));
+  EXPECT_EQ(error.context().debugDescription,
+            "Expected to decode String but found number instead.");
+  EXPECT_EQ(error.errorDomain(), "NSCocoaErrorDomain");
+  EXPECT_EQ(error.errorCode(), 4864);
+}
+
+TEST(CodingTest, EachDecodingErrorKindWhereItArises) {
+  auto missing = decodingError<Artwork>(R"({"url":"u"})");
+  EXPECT_EQ(missing.kind(), DecodingError::Kind::keyNotFound);
+  EXPECT_EQ(missing.key()->stringValue, "aspectRatio");
+  EXPECT_EQ(missing.context().debugDescription,
+            "No value associated with key CodingKeys(stringValue: \"aspectRatio\", intValue: "
+            "nil) (\"aspectRatio\").");
+  EXPECT_EQ(missing.errorCode(), 4865);
+
+  auto null = decodingError<Artwork>(R"({"url":null,"aspectRatio":1})");
+  EXPECT_EQ(null.kind(), DecodingError::Kind::valueNotFound);
+  EXPECT_EQ(codingPathString(null.context().codingPath), "url");
+  EXPECT_EQ(null.context().debugDescription, "Expected String value but found null instead.");
+
+  auto notJSON = decodingError<Artwork>("{\"url\":");
+  EXPECT_EQ(notJSON.kind(), DecodingError::Kind::dataCorrupted);
+  EXPECT_EQ(notJSON.context().debugDescription, "The given data was not valid JSON.");
+  EXPECT_TRUE(notJSON.context().underlyingError);
+
+  auto notObject = decodingError<Artwork>("[1]");
+  EXPECT_EQ(notObject.kind(), DecodingError::Kind::typeMismatch);
+  EXPECT_TRUE(notObject.context().codingPath.empty());
+
+  auto badRaw = decodingError<Quality>(R"("4k")");
+  EXPECT_EQ(badRaw.kind(), DecodingError::Kind::dataCorrupted);
+}
+
+TEST(CodingTest, IntegerAndBooleanRules) {
+  struct Case {
+    const char* json;
+    bool ok;
+    DecodingError::Kind kind;
+  };
+  using K = DecodingError::Kind;
+  const Case intCases[] = {
+      {"1", true, K::typeMismatch},     {"1.0", true, K::typeMismatch},
+      {"-0", true, K::typeMismatch},    {"1.5", false, K::dataCorrupted},
+      {"true", false, K::typeMismatch}, {"\"1\"", false, K::typeMismatch},
+      {"1e300", false, K::dataCorrupted},
+  };
+  for (const Case& c : intCases) {
+    if (c.ok) {
+      EXPECT_NO_THROW(JSONDecoder().decode<int>(c.json)) << c.json;
+    } else {
+      EXPECT_EQ(decodingError<int>(c.json).kind(), c.kind) << c.json;
+    }
+  }
+  EXPECT_EQ(decodingError<std::uint8_t>("256").context().debugDescription,
+            "Parsed JSON number <256> does not fit in UInt8.");
+  EXPECT_EQ(decodingError<int>("1.5").context().debugDescription,
+            "Parsed JSON number <1.5> does not fit in Int32.");
+  EXPECT_EQ(JSONDecoder().decode<std::int64_t>("9223372036854775807"),
+            std::numeric_limits<std::int64_t>::max());
+  EXPECT_EQ(decodingError<std::int64_t>("9223372036854775808").kind(), K::dataCorrupted);
+  EXPECT_EQ(decodingError<bool>("1").kind(), K::typeMismatch);
+  EXPECT_EQ(decodingError<bool>("0").kind(), K::typeMismatch);
+  EXPECT_EQ(decodingError<double>("false").kind(), K::typeMismatch);
+  EXPECT_EQ(JSONDecoder().decode<double>("3"), 3.0);
+}
+
+TEST(CodingTest, WriterNumbersEscapesAndLayout) {
+  JSONEncoder encoder;
+  EXPECT_EQ(encoder.encodeToString(3.0), "3");
+  EXPECT_EQ(encoder.encodeToString(1.5), "1.5");
+  EXPECT_EQ(encoder.encodeToString(0.1), "0.1");
+  EXPECT_EQ(encoder.encodeToString(1e21), "1e+21");
+  EXPECT_EQ(encoder.encodeToString(std::string("a/b\"c\\\n\x01")), R"("a\/b\"c\\\n\u0001")");
+  encoder.outputFormatting.withoutEscapingSlashes = true;
+  EXPECT_EQ(encoder.encodeToString(std::string("a/b")), R"("a/b")");
+
+  std::map<std::string, std::vector<int>> value{{"b", {1, 2}}, {"a", {}}};
+  JSONEncoder pretty;
+  pretty.outputFormatting.prettyPrinted = true;
+  pretty.outputFormatting.sortedKeys = true;
+  EXPECT_EQ(pretty.encodeToString(value), "{\n  \"a\" : [],\n  \"b\" : [\n    1,\n    2\n  ]\n}");
+  Rail rail{"t", {}, {{"z", 1}, {"m", 2}}};
+  JSONEncoder sorted;
+  sorted.outputFormatting.sortedKeys = true;
+  EXPECT_EQ(sorted.encodeToString(rail), R"({"counts":{"m":2,"z":1},"items":[],"title":"t"})");
+}
+
+TEST(CodingTest, NonFiniteNumbersAreRefusedWithThePath) {
+  std::vector<double> values{1.0, std::nan("")};
+  try {
+    JSONEncoder().encodeToString(values);
+    FAIL() << "expected an encoding error";
+  } catch (const EncodingError& error) {
+    EXPECT_EQ(codingPathString(error.context().codingPath), "1");
+    EXPECT_EQ(error.errorCode(), 4866);
+  }
+  EXPECT_THROW(JSONEncoder().encodeToString(std::numeric_limits<double>::infinity()),
+               EncodingError);
+}
+
+TEST(CodingTest, DateAndDataStrategiesRoundTrip) {
+  using DK = DateEncodingStrategy::Kind;
+  using DD = DateDecodingStrategy::Kind;
+  Date date = Date::fromTimeIntervalSince1970(1700000000.0);
+  struct Case {
+    DK encode;
+    DD decode;
+    const char* json;
+  };
+  for (const Case& c : {Case{DK::deferredToDate, DD::deferredToDate, "721692800"},
+                        Case{DK::secondsSince1970, DD::secondsSince1970, "1700000000"},
+                        Case{DK::millisecondsSince1970, DD::millisecondsSince1970,
+                             "1700000000000"},
+                        Case{DK::iso8601, DD::iso8601, R"("2023-11-14T22:13:20Z")"}}) {
+    JSONEncoder encoder;
+    encoder.dateEncodingStrategy = DateEncodingStrategy::of(c.encode);
+    EXPECT_EQ(encoder.encodeToString(date), c.json);
+    JSONDecoder decoder;
+    decoder.dateDecodingStrategy = DateDecodingStrategy::of(c.decode);
+    EXPECT_EQ(decoder.decode<Date>(std::string_view(c.json)), date) << c.json;
+  }
+  JSONDecoder iso;
+  iso.dateDecodingStrategy = DateDecodingStrategy::of(DD::iso8601);
+  EXPECT_EQ(iso.decode<Date>(R"("2023-11-15T00:13:20+02:00")"), date);
+  EXPECT_THROW(iso.decode<Date>(R"("2023-02-30T00:00:00Z")"), DecodingError);
+
+  Data bytes(std::vector<std::uint8_t>{0, 1, 2, 250, 255});
+  std::string json = JSONEncoder().encodeToString(bytes);
+  EXPECT_EQ(json, R"("AAEC+v8=")");
+  EXPECT_EQ(JSONDecoder().decode<Data>(json), bytes);
+  EXPECT_EQ(decodingError<Data>(R"("AAE")").kind(), DecodingError::Kind::dataCorrupted);
+}
+
+TEST(CodingTest, EnumsMembersAndCollections) {
+  EXPECT_EQ(JSONEncoder().encodeToString(std::vector<Quality>{Quality::hd, Quality::sd}),
+            R"(["hd","sd"])");
+  EXPECT_EQ(JSONDecoder().decode<Quality>(R"("hd")"), Quality::hd);
+  EXPECT_EQ(JSONEncoder().encodeToString(Celsius{21.5}), R"("21.500000C")");
+  EXPECT_EQ(JSONDecoder().decode<Celsius>(R"("3C")").degrees, 3.0);
+  EXPECT_EQ(JSONDecoder().decode<std::set<int>>("[3,1,3]"), (std::set<int>{1, 3}));
+  EXPECT_EQ(JSONDecoder().decode<std::optional<int>>("null"), std::nullopt);
+}
+
+// Documents the parser must accept or refuse (RFC 8259).
+TEST(CodingTest, ParsingFollowsRFC8259) {
+  const char* accepted[] = {
+      "0", "-0", "1.5e3", "-1E-2", "\"\\u00e9\\ud83d\\ude00\"", "\"caf\xc3\xa9\"", "[]", "{}",
+      " [1 , 2] ", "{\"a\":[{\"b\":null}]}", "true", "\"\\/\\b\\f\\n\\r\\t\""};
+  for (const char* text : accepted) EXPECT_NO_THROW(JSONDecoder::parse(text)) << text;
+  const char* refused[] = {"01", "1.", ".5", "+1", "[1,]", "{\"a\":1,}", "[1] x", "'a'",
+                           "\"a\nb\"", "\"\\x\"", "\"\xff\"", "\"\xc3\"", "NaN", "[1 2]",
+                           "{a:1}", "// c\n1", ""};
+  for (const char* text : refused) {
+    EXPECT_THROW(JSONDecoder::parse(text), DecodingError) << text;
+  }
+  std::string deep = std::string(512, '[') + std::string(512, ']');
+  EXPECT_NO_THROW(JSONDecoder::parse(deep));
+  std::string tooDeep = std::string(100000, '[') + std::string(100000, ']');
+  EXPECT_THROW(JSONDecoder::parse(tooDeep), DecodingError);
+}
+
+}  // namespace
+}  // namespace zorlan::coding_test
