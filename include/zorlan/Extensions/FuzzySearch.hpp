@@ -1,0 +1,99 @@
+// Fuzzy matching of a search term against candidate texts, and fuzzy search
+// over a collection: filtering, forced inclusion or exclusion, ordering by score.
+//
+// The score of a candidate rewards the term's characters found close together
+// and in order. Characters are user-perceived characters; two characters match
+// when their lower-cased forms are canonically equivalent. For each character
+// of the term, each matching candidate position j scores
+//   best + 1 - sqrt(j - k - 1)
+// where `best` is the highest score of the previous term character at some
+// position k <= j (ties to the highest k; none yet: -FLT_MAX), or 1 when the
+// previous character has no score at or before j. The candidate's score is the
+// highest score of the last term character. Only the term's first character
+// must occur in the candidate. A candidate position can serve two consecutive
+// term characters; the square root of -1 then makes the score NaN (candidate
+// "ab", term "aa"), and such candidates have no defined place in the order.
+// All arithmetic is in 32-bit floats.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zorlan {
+
+// A search term prepared once for scoring many candidates. Immutable after
+// construction; `score` may be called from several threads at once.
+class FuzzyMatcher {
+ public:
+  explicit FuzzyMatcher(std::string_view term);
+
+  // The score of `candidate` against the term: absent when the term is empty,
+  // when the term's first character does not occur in the lower-cased
+  // candidate, or when the last term character matches nowhere; otherwise the
+  // score described above (possibly NaN). Linear in the product of the term's
+  // and the candidate's lengths.
+  std::optional<float> score(std::string_view candidate) const;
+
+  // True when the term is empty (every score is absent).
+  bool isEmpty() const noexcept { return characters_.empty(); }
+
+ private:
+  // The term's characters, lower-cased and composed.
+  std::vector<std::string> characters_;
+};
+
+// `FuzzyMatcher(term).score(candidate)`: hello / hl gives 1.0, hello / he 2.0,
+// Apple / AP 2.0, Apple / x absent, ab / aa NaN.
+std::optional<float> fuzzyMatchScore(std::string_view candidate, std::string_view term);
+
+// The elements matching `term`, best first. With an absent or empty term, a
+// copy of `elements` unchanged (`overrideOf` is not asked). Otherwise, for each
+// element: `textOf(element)` gives its searchable text or absent (anything
+// testable with `if` and dereferenceable to text, such as
+// std::optional<std::string>); a text with a present score makes the element a
+// candidate. `overrideOf(element)` (a std::optional<bool>) then decides:
+// absent keeps the candidate, if any; true forces the element in with a score
+// of at least 1.0 (its own score when higher); false drops it. The kept
+// elements are ordered by score, highest first, equal scores in input order.
+template <class T, class TextOf, class OverrideOf>
+std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::string_view> term,
+                           TextOf&& textOf, OverrideOf&& overrideOf) {
+  if (!term || term->empty()) return elements;
+  const FuzzyMatcher matcher(*term);
+  std::vector<std::pair<std::size_t, float>> kept;
+  for (std::size_t index = 0; index < elements.size(); ++index) {
+    const T& element = elements[index];
+    std::optional<float> score;
+    {
+      const auto text = textOf(element);
+      if (text) score = matcher.score(std::string_view(*text));
+    }
+    const std::optional<bool> forced = overrideOf(element);
+    if (!forced) {
+      if (score) kept.emplace_back(index, *score);
+    } else if (*forced) {
+      kept.emplace_back(index, score && *score > 1.0f ? *score : 1.0f);
+    }
+  }
+  std::stable_sort(kept.begin(), kept.end(),
+                   [](const auto& lhs, const auto& rhs) { return lhs.second > rhs.second; });
+  std::vector<T> result;
+  result.reserve(kept.size());
+  for (const auto& entry : kept) result.push_back(elements[entry.first]);
+  return result;
+}
+
+// As above with no overrides.
+template <class T, class TextOf>
+std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::string_view> term,
+                           TextOf&& textOf) {
+  return fuzzySearch(elements, term, std::forward<TextOf>(textOf),
+                     [](const T&) { return std::optional<bool>(); });
+}
+
+}  // namespace zorlan
