@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "zorlan/Platform/Precondition.hpp"
+
 namespace zorlan {
 
 struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
@@ -21,9 +23,22 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
       std::lock_guard lock(mutex);
       if (cancelled || forGeneration != generation) return;
       toRun = handler;
-      if (!interval.isNever()) arm(deadline + interval, generation);
+      if (!interval.isNever()) arm(nextDeadline(deadline), generation);
     }
     if (toRun) toRun();
+  }
+
+  // The first deadline after `fired` that is still ahead of the clock:
+  // firings missed while the queue was busy (or the clock jumped) collapse
+  // into the one that just ran.
+  DispatchTime nextDeadline(DispatchTime fired) const {
+    const DispatchTime next = fired + interval;
+    const DispatchTime now = DispatchTime::now();
+    if (next > now || next == DispatchTime::distantFuture()) return next;
+    const std::int64_t behind = now.uptimeNanoseconds() - fired.uptimeNanoseconds();
+    const std::int64_t periods = behind / interval.count() + 1;
+    return fired + DispatchTimeInterval::nanoseconds(
+                       detail::saturatingScale(periods, interval.count()));
   }
 
   DispatchQueue queue;
@@ -43,6 +58,8 @@ DispatchSourceTimer::~DispatchSourceTimer() { cancel(); }
 
 void DispatchSourceTimer::schedule(DispatchTime deadline, DispatchTimeInterval repeating,
                                    DispatchTimeInterval /*leeway*/) {
+  ZORLAN_PRECONDITION(repeating.count() > 0,
+                      "a repeating timer's interval must be positive (never() for one shot)");
   std::lock_guard lock(state_->mutex);
   state_->deadline = deadline;
   state_->interval = repeating;

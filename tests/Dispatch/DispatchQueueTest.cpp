@@ -65,6 +65,14 @@ TEST(DispatchQueueTest, SyncReturnsValuesAndRethrows) {
                std::runtime_error);
   // The queue is usable after a throwing sync.
   EXPECT_EQ(queue.sync([] { return 7; }), 7);
+  // A reference result refers to the original, not to a copy.
+  std::vector<int> stored{1, 2};
+  std::vector<int>& same = queue.sync([&]() -> std::vector<int>& { return stored; });
+  EXPECT_EQ(&same, &stored);
+  // A child queue's sync (which waits for its target) rethrows too.
+  DispatchQueue child("com.zorlan.test.values-child", DispatchQoS::unspecified, queue);
+  EXPECT_THROW(child.sync([] { throw std::out_of_range("child"); }), std::out_of_range);
+  EXPECT_EQ(child.sync([] { return 8; }), 8);
   flush(queue);
 }
 

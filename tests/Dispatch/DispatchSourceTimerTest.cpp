@@ -80,5 +80,42 @@ TEST_F(DispatchSourceTimerTest, DestroyedTimerNeverFires) {
   EXPECT_EQ(fired, 0);
 }
 
+TEST_F(DispatchSourceTimerTest, LateFiringSkipsMissedDeadlinesAndKeepsItsPhase) {
+  int fired = 0;
+  DispatchSourceTimer timer(DispatchQueue::main());
+  timer.setEventHandler([&] { ++fired; });
+  timer.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(10),
+                 DispatchTimeInterval::milliseconds(10));
+  timer.resume();
+  advance(55);  // five deadlines passed while nobody ran the main queue
+  EXPECT_EQ(fired, 1);
+  advance(4);  // t = 59: the next deadline is 60, not 65
+  EXPECT_EQ(fired, 1);
+  advance(1);
+  EXPECT_EQ(fired, 2);
+}
+
+TEST_F(DispatchSourceTimerTest, HandlerThatCancelsItsTimerRunsOnce) {
+  int fired = 0;
+  DispatchSourceTimer timer(DispatchQueue::main());
+  timer.setEventHandler([&] {
+    ++fired;
+    timer.cancel();
+  });
+  timer.schedule(DispatchTime::now(), DispatchTimeInterval::milliseconds(1));
+  timer.resume();
+  advance(10);
+  EXPECT_EQ(fired, 1);
+  timer.resume();  // a cancelled timer stays cancelled
+  advance(10);
+  EXPECT_EQ(fired, 1);
+}
+
+TEST(DispatchSourceTimerDeathTest, NonPositiveRepeatIntervalStops) {
+  DispatchSourceTimer timer(DispatchQueue::main());
+  EXPECT_DEATH(timer.schedule(DispatchTime(0), DispatchTimeInterval::nanoseconds(0)),
+               "interval must be positive");
+}
+
 }  // namespace
 }  // namespace zorlan

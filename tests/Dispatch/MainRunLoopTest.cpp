@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <future>
 #include <thread>
 #include <vector>
@@ -75,6 +77,47 @@ TEST_F(MainRunLoopTest, RunForReturnsWhenItsTimeIsUp) {
   DispatchQueue::main().async([&] { ++ran; });
   MainRunLoop::runFor(std::chrono::milliseconds(1));
   EXPECT_EQ(ran, 1);
+}
+
+TEST_F(MainRunLoopTest, AdvancingTheManualClockWakesAWaitingHost) {
+  bool ran = false;
+  DispatchQueue::main().asyncAfter(DispatchTime::now() + DispatchTimeInterval::seconds(1), [&] {
+    ran = true;
+    MainRunLoop::stop();
+  });
+  std::promise<void> returned;
+  std::atomic<bool> rescued{false};
+  std::thread tester([&] {
+    DispatchClock::advance(DispatchTimeInterval::seconds(1));
+    // A guard, not a timing assertion: a host that never wakes is rescued.
+    if (returned.get_future().wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
+      rescued = true;
+      MainRunLoop::stop();
+    }
+  });
+  MainRunLoop::run();
+  returned.set_value();
+  tester.join();
+  EXPECT_TRUE(ran);
+  EXPECT_FALSE(rescued.load());
+}
+
+TEST_F(MainRunLoopTest, StopBeforeRunMakesTheNextRunReturnAtOnce) {
+  MainRunLoop::stop();
+  MainRunLoop::run();  // would block forever if the request were lost
+  int ran = 0;
+  DispatchQueue::main().async([&] { ++ran; });
+  EXPECT_EQ(MainRunLoop::runUntilIdle(), 1u);
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(MainRunLoopDeathTest, RunningTheMainQueueFromItsOwnWorkStops) {
+  EXPECT_DEATH(
+      {
+        DispatchQueue::main().async([] { MainRunLoop::runUntilIdle(); });
+        MainRunLoop::runUntilIdle();
+      },
+      "main queue is already being run");
 }
 
 TEST(MainRunLoopDeathTest, SyncOntoTheMainQueueFromMainQueueWorkStops) {

@@ -12,7 +12,8 @@ namespace zorlan {
 // A timer source bound to a queue. Configure it with `schedule` and
 // `setEventHandler`, then `resume()` it. Each firing runs the handler on the
 // queue; a repeating timer's next deadline is the previous deadline plus the
-// interval (missed firings are not replayed in a burst). After `cancel()`
+// interval, skipping deadlines already passed when a firing runs late (missed
+// firings are not replayed in a burst). After `cancel()`
 // returns, no firing that has not started yet runs the handler. On the main
 // queue, firings follow the dispatch clock, so tests drive them with
 // `DispatchClock`'s manual clock and `MainRunLoop::runUntilIdle()`.
@@ -24,9 +25,11 @@ class DispatchSourceTimer {
   DispatchSourceTimer(const DispatchSourceTimer&) = delete;
   DispatchSourceTimer& operator=(const DispatchSourceTimer&) = delete;
 
-  // Sets the first deadline and the repeat interval (`never()`: fire once).
-  // The leeway is accepted for compatibility; firings are never coalesced.
-  // Takes effect at `resume()`, or at once when already resumed.
+  // Sets the first deadline and the repeat interval (`never()`: fire once;
+  // zero or negative stops the process: a precondition). A deadline of
+  // `DispatchTime::distantFuture()` never fires. The leeway is accepted for
+  // compatibility; firings are never deferred to be grouped. Takes effect at
+  // `resume()`, or at once when already resumed, replacing any pending firing.
   void schedule(DispatchTime deadline,
                 DispatchTimeInterval repeating = DispatchTimeInterval::never(),
                 DispatchTimeInterval leeway = DispatchTimeInterval::nanoseconds(0));
