@@ -1,0 +1,354 @@
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <filesystem>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Wrappers/TypeName.hpp"
+#include "zorlan/Platform/BridgedError.hpp"
+#include "zorlan/Platform/DataFetcherError.hpp"
+#include "zorlan/Platform/URLError.hpp"
+#include "zorlan/Wrappers/AsyncTaskCancelledError.hpp"
+#include "zorlan/Wrappers/Error+Queries.hpp"
+#include "zorlan/Wrappers/FetchPlayerExperienceError.hpp"
+#include "zorlan/Wrappers/NoSelfError.hpp"
+
+namespace zorlan {
+namespace {
+
+using Code = URLError::Code;
+
+// An error of a client's own, bridging itself to a chosen domain and code.
+class CustomError : public std::exception, public BridgedError {
+ public:
+  CustomError(std::string domain, long code) : domain_(std::move(domain)), code_(code) {}
+  const char* what() const noexcept override { return "CustomError"; }
+  std::string errorDomain() const override { return domain_; }
+  long errorCode() const override { return code_; }
+
+ private:
+  std::string domain_;
+  long code_;
+};
+
+// A thrown value that bridges itself but is not a std::exception.
+struct BridgedOnly : BridgedError {
+  std::string errorDomain() const override { return "BridgedOnlyDomain"; }
+  long errorCode() const override { return 77; }
+  std::vector<std::exception_ptr> underlyingErrors() const override {
+    return {std::make_exception_ptr(URLError(Code::cancelled))};
+  }
+};
+
+template <class T>
+struct Box : std::runtime_error {
+  Box() : std::runtime_error("box") {}
+};
+
+std::exception_ptr enoent() {
+  return std::make_exception_ptr(
+      std::system_error(std::make_error_code(std::errc::no_such_file_or_directory)));
+}
+
+std::exception_ptr nestedInside(std::exception_ptr inner, auto outer) {
+  try {
+    std::rethrow_exception(inner);
+  } catch (...) {
+    try {
+      std::throw_with_nested(outer);
+    } catch (...) {
+      return std::current_exception();
+    }
+  }
+  return nullptr;
+}
+
+struct Case {
+  const char* label;
+  std::exception_ptr error;
+  std::string domain;
+  long code;
+  std::vector<long> underlyingCodes;
+  std::string typeString;
+  std::string urlCodeName;
+};
+
+std::vector<Case> cases() {
+  const long futureNoState = static_cast<long>(std::future_errc::no_state);
+  return {
+      {"URL error without underlying errors",
+       std::make_exception_ptr(URLError(Code::notConnectedToInternet)),
+       "NSURLErrorDomain",
+       -1009,
+       {},
+       "URLError - -1009 - []",
+       "-1009"},
+      {"URL error listing underlying errors one level deep",
+       std::make_exception_ptr(URLError(
+           Code::timedOut, {std::make_exception_ptr(URLError(Code::cannotFindHost, {enoent()})),
+                            nullptr, std::make_exception_ptr(std::runtime_error("socket"))})),
+       "NSURLErrorDomain",
+       -1001,
+       {-1003, 1},
+       "URLError - -1001 - [-1003, 1]",
+       "NSURLErrorTimedOut"},
+      {"fetcher error wrapping a URL error",
+       std::make_exception_ptr(DataFetcherError::underlying(std::make_exception_ptr(
+           URLError(Code::notConnectedToInternet,
+                    {std::make_exception_ptr(URLError(Code::timedOut)), enoent()})))),
+       "zorlan::DataFetcherError",
+       2,
+       {},
+       "DataFetcherError - URLError - -1009 - [-1001, 2]",
+       "2"},
+      {"fetcher error wrapping a plain exception",
+       std::make_exception_ptr(
+           DataFetcherError::underlying(std::make_exception_ptr(std::logic_error("bug")))),
+       "zorlan::DataFetcherError",
+       2,
+       {},
+       "DataFetcherError - logic_error - 1 - []",
+       "2"},
+      {"fetcher error in a case without a wrapped error",
+       std::make_exception_ptr(DataFetcherError::httpStatus(404)),
+       "zorlan::DataFetcherError",
+       1,
+       {},
+       "DataFetcherError - 1 - []",
+       "1"},
+      {"system error", enoent(), "generic", 2, {}, "system_error - 2 - []", "2"},
+      {"system error of the system category",
+       std::make_exception_ptr(std::system_error(13, std::system_category())),
+       "system",
+       13,
+       {},
+       "system_error - 13 - []",
+       "13"},
+      {"file system error",
+       std::make_exception_ptr(std::filesystem::filesystem_error(
+           "open", std::make_error_code(std::errc::permission_denied))),
+       "generic",
+       13,
+       {},
+       "filesystem_error - 13 - []",
+       "13"},
+      {"future error",
+       std::make_exception_ptr(std::future_error(std::future_errc::no_state)),
+       "future",
+       futureNoState,
+       {},
+       "future_error - " + std::to_string(futureNoState) + " - []",
+       std::to_string(futureNoState)},
+      {"plain standard exception",
+       std::make_exception_ptr(std::runtime_error("x")),
+       "std::runtime_error",
+       1,
+       {},
+       "runtime_error - 1 - []",
+       "1"},
+      {"payload-free library error",
+       std::make_exception_ptr(NoSelfError()),
+       "zorlan::NoSelfError",
+       1,
+       {},
+       "NoSelfError - 1 - []",
+       "1"},
+      {"payload-free library error",
+       std::make_exception_ptr(FetchPlayerExperienceError()),
+       "zorlan::FetchPlayerExperienceError",
+       1,
+       {},
+       "FetchPlayerExperienceError - 1 - []",
+       "1"},
+      {"payload-free library error",
+       std::make_exception_ptr(AsyncTaskCancelledError()),
+       "zorlan::AsyncTaskCancelledError",
+       1,
+       {},
+       "AsyncTaskCancelledError - 1 - []",
+       "1"},
+      {"template error type",
+       std::make_exception_ptr(Box<URLError>()),
+       "zorlan::(anonymous namespace)::Box<zorlan::URLError>",
+       1,
+       {},
+       "Box<URLError> - 1 - []",
+       "1"},
+      {"client error in the URL domain",
+       std::make_exception_ptr(CustomError("NSURLErrorDomain", -1200)),
+       "NSURLErrorDomain",
+       -1200,
+       {},
+       "CustomError - -1200 - []",
+       "NSURLErrorSecureConnectionFailed"},
+      {"URL code in another domain",
+       std::make_exception_ptr(CustomError("NSCocoaErrorDomain", -1001)),
+       "NSCocoaErrorDomain",
+       -1001,
+       {},
+       "CustomError - -1001 - []",
+       "-1001"},
+      {"exception nested in a plain exception",
+       nestedInside(std::make_exception_ptr(URLError(Code::timedOut)),
+                    std::runtime_error("load failed")),
+       "std::runtime_error",
+       1,
+       {-1001},
+       "runtime_error - 1 - [-1001]",
+       "1"},
+      {"exception nested in a bridged exception",
+       nestedInside(enoent(), URLError(Code::badURL, {std::make_exception_ptr(NoSelfError())})),
+       "NSURLErrorDomain",
+       -1000,
+       {1, 2},
+       "URLError - -1000 - [1, 2]",
+       "NSURLErrorBadURL"},
+      {"thrown value that is not an exception",
+       std::make_exception_ptr(42),
+       "int",
+       1,
+       {},
+       "int - 1 - []",
+       "1"},
+      {"thrown value that bridges itself only",
+       std::make_exception_ptr(BridgedOnly()),
+       "BridgedOnlyDomain",
+       77,
+       {-999},
+       "BridgedOnly - 77 - [-999]",
+       "77"},
+  };
+}
+
+TEST(ErrorQueriesTest, ReduceErrorsToDomainCodeAndSummaries) {
+  for (const Case& c : cases()) {
+    SCOPED_TRACE(c.label);
+    EXPECT_EQ(domain(c.error), c.domain);
+    EXPECT_EQ(code(c.error), c.code);
+    EXPECT_EQ(underlyingErrorCodes(c.error), c.underlyingCodes);
+    EXPECT_EQ(errorTypeString(c.error), c.typeString);
+    EXPECT_EQ(urlErrorCodeName(c.error), c.urlCodeName);
+  }
+}
+
+TEST(ErrorQueriesTest, ReferenceAndPointerFormsAgree) {
+  for (const Case& c : cases()) {
+    SCOPED_TRACE(c.label);
+    try {
+      std::rethrow_exception(c.error);
+    } catch (const std::exception& e) {
+      EXPECT_EQ(domain(e), c.domain);
+      EXPECT_EQ(code(e), c.code);
+      EXPECT_EQ(underlyingErrorCodes(e), c.underlyingCodes);
+      EXPECT_EQ(errorTypeString(e), c.typeString);
+      EXPECT_EQ(urlErrorCodeName(e), c.urlCodeName);
+    } catch (...) {
+      // Values that are not std::exception have only the pointer form.
+    }
+  }
+}
+
+TEST(ErrorQueriesTest, DynamicTypeNamesTheErrorSeenThroughABaseReference) {
+  const URLError urlError(Code::timedOut);
+  const std::exception& base = urlError;
+  EXPECT_EQ(errorTypeString(base), "URLError - -1001 - []");
+  EXPECT_EQ(urlErrorCodeName(base), "NSURLErrorTimedOut");
+}
+
+TEST(ErrorQueriesTest, URLErrorCodeNamesFollowTheirTable) {
+  const struct {
+    long code;
+    const char* name;
+  } table[] = {
+      {-1000, "NSURLErrorBadURL"},
+      {-1001, "NSURLErrorTimedOut"},
+      {-1003, "NSURLErrorCannotFindHost"},
+      {-1004, "NSURLErrorCannotConnectToHost"},
+      {-1017, "NSURLErrorCannotParseResponse"},
+      {-1018, "NSURLErrorInternationalRoamingOff"},
+      {-1019, "NSURLErrorCallIsActive"},
+      {-1020, "NSURLErrorDataNotAllowed"},
+      {-1200, "NSURLErrorSecureConnectionFailed"},
+      // Well-known codes left out of the table fall through to decimal.
+      {-1002, "-1002"},
+      {-1005, "-1005"},
+      {-1009, "-1009"},
+      {-999, "-999"},
+      {-1, "-1"},
+      {0, "0"},
+      {12345, "12345"},
+  };
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.code);
+    const URLError error(static_cast<Code>(row.code));
+    EXPECT_EQ(urlErrorCodeName(error), row.name);
+    EXPECT_EQ(code(error), row.code);
+    // The same code outside the URL domain is only a number.
+    EXPECT_EQ(urlErrorCodeName(CustomError("OtherDomain", row.code)), std::to_string(row.code));
+  }
+}
+
+TEST(ErrorQueriesTest, URLErrorDescribesItselfAndDropsNullUnderlyingErrors) {
+  const auto inner = std::make_exception_ptr(NoSelfError());
+  const URLError error(Code::notConnectedToInternet, {nullptr, inner});
+  EXPECT_STREQ(error.what(),
+               "The operation couldn't be completed. (NSURLErrorDomain error -1009.)");
+  EXPECT_EQ(error.underlyingErrors(), std::vector<std::exception_ptr>{inner});
+  EXPECT_EQ(error, URLError(Code::notConnectedToInternet, {inner}));
+  EXPECT_NE(error, URLError(Code::notConnectedToInternet));
+  EXPECT_NE(error, URLError(Code::timedOut, {inner}));
+}
+
+TEST(ErrorQueriesTest, DataFetcherErrorCasesCarryTheirPayloads) {
+  const auto wrapped = std::make_exception_ptr(URLError(Code::timedOut));
+  const DataFetcherError cases[] = {DataFetcherError::invalidRequest(),
+                                    DataFetcherError::httpStatus(503),
+                                    DataFetcherError::underlying(wrapped)};
+  EXPECT_EQ(cases[0].kind(), DataFetcherError::Kind::invalidRequest);
+  EXPECT_EQ(cases[0].status(), std::nullopt);
+  EXPECT_EQ(cases[0].underlyingError(), nullptr);
+  EXPECT_STREQ(cases[0].what(), "DataFetcherError.invalidRequest");
+  EXPECT_EQ(cases[1].status(), 503);
+  EXPECT_STREQ(cases[1].what(), "DataFetcherError.httpStatus(503)");
+  EXPECT_EQ(cases[2].underlyingError(), wrapped);
+  EXPECT_STREQ(cases[2].what(),
+               "DataFetcherError.underlying(The operation couldn't be completed. "
+               "(NSURLErrorDomain error -1001.))");
+  for (long i = 0; i < 3; ++i) EXPECT_EQ(code(cases[i]), i);
+}
+
+TEST(ErrorQueriesDeathTest, NullErrorsAreRefused) {
+  EXPECT_DEATH(code(std::exception_ptr()), "null std::exception_ptr");
+  EXPECT_DEATH(errorTypeString(std::exception_ptr()), "null std::exception_ptr");
+  EXPECT_DEATH(DataFetcherError::underlying(nullptr), "needs an error to wrap");
+}
+
+TEST(TypeNameTest, QualifiersAreDroppedEverywhere) {
+  const struct {
+    const char* qualified;
+    const char* unqualified;
+  } table[] = {
+      {"int", "int"},
+      {"zorlan::URLError", "URLError"},
+      {"zorlan::detail::Inner", "Inner"},
+      {"zorlan::(anonymous namespace)::Local", "Local"},
+      {"zorlan::Either<int, std::__cxx11::basic_string<char, std::char_traits<char>, "
+       "std::allocator<char> > >",
+       "Either<int, basic_string<char, char_traits<char>, allocator<char> > >"},
+      {"a::Outer<b::X>::Inner", "Inner"},
+      {"a::Pair<a::b::C, std::map<int, x::Y> >", "Pair<C, map<int, Y> >"},
+      {"zorlan::Box<unsigned long>", "Box<unsigned long>"},
+      {"run()::LocalError", "LocalError"},
+      {"zorlan::Fn<void (zorlan::A::*)(int)>", "Fn<void (*)(int)>"},
+  };
+  for (const auto& row : table) {
+    EXPECT_EQ(detail::unqualifiedTypeName(row.qualified), row.unqualified) << row.qualified;
+  }
+}
+
+}  // namespace
+}  // namespace zorlan
