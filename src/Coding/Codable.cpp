@@ -3,8 +3,10 @@
 #include <cxxabi.h>
 
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 #include "zorlan/Platform/ISO8601.hpp"
 
@@ -22,6 +24,23 @@ std::string numberText(const boost::json::value& value) {
   char buffer[32];
   auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value.get_double());
   return std::string(buffer, end);
+}
+
+void throwNumberDoesNotFit(const Decoder& decoder, std::string_view type) {
+  decoder.throwDataCorrupted("Parsed JSON number <" + numberText(decoder.json()) +
+                             "> does not fit in " + std::string(type) + ".");
+}
+
+void throwNonFinite(Encoder& encoder, double value, std::string_view type) {
+  std::string text = std::isnan(value) ? "nan" : (value > 0 ? "inf" : "-inf");
+  std::string name = std::isnan(value) ? "nan" : (value > 0 ? "infinity" : "-infinity");
+  std::string typeName(type);
+  if (name[0] == '-') {
+    name = "-" + typeName + "." + name.substr(1);
+  } else {
+    name = typeName + "." + name;
+  }
+  encoder.throwInvalidValue(text, "Unable to encode " + name + " directly in JSON.");
 }
 
 std::string demangledTypeName(const char* mangled) {
@@ -93,6 +112,16 @@ Data Coding<Data>::decode(const Decoder& decoder) {
   std::string text = Coding<std::string>::decode(decoder);
   if (auto data = Data::fromBase64(text)) return *data;
   decoder.throwDataCorrupted("Encountered Data is not valid Base64.");
+}
+
+void Coding<URL>::encode(const URL& value, Encoder& encoder) {
+  encoder.json().emplace_string().assign(value.absoluteString());
+}
+
+URL Coding<URL>::decode(const Decoder& decoder) {
+  std::string text = Coding<std::string>::decode(decoder);
+  if (auto url = URL::fromString(text)) return *std::move(url);
+  decoder.throwDataCorrupted("Invalid URL string.");
 }
 
 }  // namespace zorlan

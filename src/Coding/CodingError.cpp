@@ -23,10 +23,24 @@ std::string describePath(const CodingPath& path) {
   return out + "]";
 }
 
+std::string quoted(std::string_view text) {
+  std::string out = "\"";
+  for (char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out + '"';
+}
+
+std::string describeKey(const CodingKey& key) {
+  return "CodingKeys(stringValue: " + quoted(key.stringValue) + ", intValue: " +
+         (key.intValue ? std::to_string(*key.intValue) : std::string("nil")) + ")";
+}
+
 std::string describeContext(const CodingErrorContext& context) {
-  return "Context(codingPath: " + describePath(context.codingPath) + ", debugDescription: \"" +
-         context.debugDescription +
-         "\", underlyingError: " + describeUnderlying(context.underlyingError) + ")";
+  return "Context(codingPath: " + describePath(context.codingPath) +
+         ", debugDescription: " + quoted(context.debugDescription) +
+         ", underlyingError: " + describeUnderlying(context.underlyingError) + ")";
 }
 
 }  // namespace
@@ -51,7 +65,7 @@ DecodingError::DecodingError(Kind kind, std::string type, std::optional<CodingKe
       description_ = "valueNotFound(" + type_ + ", " + describeContext(context_) + ")";
       break;
     case Kind::keyNotFound:
-      description_ = "keyNotFound(" + key_->stringValue + ", " + describeContext(context_) + ")";
+      description_ = "keyNotFound(" + describeKey(*key_) + ", " + describeContext(context_) + ")";
       break;
     case Kind::dataCorrupted:
       description_ = "dataCorrupted(" + describeContext(context_) + ")";

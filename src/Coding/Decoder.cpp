@@ -53,17 +53,15 @@ void Decoder::throwDataCorrupted(std::string description, std::exception_ptr und
   throw DecodingError::dataCorrupted({codingPath(), std::move(description), underlying});
 }
 
-void Decoder::requireNonNull(std::string_view expectedType) const {
-  if (value_->is_null()) throwTypeMismatch(expectedType);
-}
-
 KeyedDecodingContainer Decoder::container() const {
   if (!value_->is_object()) throwTypeMismatch("Dictionary<String, Any>");
+  if (node_.depth >= kMaxCodingDepth) throwDataCorrupted("The data is nested too deeply.");
   return KeyedDecodingContainer(value_->get_object(), *options_, node_);
 }
 
 UnkeyedDecodingContainer Decoder::unkeyedContainer() const {
   if (!value_->is_array()) throwTypeMismatch("Array<Any>");
+  if (node_.depth >= kMaxCodingDepth) throwDataCorrupted("The data is nested too deeply.");
   return UnkeyedDecodingContainer(value_->get_array(), *options_, node_);
 }
 
@@ -88,6 +86,12 @@ const boost::json::value& KeyedDecodingContainer::member(std::string_view key) c
   return *v;
 }
 
+Decoder KeyedDecodingContainer::superDecoder(std::string_view key) const {
+  static const boost::json::value kNull;
+  const boost::json::value* v = object_->if_contains(key);
+  return Decoder(v ? *v : kNull, *options_, node_.child(key));
+}
+
 KeyedDecodingContainer KeyedDecodingContainer::nestedContainer(std::string_view key) const {
   return decoderFor(key).container();
 }
@@ -97,14 +101,17 @@ UnkeyedDecodingContainer KeyedDecodingContainer::nestedUnkeyedContainer(
   return decoderFor(key).unkeyedContainer();
 }
 
-const boost::json::value& UnkeyedDecodingContainer::next(std::string_view type) const {
-  if (isAtEnd()) {
-    CodingPath path = node_.path();
-    path.push_back(CodingKey::index(static_cast<int>(index_)));
-    throw DecodingError::valueNotFound(std::string(type),
-                                       {std::move(path), "Unkeyed container is at end.", nullptr});
-  }
-  return (*array_)[index_];
+void UnkeyedDecodingContainer::throwAtEnd(std::string_view type) const {
+  CodingPath path = node_.path();
+  path.push_back(CodingKey::index(static_cast<int>(index_)));
+  throw DecodingError::valueNotFound(std::string(type),
+                                     {std::move(path), "Unkeyed container is at end.", nullptr});
+}
+
+Decoder UnkeyedDecodingContainer::superDecoder() {
+  if (isAtEnd()) throwAtEnd("Decoder");
+  int at = static_cast<int>(index_);
+  return Decoder((*array_)[index_++], *options_, node_.element(at));
 }
 
 bool UnkeyedDecodingContainer::decodeNil() {

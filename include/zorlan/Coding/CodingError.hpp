@@ -4,6 +4,7 @@
 #include <exception>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "zorlan/Coding/CodingKey.hpp"
 #include "zorlan/Platform/BridgedError.hpp"
@@ -44,13 +45,17 @@ class DecodingError : public std::exception, public BridgedError {
   const std::optional<CodingKey>& key() const noexcept { return key_; }
 
   // A stable one-line rendering, for example
-  // typeMismatch(Int, Context(codingPath: [items, 3], debugDescription: "...",
-  // underlyingError: nil)).
+  //   typeMismatch(Int, Context(codingPath: [items, 3], debugDescription:
+  //   "Expected to decode Int but found a string instead.", underlyingError: nil))
+  //   keyNotFound(CodingKeys(stringValue: "name", intValue: nil), Context(...))
+  // Keys of the path print as their integer value when they have one; the
+  // underlying error prints as its what() text, or nil.
   const std::string& description() const noexcept { return description_; }
   const char* what() const noexcept override { return description_.c_str(); }
 
   std::string errorDomain() const override { return "NSCocoaErrorDomain"; }
   long errorCode() const override;
+  // The context's underlying error, when there is one.
   std::vector<std::exception_ptr> underlyingErrors() const override;
 
  private:
@@ -69,10 +74,13 @@ class EncodingError : public std::exception, public BridgedError {
  public:
   using Context = CodingErrorContext;
 
+  // `value` is a readable rendering of the refused value ("nan", "inf").
   static EncodingError invalidValue(std::string value, Context context);
 
   const std::string& value() const noexcept { return value_; }
   const Context& context() const noexcept { return context_; }
+  // invalidValue(nan, Context(codingPath: [...], debugDescription: "...",
+  // underlyingError: nil)).
   const std::string& description() const noexcept { return description_; }
   const char* what() const noexcept override { return description_.c_str(); }
 

@@ -14,8 +14,14 @@
 
 #include "zorlan/Coding/CodingError.hpp"
 #include "zorlan/Coding/CodingStrategies.hpp"
+#include "zorlan/Coding/CodingTypeName.hpp"
 
 namespace zorlan {
+
+// The deepest nesting of objects and arrays the coders read or write; a
+// document nested deeper is refused with an error rather than risking the
+// stack.
+inline constexpr std::size_t kMaxCodingDepth = 512;
 
 // Specialise (or give a type `encode`/`decode` members, or describe it with
 // ZORLAN_CODABLE) to make a type codable; see Codable.hpp.
@@ -31,9 +37,10 @@ struct PathNode {
   std::string_view key;
   int index = -1;  // >= 0 for array elements
   bool root = true;
+  std::size_t depth = 0;  // number of keys from the root
 
-  PathNode child(std::string_view k) const { return PathNode{this, k, -1, false}; }
-  PathNode element(int i) const { return PathNode{this, {}, i, false}; }
+  PathNode child(std::string_view k) const { return PathNode{this, k, -1, false, depth + 1}; }
+  PathNode element(int i) const { return PathNode{this, {}, i, false, depth + 1}; }
   CodingPath path() const;
 };
 
@@ -45,6 +52,10 @@ std::string_view jsonKindName(const boost::json::value& value);
 class KeyedDecodingContainer;
 class UnkeyedDecodingContainer;
 
+// Reads one value of a JSON tree. `json()` is the value itself; the
+// containers read objects and arrays member by member. Errors thrown carry the
+// coding path from the root. Cheap to copy; not thread-safe to share while a
+// decode runs.
 class Decoder {
  public:
   Decoder(const boost::json::value& value, const DecodingOptions& options,
@@ -56,25 +67,30 @@ class Decoder {
   CodingPath codingPath() const { return node_.path(); }
   const detail::PathNode& node() const noexcept { return node_; }
 
-  // Throws typeMismatch unless the value is an object.
+  // Throws typeMismatch unless the value is an object (valueNotFound when it
+  // is null), dataCorrupted when nested deeper than kMaxCodingDepth.
   KeyedDecodingContainer container() const;
-  // Throws typeMismatch unless the value is an array.
+  // Throws typeMismatch unless the value is an array (valueNotFound when it
+  // is null), dataCorrupted when nested deeper than kMaxCodingDepth.
   UnkeyedDecodingContainer unkeyedContainer() const;
   // The decoder itself serves as its single-value container.
   const Decoder& singleValueContainer() const noexcept { return *this; }
 
+  // True when the value is null.
   bool decodeNil() const noexcept { return value_->is_null(); }
+  // Decodes the value as T; throws DecodingError.
   template <class T>
   T decode() const {
     return Coding<T>::decode(*this);
   }
 
-  // Error helpers for codable implementations.
+  // Error helpers for codable implementations. throwTypeMismatch throws
+  // valueNotFound ("Expected <type> value but found null instead.") when the
+  // value is null, else typeMismatch ("Expected to decode <type> but found
+  // <kind> instead.").
   [[noreturn]] void throwTypeMismatch(std::string_view expectedType) const;
   [[noreturn]] void throwDataCorrupted(std::string description,
                                        std::exception_ptr underlying = nullptr) const;
-  // Throws valueNotFound when the value is null.
-  void requireNonNull(std::string_view expectedType) const;
 
  private:
   const boost::json::value* value_;
@@ -82,6 +98,7 @@ class Decoder {
   detail::PathNode node_;
 };
 
+// The members of an object, read by key.
 class KeyedDecodingContainer {
  public:
   KeyedDecodingContainer(const boost::json::object& object, const DecodingOptions& options,
@@ -112,6 +129,8 @@ class KeyedDecodingContainer {
   Decoder decoderFor(std::string_view key) const {
     return Decoder(member(key), *options_, node_.child(key));
   }
+  // A decoder for the member, or for null when the key is missing.
+  Decoder superDecoder(std::string_view key) const;
   KeyedDecodingContainer nestedContainer(std::string_view key) const;
   UnkeyedDecodingContainer nestedUnkeyedContainer(std::string_view key) const;
   const detail::PathNode& node() const noexcept { return node_; }
@@ -123,6 +142,7 @@ class KeyedDecodingContainer {
   detail::PathNode node_;
 };
 
+// The elements of an array, read in order from the front.
 class UnkeyedDecodingContainer {
  public:
   UnkeyedDecodingContainer(const boost::json::array& array, const DecodingOptions& options,
@@ -138,14 +158,28 @@ class UnkeyedDecodingContainer {
   // is at end.").
   template <class T>
   T decode() {
-    const boost::json::value& v = next("T");
+    if (isAtEnd()) throwAtEnd(codingTypeName<T>());
     int at = static_cast<int>(index_);
-    T result = Coding<T>::decode(Decoder(v, *options_, node_.element(at)));
+    T result = Coding<T>::decode(Decoder((*array_)[index_], *options_, node_.element(at)));
     ++index_;
     return result;
   }
-  // True (and advances) when the next element is null.
+  // Absent (and advances) when the next element is null; valueNotFound at
+  // the end.
+  template <class T>
+  std::optional<T> decodeIfPresent() {
+    if (isAtEnd()) throwAtEnd(codingTypeName<T>());
+    if ((*array_)[index_].is_null()) {
+      ++index_;
+      return std::nullopt;
+    }
+    return decode<T>();
+  }
+  // True (and advances) when the next element is null; false (without
+  // moving) otherwise, including at the end.
   bool decodeNil();
+  // A decoder for the next element, advancing past it; valueNotFound at the end.
+  Decoder superDecoder();
   // The element at `index` without moving (for lossy decoders).
   Decoder decoderAt(std::size_t index) const {
     return Decoder((*array_)[index], *options_, node_.element(static_cast<int>(index)));
@@ -154,7 +188,7 @@ class UnkeyedDecodingContainer {
   const detail::PathNode& node() const noexcept { return node_; }
 
  private:
-  const boost::json::value& next(std::string_view type) const;
+  [[noreturn]] void throwAtEnd(std::string_view type) const;
   const boost::json::array* array_;
   const DecodingOptions* options_;
   detail::PathNode node_;

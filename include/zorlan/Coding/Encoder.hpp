@@ -1,7 +1,9 @@
 // Encoder and its containers: writing typed values into a JSON tree.
 //
 // An encoder and its containers write into the tree they were made for; use
-// them while the encoding call that made them runs.
+// them while the encoding call that made them runs. A nested container or a
+// super encoder refers to a slot of its parent: finish with it before adding
+// the parent's next member or element.
 #pragma once
 
 #include <boost/json/value.hpp>
@@ -18,6 +20,9 @@ namespace zorlan {
 class KeyedEncodingContainer;
 class UnkeyedEncodingContainer;
 
+// Writes one value into a JSON tree. The containers make it an object or an
+// array and write members or elements. Errors thrown (EncodingError) carry the
+// coding path from the root. Not thread-safe to share while an encode runs.
 class Encoder {
  public:
   Encoder(boost::json::value& target, const EncodingOptions& options, detail::PathNode node = {})
@@ -27,14 +32,17 @@ class Encoder {
   CodingPath codingPath() const { return node_.path(); }
   boost::json::value& json() noexcept { return *target_; }
 
-  // Makes the value an object (keeping members already written).
+  // Makes the value an object (keeping members already written). Throws
+  // EncodingError.invalidValue when nested deeper than kMaxCodingDepth.
   KeyedEncodingContainer container();
-  // Makes the value an array (keeping elements already written).
+  // Makes the value an array (keeping elements already written); the same
+  // depth limit.
   UnkeyedEncodingContainer unkeyedContainer();
   // The encoder itself serves as its single-value container.
   Encoder& singleValueContainer() noexcept { return *this; }
 
   void encodeNil() { *target_ = nullptr; }
+  // Encodes `value` as this encoder's value; throws EncodingError.
   template <class T>
   void encode(const T& value) {
     Coding<T>::encode(value, *this);
@@ -49,6 +57,7 @@ class Encoder {
   detail::PathNode node_;
 };
 
+// Writes the members of an object.
 class KeyedEncodingContainer {
  public:
   KeyedEncodingContainer(boost::json::object& object, const EncodingOptions& options,
@@ -67,8 +76,8 @@ class KeyedEncodingContainer {
     if (value) encode(*value, key);
   }
   void encodeNil(std::string_view key) { (*object_)[key] = nullptr; }
-  // An encoder for the member `key`.
-  Encoder encoderFor(std::string_view key) {
+  // An encoder for the member `key` (written as null until encoded).
+  Encoder superEncoder(std::string_view key) {
     return Encoder((*object_)[key], *options_, node_.child(key));
   }
   KeyedEncodingContainer nestedContainer(std::string_view key);
@@ -80,6 +89,7 @@ class KeyedEncodingContainer {
   detail::PathNode node_;
 };
 
+// Appends the elements of an array.
 class UnkeyedEncodingContainer {
  public:
   UnkeyedEncodingContainer(boost::json::array& array, const EncodingOptions& options,
@@ -94,6 +104,11 @@ class UnkeyedEncodingContainer {
     Coding<T>::encode(value, child);
   }
   void encodeNil() { array_->emplace_back(nullptr); }
+  // An encoder for a new element appended at the end.
+  Encoder superEncoder() {
+    int at = static_cast<int>(array_->size());
+    return Encoder(array_->emplace_back(nullptr), *options_, node_.element(at));
+  }
   std::size_t count() const noexcept { return array_->size(); }
 
  private:

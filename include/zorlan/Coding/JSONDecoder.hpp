@@ -17,7 +17,7 @@ namespace zorlan {
 // the text is not JSON, or the decoding's own errors.
 class JSONDecoder {
  public:
-  static constexpr std::size_t kMaxDepth = 512;
+  static constexpr std::size_t kMaxDepth = kMaxCodingDepth;
 
   DateDecodingStrategy dateDecodingStrategy;
   DataDecodingStrategy dataDecodingStrategy;
