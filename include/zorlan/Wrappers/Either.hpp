@@ -103,6 +103,14 @@ class Either {
   std::variant<Left, Right> storage_;
 };
 
+// "Either<Int, String>": the payload types named as decoding errors name them.
+template <class Left, class Right>
+struct CodingTypeName<Either<Left, Right>> {
+  static std::string name() {
+    return "Either<" + codingTypeName<Left>() + ", " + codingTypeName<Right>() + ">";
+  }
+};
+
 // The JSON form described with Either.
 template <class Left, class Right>
 struct Coding<Either<Left, Right>> {
@@ -126,7 +134,7 @@ struct Coding<Either<Left, Right>> {
     const bool hasLeft = container.contains(kLeftKey);
     if (hasLeft == container.contains(kRightKey)) {
       throw DecodingError::typeMismatch(
-          typeName(),
+          codingTypeName<Either<Left, Right>>(),
           DecodingError::Context{container.codingPath(),
                                  "Invalid number of keys found, expected one.", nullptr});
     }
@@ -136,12 +144,6 @@ struct Coding<Either<Left, Right>> {
     }
     return Either<Left, Right>::right(
         container.nestedContainer(kRightKey).template decode<Right>(kPayloadKey));
-  }
-
-  // "Either<Int, String>", with the payload types named as decoding errors
-  // name them.
-  static std::string typeName() {
-    return "Either<" + codingTypeName<Left>() + ", " + codingTypeName<Right>() + ">";
   }
 };
 
