@@ -1,5 +1,8 @@
 #include "zorlan/Coding/JSONWriter.hpp"
 
+#include "zorlan/Coding/CodingError.hpp"
+#include "zorlan/Coding/Decoder.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -72,6 +75,12 @@ void newline(int depth, std::string& out) {
   out.append(static_cast<std::size_t>(depth) * 2, ' ');
 }
 
+void checkDepth(int depth) {
+  if (depth >= static_cast<int>(kMaxCodingDepth)) {
+    throw EncodingError::invalidValue("", {{}, "The value is nested too deeply.", nullptr});
+  }
+}
+
 void write(const boost::json::value& value, const JSONWritingOptions& options, int depth,
            std::string& out) {
   switch (value.kind()) {
@@ -93,6 +102,7 @@ void write(const boost::json::value& value, const JSONWritingOptions& options, i
     case boost::json::kind::string: writeString(value.get_string(), options, out); return;
     case boost::json::kind::array: {
       const auto& array = value.get_array();
+      checkDepth(depth);
       out += '[';
       bool first = true;
       for (const auto& element : array) {
@@ -107,24 +117,29 @@ void write(const boost::json::value& value, const JSONWritingOptions& options, i
     }
     case boost::json::kind::object: {
       const auto& object = value.get_object();
-      std::vector<const boost::json::key_value_pair*> members;
-      members.reserve(object.size());
-      for (const auto& member : object) members.push_back(&member);
-      if (options.sortedKeys) {
-        std::sort(members.begin(), members.end(),
-                  [](const auto* a, const auto* b) { return a->key() < b->key(); });
-      }
+      checkDepth(depth);
       out += '{';
       bool first = true;
-      for (const auto* member : members) {
+      auto writeMember = [&](const boost::json::key_value_pair& member) {
         if (!first) out += ',';
         first = false;
         if (options.prettyPrinted) newline(depth + 1, out);
-        writeString(member->key(), options, out);
+        writeString(member.key(), options, out);
         out += options.prettyPrinted ? " : " : ":";
-        write(member->value(), options, depth + 1, out);
+        write(member.value(), options, depth + 1, out);
+      };
+      if (options.sortedKeys) {
+        std::vector<const boost::json::key_value_pair*> members;
+        members.reserve(object.size());
+        for (const auto& member : object) members.push_back(&member);
+        // Plain byte order: char_traits compares as unsigned char.
+        std::sort(members.begin(), members.end(),
+                  [](const auto* a, const auto* b) { return a->key() < b->key(); });
+        for (const auto* member : members) writeMember(*member);
+      } else {
+        for (const auto& member : object) writeMember(member);
       }
-      if (options.prettyPrinted && !members.empty()) newline(depth, out);
+      if (options.prettyPrinted && !object.empty()) newline(depth, out);
       out += '}';
       return;
     }

@@ -19,7 +19,9 @@ struct JSONWritingOptions {
 };
 
 // Writes `value` as JSON text. Non-finite numbers cannot occur in a tree the
-// encoder built; any that do are written as null.
+// encoder built; any that do are written as null. Throws
+// EncodingError.invalidValue for objects and arrays nested deeper than
+// kMaxCodingDepth (the decoder could not read them back). Thread-safe.
 std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options = {});
 // Appends to `out`.
 void writeJSON(const boost::json::value& value, const JSONWritingOptions& options,

@@ -1,0 +1,130 @@
+// The text the library's JSON writer produces: number forms, escapes, layout.
+#include <gtest/gtest.h>
+
+#include <boost/json/parse.hpp>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/Coding/JSONWriter.hpp"
+
+namespace zorlan {
+namespace {
+
+TEST(JSONWriter, NumberForms) {
+  struct Case {
+    boost::json::value number;
+    const char* text;
+  };
+  const Case cases[] = {
+      {3.0, "3"},
+      {-3.0, "-3"},
+      {0.0, "0"},
+      {-0.0, "-0"},
+      {1.5, "1.5"},
+      {0.1, "0.1"},
+      {1.0 / 3.0, "0.3333333333333333"},
+      {1e21, "1e+21"},
+      {1e-7, "1e-07"},
+      {1.7976931348623157e308, "1.7976931348623157e+308"},
+      {5e-324, "5e-324"},
+      {9007199254740991.0, "9007199254740991"},
+      {std::int64_t{-9223372036854775807 - 1}, "-9223372036854775808"},
+      {std::uint64_t{18446744073709551615ull}, "18446744073709551615"},
+      {std::int64_t{0}, "0"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(writeJSON(c.number), c.text) << c.text;
+  }
+}
+
+TEST(JSONWriter, DoublesReadBackExactly) {
+  for (double d : {0.1, 2.0 / 3.0, 1e300, 123456.789, -4.9e-324, 9007199254740993.0,
+                   1e16, 123456789012345680000.0}) {
+    std::string text = writeJSON(d);
+    EXPECT_EQ(boost::json::parse(text).to_number<double>(), d) << text;
+  }
+}
+
+TEST(JSONWriter, StringEscapes) {
+  struct Case {
+    std::string raw;
+    const char* escaped;
+    const char* withoutEscapingSlashes;
+  };
+  const Case cases[] = {
+      {"plain", R"("plain")", R"("plain")"},
+      {"a/b", R"("a\/b")", R"("a/b")"},
+      {"q\"b\\", R"("q\"b\\")", R"("q\"b\\")"},
+      {"\n\r\t\b\f", R"("\n\r\t\b\f")", R"("\n\r\t\b\f")"},
+      {std::string("\x00\x01\x1f", 3), R"("\u0000\u0001\u001f")", R"("\u0000\u0001\u001f")"},
+      {"\x7f", "\"\x7f\"", "\"\x7f\""},
+      {"caf\xc3\xa9 \xf0\x9f\x98\x80", "\"caf\xc3\xa9 \xf0\x9f\x98\x80\"",
+       "\"caf\xc3\xa9 \xf0\x9f\x98\x80\""},
+  };
+  JSONWritingOptions keepSlashes;
+  keepSlashes.withoutEscapingSlashes = true;
+  for (const Case& c : cases) {
+    boost::json::value v = boost::json::string(c.raw);
+    EXPECT_EQ(writeJSON(v), c.escaped);
+    EXPECT_EQ(writeJSON(v, keepSlashes), c.withoutEscapingSlashes);
+  }
+  // Keys are escaped the same way.
+  EXPECT_EQ(writeJSON(boost::json::object{{"a/b", 1}}), R"({"a\/b":1})");
+}
+
+TEST(JSONWriter, PrettyPrintingAndSortedKeys) {
+  boost::json::value doc = boost::json::parse(
+      R"({"b":[1,{"y":true,"x":null}],"a":{},"c":[],"B":"s"})");
+  JSONWritingOptions pretty;
+  pretty.prettyPrinted = true;
+  EXPECT_EQ(writeJSON(doc, pretty),
+            "{\n"
+            "  \"b\" : [\n"
+            "    1,\n"
+            "    {\n"
+            "      \"y\" : true,\n"
+            "      \"x\" : null\n"
+            "    }\n"
+            "  ],\n"
+            "  \"a\" : {},\n"
+            "  \"c\" : [],\n"
+            "  \"B\" : \"s\"\n"
+            "}");
+  JSONWritingOptions sorted;
+  sorted.sortedKeys = true;
+  // Byte order: upper case before lower case, nested objects sorted too.
+  EXPECT_EQ(writeJSON(doc, sorted), R"({"B":"s","a":{},"b":[1,{"x":null,"y":true}],"c":[]})");
+  EXPECT_EQ(writeJSON(boost::json::parse(R"({"\u00e9":1,"z":2,"aa":3,"a":4})"), sorted),
+            "{\"a\":4,\"aa\":3,\"z\":2,\"\xc3\xa9\":1}");
+  EXPECT_EQ(writeJSON(doc), R"({"b":[1,{"y":true,"x":null}],"a":{},"c":[],"B":"s"})");
+}
+
+TEST(JSONWriter, RefusesTreesTheDecoderCouldNotReadBack) {
+  auto nested = [](std::size_t levels) {
+    boost::json::value tree = boost::json::array();
+    boost::json::value* innermost = &tree;
+    for (std::size_t i = 1; i < levels; ++i) {
+      innermost = &innermost->get_array().emplace_back(boost::json::array());
+    }
+    return tree;
+  };
+  EXPECT_NO_THROW(writeJSON(nested(kMaxCodingDepth)));
+  EXPECT_THROW(writeJSON(nested(kMaxCodingDepth + 1)), EncodingError);
+}
+
+TEST(JSONWriter, EncoderOutputIsCompactWithEscapedSlashesByDefault) {
+  std::map<std::string, std::string> value{{"url", "https://a/b"}};
+  EXPECT_EQ(JSONEncoder().encodeToString(value), R"({"url":"https:\/\/a\/b"})");
+  JSONEncoder encoder;
+  encoder.outputFormatting.prettyPrinted = true;
+  encoder.outputFormatting.withoutEscapingSlashes = true;
+  EXPECT_EQ(encoder.encodeToString(value), "{\n  \"url\" : \"https://a/b\"\n}");
+  Data bytes = JSONEncoder().encode(std::vector<int>{1, 2});
+  EXPECT_EQ(bytes.toString(), "[1,2]");
+}
+
+}  // namespace
+}  // namespace zorlan
