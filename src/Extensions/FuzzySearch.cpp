@@ -1,5 +1,6 @@
 #include "zorlan/Extensions/FuzzySearch.hpp"
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -9,102 +10,171 @@
 namespace zorlan {
 namespace {
 
+char lowerAscii(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 // A character's form for comparison: lower-cased, then composed.
 std::string fold(std::string_view character) {
   if (character.size() == 1 && static_cast<unsigned char>(character[0]) < 0x80) {
-    const char c = character[0];
-    return std::string(1, c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+    return std::string(1, lowerAscii(character[0]));
   }
   return unicode::normalizedNFC(unicode::lowercased(character));
 }
 
-bool isAscii(std::string_view text) noexcept {
-  for (unsigned char c : text) {
-    if (c >= 0x80) return false;
+// Working memory of one thread's scoring, reused from candidate to candidate.
+struct Scratch {
+  // The candidate's characters, folded, as ranges of one buffer (n + 1 starts).
+  std::string folded;
+  std::vector<std::uint32_t> starts;
+  // ASCII path: per byte, the first position holding it; per position, the next
+  // position holding the same byte (-1: none). Heads are -1 between candidates.
+  std::array<std::int32_t, 256> head;
+  std::vector<std::int32_t> next;
+  // Positions where each term character matches, and the present entries of
+  // the previous and the current row (positions ascending, with their values).
+  std::vector<std::vector<std::uint32_t>> matches;
+  std::vector<std::uint32_t> previousPositions;
+  std::vector<float> previousValues, currentValues;
+
+  Scratch() { head.fill(-1); }
+};
+
+// Folds a candidate that is ASCII without CR LF (so every byte is a
+// character) and links the positions of the term's bytes. False for any other
+// candidate.
+bool foldAscii(std::string_view candidate, const std::vector<bool>& isTermByte,
+               Scratch& scratch) {
+  const std::size_t n = candidate.size();
+  scratch.folded.resize(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    const char c = candidate[i];
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+    if (c == '\n' && i > 0 && candidate[i - 1] == '\r') return false;
+    scratch.folded[i] = lowerAscii(c);
+  }
+  scratch.next.resize(n);
+  for (std::size_t i = n; i-- > 0;) {
+    const auto byte = static_cast<unsigned char>(scratch.folded[i]);
+    if (!isTermByte[byte]) continue;
+    scratch.next[i] = scratch.head[byte];
+    scratch.head[byte] = static_cast<std::int32_t>(i);
   }
   return true;
 }
 
-// A candidate's characters, folded, as ranges of one buffer; and the score rows.
-struct Scratch {
-  std::string folded;
-  std::vector<std::uint32_t> starts;  // n + 1 offsets into `folded`
-  std::vector<float> previous, current;
-  std::vector<std::uint8_t> previousPresent, currentPresent;
-
-  std::string_view character(std::size_t j) const noexcept {
-    return std::string_view(folded).substr(starts[j], starts[j + 1] - starts[j]);
-  }
-};
-
-void foldCandidate(std::string_view candidate, Scratch& scratch) {
+void foldUnicode(std::string_view candidate, Scratch& scratch) {
   scratch.folded.clear();
   scratch.starts.clear();
-  if (isAscii(candidate)) {
-    // Bytes are characters, except CR LF; lower-casing is per byte.
-    scratch.folded.resize(candidate.size());
-    for (std::size_t i = 0; i < candidate.size(); ++i) {
-      const char c = candidate[i];
-      scratch.folded[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-      if (!(c == '\n' && i > 0 && candidate[i - 1] == '\r')) {
-        scratch.starts.push_back(static_cast<std::uint32_t>(i));
-      }
-    }
-  } else {
-    for (const std::string_view character : unicode::characters(candidate)) {
-      scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
-      scratch.folded += fold(character);
-    }
+  for (const std::string_view character : unicode::characters(candidate)) {
+    scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
+    scratch.folded += fold(character);
   }
   scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
 }
 
 }  // namespace
 
-FuzzyMatcher::FuzzyMatcher(std::string_view term) {
+FuzzyMatcher::FuzzyMatcher(std::string_view term) : isTermByte_(256, false) {
   for (const std::string_view character : unicode::characters(term)) {
     characters_.push_back(fold(character));
+    const std::string& form = characters_.back();
+    if (form.size() == 1) {
+      const auto byte = static_cast<unsigned char>(form[0]);
+      bytes_.push_back(byte);
+      isTermByte_[byte] = true;
+    } else {
+      bytes_.push_back(-1);
+    }
   }
 }
 
 std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
   if (characters_.empty()) return std::nullopt;
   thread_local Scratch scratch;
-  foldCandidate(candidate, scratch);
-  if (scratch.folded.find(characters_.front()) == std::string::npos) return std::nullopt;
+  const std::size_t m = characters_.size();
+  scratch.matches.resize(m);
+  for (auto& positions : scratch.matches) positions.clear();
 
-  // Absent entries take part in comparisons as the most negative finite float.
-  constexpr float kAbsent = -std::numeric_limits<float>::max();
-  const std::size_t n = scratch.starts.size() - 1;
-  scratch.previous.assign(n, kAbsent);
-  scratch.previousPresent.assign(n, 0);
-  for (const std::string& termCharacter : characters_) {
-    scratch.current.assign(n, kAbsent);
-    scratch.currentPresent.assign(n, 0);
-    const float* previous = scratch.previous.data();
-    // The best earlier entry over positions 0..j is a running choice: moving
-    // from j - 1 to j only adds the comparison with position j. A choice that
-    // holds NaN is never replaced, since every comparison with NaN is false.
-    std::size_t best = 0;
-    for (std::size_t j = 0; j < n; ++j) {
-      if (j > 0 && previous[best] <= previous[j]) best = j;
-      if (scratch.character(j) != termCharacter) continue;
-      scratch.currentPresent[j] = 1;
-      if (!scratch.previousPresent[best]) {
-        scratch.current[j] = 1.0f;
-      } else {
-        const auto gap = static_cast<std::int64_t>(j) - static_cast<std::int64_t>(best) - 1;
-        scratch.current[j] = (previous[best] + 1.0f) - std::sqrt(static_cast<float>(gap));
+  // The positions where each term character matches, and whether the first
+  // term character occurs in the lower-cased candidate.
+  bool containsFirst = false;
+  if (foldAscii(candidate, isTermByte_, scratch)) {
+    for (std::size_t t = 0; t < m; ++t) {
+      if (bytes_[t] < 0) continue;
+      for (std::int32_t j = scratch.head[bytes_[t]]; j >= 0; j = scratch.next[j]) {
+        scratch.matches[t].push_back(static_cast<std::uint32_t>(j));
       }
     }
-    scratch.previous.swap(scratch.current);
-    scratch.previousPresent.swap(scratch.currentPresent);
+    for (std::size_t t = 0; t < m; ++t) {
+      if (bytes_[t] >= 0) scratch.head[bytes_[t]] = -1;
+    }
+    containsFirst = bytes_[0] >= 0 ? !scratch.matches[0].empty()
+                                   : scratch.folded.find(characters_[0]) != std::string::npos;
+  } else {
+    foldUnicode(candidate, scratch);
+    const std::string_view folded = scratch.folded;
+    const std::size_t n = scratch.starts.size() - 1;
+    for (std::size_t j = 0; j < n; ++j) {
+      const std::string_view character =
+          folded.substr(scratch.starts[j], scratch.starts[j + 1] - scratch.starts[j]);
+      for (std::size_t t = 0; t < m; ++t) {
+        if (character == characters_[t]) scratch.matches[t].push_back(static_cast<std::uint32_t>(j));
+      }
+    }
+    containsFirst = folded.find(characters_[0]) != std::string_view::npos;
+  }
+  if (!containsFirst) return std::nullopt;
+
+  // Row by row, only the present entries are kept. Absent entries take part in
+  // comparisons as the most negative finite float, so an absent choice is
+  // replaced by any present entry but NaN, and a present choice is never
+  // replaced by an absent one (a present value is never that low). Moving from
+  // position j - 1 to j only adds the comparisons with the entries at j, so the
+  // best entry at or before j is carried forward instead of searched for again.
+  // A choice that holds NaN is never replaced: every comparison with it fails.
+  constexpr float kAbsent = -std::numeric_limits<float>::max();
+  scratch.previousPositions.clear();
+  scratch.previousValues.clear();
+  for (std::size_t t = 0; t < m; ++t) {
+    const std::vector<std::uint32_t>& positions = scratch.matches[t];
+    scratch.currentValues.resize(positions.size());
+    // The choice starts at position 0, whatever it holds (even NaN).
+    std::size_t scanned = 0;  // previous entries folded into the choice so far
+    bool chosenPresent = false;
+    float chosenValue = kAbsent;
+    std::uint32_t chosenPosition = 0;
+    if (!scratch.previousPositions.empty() && scratch.previousPositions[0] == 0) {
+      chosenPresent = true;
+      chosenValue = scratch.previousValues[0];
+      scanned = 1;
+    }
+    for (std::size_t p = 0; p < positions.size(); ++p) {
+      const std::uint32_t j = positions[p];
+      for (; scanned < scratch.previousPositions.size() && scratch.previousPositions[scanned] <= j;
+           ++scanned) {
+        const float value = scratch.previousValues[scanned];
+        if (chosenValue <= value) {
+          chosenPresent = true;
+          chosenValue = value;
+          chosenPosition = scratch.previousPositions[scanned];
+        }
+      }
+      if (!chosenPresent) {
+        scratch.currentValues[p] = 1.0f;
+      } else {
+        const auto gap =
+            static_cast<std::int64_t>(j) - static_cast<std::int64_t>(chosenPosition) - 1;
+        scratch.currentValues[p] = (chosenValue + 1.0f) - std::sqrt(static_cast<float>(gap));
+      }
+    }
+    scratch.previousPositions.assign(positions.begin(), positions.end());
+    scratch.previousValues.swap(scratch.currentValues);
   }
 
+  // The greatest entry of the last row; strict, so the first of equals (and a
+  // NaN in first place) stays.
   std::optional<float> result;
-  for (std::size_t j = 0; j < n; ++j) {
-    if (!scratch.previousPresent[j]) continue;
-    if (!result || scratch.previous[j] > *result) result = scratch.previous[j];
+  for (const float value : scratch.previousValues) {
+    if (!result || value > *result) result = value;
   }
   return result;
 }

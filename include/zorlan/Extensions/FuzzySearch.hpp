@@ -36,7 +36,8 @@ class FuzzyMatcher {
   // when the term's first character does not occur in the lower-cased
   // candidate, or when the last term character matches nowhere; otherwise the
   // score described above (possibly NaN). Linear in the product of the term's
-  // and the candidate's lengths.
+  // and the candidate's lengths (in practice close to linear in the candidate's
+  // length: only positions where a term character matches are scored).
   std::optional<float> score(std::string_view candidate) const;
 
   // True when the term is empty (every score is absent).
@@ -45,6 +46,10 @@ class FuzzyMatcher {
  private:
   // The term's characters, lower-cased and composed.
   std::vector<std::string> characters_;
+  // For each term character whose form is one ASCII byte, that byte; -1 otherwise.
+  std::vector<int> bytes_;
+  // Which bytes occur among `bytes_`.
+  std::vector<bool> isTermByte_;
 };
 
 // `FuzzyMatcher(term).score(candidate)`: hello / hl gives 1.0, hello / he 2.0,
