@@ -17,15 +17,19 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
     });
   }
 
+  // Runs the handler, then arms the next firing, so that one timer's
+  // firings never overlap, even on a concurrent queue.
   void fire(DispatchTime deadline, std::uint64_t forGeneration) {
     std::function<void()> toRun;
     {
       std::lock_guard lock(mutex);
       if (cancelled || forGeneration != generation) return;
       toRun = handler;
-      if (!interval.isNever()) arm(nextDeadline(deadline), generation);
     }
     if (toRun) toRun();
+    std::lock_guard lock(mutex);
+    if (cancelled || forGeneration != generation || interval.isNever()) return;
+    arm(nextDeadline(deadline), generation);
   }
 
   // The first deadline after `fired` that is still ahead of the clock:

@@ -1,5 +1,6 @@
 // The schedulers that run on dispatch queues.
 #include "Rx/ScheduledAction.hpp"
+#include "zorlan/Dispatch/DispatchSourceTimer.hpp"
 #include "zorlan/Rx/ConcurrentDispatchQueueScheduler.hpp"
 #include "zorlan/Rx/ConcurrentMainScheduler.hpp"
 #include "zorlan/Rx/MainScheduler.hpp"
@@ -25,6 +26,33 @@ Disposable scheduleOnAfter(const DispatchQueue& queue, RxTimeInterval dueTime,
                   DispatchTimeInterval::nanoseconds(std::max<std::int64_t>(0, dueTime.count()));
   queue.asyncAfter(deadline, [scheduled] { scheduled->run(); });
   return Disposable(scheduled);
+}
+
+// Periodic work on a timer source bound to the queue: deadlines follow the
+// first one by whole periods (no drift), late firings collapse into one, and
+// firings never overlap. Disposing cancels the timer.
+class PeriodicTimer final : public DisposableBase {
+ public:
+  PeriodicTimer(const DispatchQueue& queue, RxTimeInterval startAfter, RxTimeInterval period,
+                std::function<void()> action)
+      : timer_(queue) {
+    timer_.setEventHandler(std::move(action));
+    timer_.schedule(
+        DispatchTime::now() + DispatchTimeInterval::from(std::max(startAfter, RxTimeInterval{})),
+        DispatchTimeInterval::from(std::max(period, RxTimeInterval{1})));
+    timer_.resume();
+  }
+  void dispose() override { timer_.cancel(); }
+  bool isDisposed() const override { return timer_.isCancelled(); }
+
+ private:
+  DispatchSourceTimer timer_;
+};
+
+Disposable schedulePeriodicOn(const DispatchQueue& queue, RxTimeInterval startAfter,
+                              RxTimeInterval period, std::function<void()> action) {
+  return Disposable(
+      std::make_shared<PeriodicTimer>(queue, startAfter, period, std::move(action)));
 }
 
 DispatchQoS orStandard(DispatchQoS qos) {
@@ -65,6 +93,12 @@ Disposable SerialDispatchQueueScheduler::schedule(std::function<Disposable()> ac
 Disposable SerialDispatchQueueScheduler::scheduleRelative(RxTimeInterval dueTime,
                                                           std::function<Disposable()> action) {
   return scheduleOnAfter(queue_, dueTime, std::move(action));
+}
+
+Disposable SerialDispatchQueueScheduler::schedulePeriodic(RxTimeInterval startAfter,
+                                                          RxTimeInterval period,
+                                                          std::function<void()> action) {
+  return schedulePeriodicOn(queue_, startAfter, period, std::move(action));
 }
 
 MainScheduler::MainScheduler()
@@ -129,6 +163,12 @@ Disposable ConcurrentDispatchQueueScheduler::scheduleRelative(RxTimeInterval due
   return scheduleOnAfter(queue_, dueTime, std::move(action));
 }
 
+Disposable ConcurrentDispatchQueueScheduler::schedulePeriodic(RxTimeInterval startAfter,
+                                                              RxTimeInterval period,
+                                                              std::function<void()> action) {
+  return schedulePeriodicOn(queue_, startAfter, period, std::move(action));
+}
+
 std::shared_ptr<ConcurrentMainScheduler> ConcurrentMainScheduler::instance() {
   static auto* shared = new std::shared_ptr<ConcurrentMainScheduler>(
       std::make_shared<ConcurrentMainScheduler>());
@@ -145,6 +185,12 @@ Disposable ConcurrentMainScheduler::schedule(std::function<Disposable()> action)
 Disposable ConcurrentMainScheduler::scheduleRelative(RxTimeInterval dueTime,
                                                      std::function<Disposable()> action) {
   return MainScheduler::instance()->scheduleRelative(dueTime, std::move(action));
+}
+
+Disposable ConcurrentMainScheduler::schedulePeriodic(RxTimeInterval startAfter,
+                                                     RxTimeInterval period,
+                                                     std::function<void()> action) {
+  return MainScheduler::instance()->schedulePeriodic(startAfter, period, std::move(action));
 }
 
 }  // namespace zorlan::rx

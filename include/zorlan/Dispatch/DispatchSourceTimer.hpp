@@ -13,11 +13,12 @@ namespace zorlan {
 // `setEventHandler`, then `resume()` it. Each firing runs the handler on the
 // queue; a repeating timer's next deadline is the previous deadline plus the
 // interval, skipping deadlines already passed when a firing runs late (missed
-// firings are not replayed in a burst). After `cancel()`
-// returns, no firing that has not started yet runs the handler. On the main
-// queue, firings follow the dispatch clock, so tests drive them with
-// `DispatchClock`'s manual clock and `MainRunLoop::runUntilIdle()`.
-// Thread-safe. Destroying the last handle cancels the timer.
+// firings are not replayed in a burst). Firings of one timer never overlap,
+// even on a concurrent queue. After `cancel()` returns, no further firing
+// starts (one already under way on another thread may still finish); the
+// handler may cancel its own timer. On the main queue, firings follow the
+// dispatch clock, so tests drive them with `DispatchClock`'s manual clock and
+// `MainRunLoop::runUntilIdle()`. Thread-safe. Destroying the timer cancels it.
 class DispatchSourceTimer {
  public:
   explicit DispatchSourceTimer(DispatchQueue queue);
