@@ -45,8 +45,8 @@ void throwNonFinite(Encoder& encoder, double value, std::string_view type) {
 
 std::string demangledTypeName(const char* mangled) {
   int status = 0;
-  std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(mangled, nullptr, nullptr, &status),
-                                              std::free);
+  std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(mangled, nullptr, nullptr, &status), std::free);
   std::string full = status == 0 && name ? name.get() : mangled;
   // Unqualified: drop namespaces before the outermost template arguments.
   std::size_t angle = full.find('<');

@@ -33,8 +33,8 @@ std::string quoted(std::string_view text) {
 }
 
 std::string describeKey(const CodingKey& key) {
-  return "CodingKeys(stringValue: " + quoted(key.stringValue) + ", intValue: " +
-         (key.intValue ? std::to_string(*key.intValue) : std::string("nil")) + ")";
+  return "CodingKeys(stringValue: " + quoted(key.stringValue) +
+         ", intValue: " + (key.intValue ? std::to_string(*key.intValue) : std::string("nil")) + ")";
 }
 
 std::string describeContext(const CodingErrorContext& context) {

@@ -20,14 +20,20 @@ CodingPath PathNode::path() const {
 
 std::string_view jsonKindName(const boost::json::value& value) {
   switch (value.kind()) {
-    case boost::json::kind::null: return "null";
-    case boost::json::kind::bool_: return "bool";
+    case boost::json::kind::null:
+      return "null";
+    case boost::json::kind::bool_:
+      return "bool";
     case boost::json::kind::int64:
     case boost::json::kind::uint64:
-    case boost::json::kind::double_: return "number";
-    case boost::json::kind::string: return "a string";
-    case boost::json::kind::array: return "an array";
-    case boost::json::kind::object: return "a dictionary";
+    case boost::json::kind::double_:
+      return "number";
+    case boost::json::kind::string:
+      return "a string";
+    case boost::json::kind::array:
+      return "an array";
+    case boost::json::kind::object:
+      return "a dictionary";
   }
   return "unknown";
 }
@@ -77,11 +83,10 @@ const boost::json::value& KeyedDecodingContainer::member(std::string_view key) c
   if (!v) {
     std::string k(key);
     throw DecodingError::keyNotFound(
-        CodingKey::named(k),
-        {codingPath(),
-         "No value associated with key CodingKeys(stringValue: \"" + k +
-             "\", intValue: nil) (\"" + k + "\").",
-         nullptr});
+        CodingKey::named(k), {codingPath(),
+                              "No value associated with key CodingKeys(stringValue: \"" + k +
+                                  "\", intValue: nil) (\"" + k + "\").",
+                              nullptr});
   }
   return *v;
 }

@@ -6,7 +6,8 @@ namespace {
 
 void checkDepth(const detail::PathNode& node) {
   if (node.depth >= kMaxCodingDepth) {
-    throw EncodingError::invalidValue("", {node.path(), "The value is nested too deeply.", nullptr});
+    throw EncodingError::invalidValue("",
+                                      {node.path(), "The value is nested too deeply.", nullptr});
   }
 }
 

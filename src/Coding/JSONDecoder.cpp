@@ -1,7 +1,6 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 
 #include <boost/json/parser.hpp>
-
 #include <system_error>
 
 namespace zorlan {
@@ -14,8 +13,7 @@ boost::json::value JSONDecoder::parse(std::string_view text) {
   parser.write(text.data(), text.size(), ec);
   if (ec) {
     throw DecodingError::dataCorrupted(
-        {{}, "The given data was not valid JSON.",
-         std::make_exception_ptr(std::system_error(ec))});
+        {{}, "The given data was not valid JSON.", std::make_exception_ptr(std::system_error(ec))});
   }
   return parser.release();
 }

@@ -1,12 +1,12 @@
 #include "zorlan/Coding/JSONWriter.hpp"
 
-#include "zorlan/Coding/CodingError.hpp"
-#include "zorlan/Coding/Decoder.hpp"
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <vector>
+
+#include "zorlan/Coding/CodingError.hpp"
+#include "zorlan/Coding/Decoder.hpp"
 
 namespace zorlan {
 namespace {
@@ -20,13 +20,27 @@ void writeString(std::string_view text, const JSONWritingOptions& options, std::
     const char* escape = nullptr;
     char unicode[7];
     switch (c) {
-      case '"': escape = "\\\""; break;
-      case '\\': escape = "\\\\"; break;
-      case '\n': escape = "\\n"; break;
-      case '\r': escape = "\\r"; break;
-      case '\t': escape = "\\t"; break;
-      case '\b': escape = "\\b"; break;
-      case '\f': escape = "\\f"; break;
+      case '"':
+        escape = "\\\"";
+        break;
+      case '\\':
+        escape = "\\\\";
+        break;
+      case '\n':
+        escape = "\\n";
+        break;
+      case '\r':
+        escape = "\\r";
+        break;
+      case '\t':
+        escape = "\\t";
+        break;
+      case '\b':
+        escape = "\\b";
+        break;
+      case '\f':
+        escape = "\\f";
+        break;
       case '/':
         if (!options.withoutEscapingSlashes) escape = "\\/";
         break;
@@ -84,8 +98,12 @@ void checkDepth(int depth) {
 void write(const boost::json::value& value, const JSONWritingOptions& options, int depth,
            std::string& out) {
   switch (value.kind()) {
-    case boost::json::kind::null: out += "null"; return;
-    case boost::json::kind::bool_: out += value.get_bool() ? "true" : "false"; return;
+    case boost::json::kind::null:
+      out += "null";
+      return;
+    case boost::json::kind::bool_:
+      out += value.get_bool() ? "true" : "false";
+      return;
     case boost::json::kind::int64: {
       char buffer[24];
       auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value.get_int64());
@@ -98,8 +116,12 @@ void write(const boost::json::value& value, const JSONWritingOptions& options, i
       out.append(buffer, end);
       return;
     }
-    case boost::json::kind::double_: writeDouble(value.get_double(), out); return;
-    case boost::json::kind::string: writeString(value.get_string(), options, out); return;
+    case boost::json::kind::double_:
+      writeDouble(value.get_double(), out);
+      return;
+    case boost::json::kind::string:
+      writeString(value.get_string(), options, out);
+      return;
     case boost::json::kind::array: {
       const auto& array = value.get_array();
       checkDepth(depth);

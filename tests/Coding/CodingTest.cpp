@@ -67,8 +67,7 @@ TEST(CodingTest, DescribedStructsRoundTripAndOmitAbsentOptionals) {
   EXPECT_EQ(back.label, std::nullopt);
   EXPECT_EQ(JSONDecoder().decode<Artwork>(R"({"url":"u","aspectRatio":1,"label":null})").label,
             std::nullopt);
-  EXPECT_EQ(JSONDecoder().decode<Artwork>(R"({"url":"u","aspectRatio":1,"label":"x"})").label,
-            "x");
+  EXPECT_EQ(JSONDecoder().decode<Artwork>(R"({"url":"u","aspectRatio":1,"label":"x"})").label, "x");
 }
 
 TEST(CodingTest, ErrorsCarryTheCodingPath) {
@@ -120,9 +119,9 @@ TEST(CodingTest, IntegerAndBooleanRules) {
   };
   using K = DecodingError::Kind;
   const Case intCases[] = {
-      {"1", true, K::typeMismatch},     {"1.0", true, K::typeMismatch},
-      {"-0", true, K::typeMismatch},    {"1.5", false, K::dataCorrupted},
-      {"true", false, K::typeMismatch}, {"\"1\"", false, K::typeMismatch},
+      {"1", true, K::typeMismatch},       {"1.0", true, K::typeMismatch},
+      {"-0", true, K::typeMismatch},      {"1.5", false, K::dataCorrupted},
+      {"true", false, K::typeMismatch},   {"\"1\"", false, K::typeMismatch},
       {"1e300", false, K::dataCorrupted},
   };
   for (const Case& c : intCases) {
@@ -169,8 +168,7 @@ TEST(CodingTest, DateAndDataStrategiesRoundTrip) {
   };
   for (const Case& c : {Case{DK::deferredToDate, DD::deferredToDate, "721692800"},
                         Case{DK::secondsSince1970, DD::secondsSince1970, "1700000000"},
-                        Case{DK::millisecondsSince1970, DD::millisecondsSince1970,
-                             "1700000000000"},
+                        Case{DK::millisecondsSince1970, DD::millisecondsSince1970, "1700000000000"},
                         Case{DK::iso8601, DD::iso8601, R"("2023-11-14T22:13:20Z")"}}) {
     JSONEncoder encoder;
     encoder.dateEncodingStrategy = DateEncodingStrategy::of(c.encode);

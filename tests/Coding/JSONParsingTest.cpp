@@ -124,8 +124,7 @@ TEST(JSONParsing, EscapesDecodeToUTF8) {
 TEST(JSONParsing, NumbersKeepTheirKind) {
   // Integers stay integers (exact beyond 2^53); others become doubles.
   EXPECT_EQ(JSONDecoder().decode<std::int64_t>("9007199254740993"), 9007199254740993);
-  EXPECT_EQ(JSONDecoder().decode<std::uint64_t>("18446744073709551615"),
-            18446744073709551615ull);
+  EXPECT_EQ(JSONDecoder().decode<std::uint64_t>("18446744073709551615"), 18446744073709551615ull);
   EXPECT_EQ(JSONDecoder().decode<double>("1e-400"), 0.0);
 }
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
-
 #include <cmath>
 #include <limits>
 #include <string>
@@ -41,8 +40,8 @@ TEST(JSONWriter, NumberForms) {
 }
 
 TEST(JSONWriter, DoublesReadBackExactly) {
-  for (double d : {0.1, 2.0 / 3.0, 1e300, 123456.789, -4.9e-324, 9007199254740993.0,
-                   1e16, 123456789012345680000.0}) {
+  for (double d : {0.1, 2.0 / 3.0, 1e300, 123456.789, -4.9e-324, 9007199254740993.0, 1e16,
+                   123456789012345680000.0}) {
     std::string text = writeJSON(d);
     EXPECT_EQ(boost::json::parse(text).to_number<double>(), d) << text;
   }
@@ -76,8 +75,8 @@ TEST(JSONWriter, StringEscapes) {
 }
 
 TEST(JSONWriter, PrettyPrintingAndSortedKeys) {
-  boost::json::value doc = boost::json::parse(
-      R"({"b":[1,{"y":true,"x":null}],"a":{},"c":[],"B":"s"})");
+  boost::json::value doc =
+      boost::json::parse(R"({"b":[1,{"y":true,"x":null}],"a":{},"c":[],"B":"s"})");
   JSONWritingOptions pretty;
   pretty.prettyPrinted = true;
   EXPECT_EQ(writeJSON(doc, pretty),

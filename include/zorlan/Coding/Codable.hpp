@@ -17,7 +17,6 @@
 #include <boost/describe/class.hpp>
 #include <boost/describe/members.hpp>
 #include <boost/mp11/algorithm.hpp>
-
 #include <concepts>
 #include <optional>
 #include <type_traits>
@@ -59,8 +58,7 @@ struct Coding<T> {
 };
 
 template <class T>
-  requires(detail::DescribedStruct<T> && !detail::HasMemberCoding<T>)
-struct Coding<T> {
+requires(detail::DescribedStruct<T> && !detail::HasMemberCoding<T>) struct Coding<T> {
   using Members = boost::describe::describe_members<T, boost::describe::mod_public>;
 
   static void encode(const T& value, Encoder& encoder) {

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <boost/json/value.hpp>
-
 #include <optional>
 #include <string>
 #include <string_view>

@@ -7,7 +7,6 @@
 #pragma once
 
 #include <boost/json/value.hpp>
-
 #include <optional>
 #include <string_view>
 

@@ -15,7 +15,6 @@
 #include <boost/describe/enum.hpp>
 #include <boost/describe/enumerators.hpp>
 #include <boost/mp11/algorithm.hpp>
-
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,7 +37,9 @@ struct RawValues;
 namespace detail {
 
 template <class E>
-concept HasRawValueTable = requires { RawValues<E>::values; };
+concept HasRawValueTable = requires {
+  RawValues<E>::values;
+};
 
 template <class E>
 concept HasDescribedEnumerators = boost::describe::has_describe_enumerators<E>::value;
@@ -47,7 +48,7 @@ template <class E>
 struct RawValueTraits;
 
 template <class E>
-  requires HasRawValueTable<E>
+requires HasRawValueTable<E>
 struct RawValueTraits<E> {
   using Raw = std::decay_t<decltype(RawValues<E>::values[0].second)>;
   static constexpr bool isString = std::is_convertible_v<Raw, std::string_view>;
@@ -68,8 +69,7 @@ struct RawValueTraits<E> {
 };
 
 template <class E>
-  requires(!HasRawValueTable<E> && HasDescribedEnumerators<E>)
-struct RawValueTraits<E> {
+requires(!HasRawValueTable<E> && HasDescribedEnumerators<E>) struct RawValueTraits<E> {
   using Raw = std::string_view;
   static constexpr bool isString = true;
   using Coded = std::string;
@@ -93,8 +93,8 @@ struct RawValueTraits<E> {
 }  // namespace detail
 
 template <class E>
-  requires(std::is_enum_v<E> && (detail::HasRawValueTable<E> || detail::HasDescribedEnumerators<E>))
-struct Coding<E> {
+requires(std::is_enum_v<E> &&
+         (detail::HasRawValueTable<E> || detail::HasDescribedEnumerators<E>)) struct Coding<E> {
   using Traits = detail::RawValueTraits<E>;
   using Coded = typename Traits::Coded;
 
@@ -102,9 +102,8 @@ struct Coding<E> {
   static void encode(E value, Encoder& encoder) {
     auto raw = Traits::rawValue(value);
     if (!raw) {
-      encoder.throwInvalidValue(
-          std::to_string(static_cast<long long>(value)),
-          "The value of " + codingTypeName<E>() + " has no raw value.");
+      encoder.throwInvalidValue(std::to_string(static_cast<long long>(value)),
+                                "The value of " + codingTypeName<E>() + " has no raw value.");
     }
     Coding<Coded>::encode(Coded(*raw), encoder);
   }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <boost/json/value.hpp>
-
 #include <string_view>
 
 #include "zorlan/Coding/Codable.hpp"

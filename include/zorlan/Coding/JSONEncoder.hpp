@@ -2,7 +2,6 @@
 #pragma once
 
 #include <boost/json/value.hpp>
-
 #include <string>
 
 #include "zorlan/Coding/Codable.hpp"

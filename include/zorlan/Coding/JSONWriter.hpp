@@ -4,7 +4,6 @@
 #pragma once
 
 #include <boost/json/value.hpp>
-
 #include <string>
 
 namespace zorlan {

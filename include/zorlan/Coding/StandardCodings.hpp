@@ -10,7 +10,6 @@
 #pragma once
 
 #include <boost/json/value.hpp>
-
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -75,8 +74,7 @@ struct Coding<bool> {
 };
 
 template <class I>
-  requires(std::is_integral_v<I> && !std::is_same_v<I, bool>)
-struct Coding<I> {
+requires(std::is_integral_v<I> && !std::is_same_v<I, bool>) struct Coding<I> {
   static void encode(I value, Encoder& encoder) {
     if constexpr (std::is_signed_v<I>) {
       encoder.json() = static_cast<std::int64_t>(value);
@@ -88,7 +86,7 @@ struct Coding<I> {
 };
 
 template <class F>
-  requires std::is_floating_point_v<F>
+requires std::is_floating_point_v<F>
 struct Coding<F> {
   static void encode(F value, Encoder& encoder) {
     if (!std::isfinite(value)) {
@@ -110,15 +108,22 @@ struct Coding<F> {
     const boost::json::value& v = decoder.json();
     double d = 0;
     switch (v.kind()) {
-      case boost::json::kind::double_: d = v.get_double(); break;
-      case boost::json::kind::int64: d = static_cast<double>(v.get_int64()); break;
-      case boost::json::kind::uint64: d = static_cast<double>(v.get_uint64()); break;
-      default: decoder.throwTypeMismatch(codingTypeName<F>());
+      case boost::json::kind::double_:
+        d = v.get_double();
+        break;
+      case boost::json::kind::int64:
+        d = static_cast<double>(v.get_int64());
+        break;
+      case boost::json::kind::uint64:
+        d = static_cast<double>(v.get_uint64());
+        break;
+      default:
+        decoder.throwTypeMismatch(codingTypeName<F>());
     }
-    if constexpr (sizeof(F) < sizeof(double)) {
-      if (std::abs(d) > static_cast<double>(std::numeric_limits<F>::max())) {
-        detail::throwNumberDoesNotFit(decoder, codingTypeName<F>());
-      }
+    // A number too large for a double parses as infinity.
+    if (!std::isfinite(d) || (sizeof(F) < sizeof(double) &&
+                              std::abs(d) > static_cast<double>(std::numeric_limits<F>::max()))) {
+      detail::throwNumberDoesNotFit(decoder, codingTypeName<F>());
     }
     return static_cast<F>(d);
   }
@@ -206,8 +211,7 @@ struct StringKeyedMapCoding {
     Map out;
     for (const auto& member : decoder.json().get_object()) {
       Decoder element(member.value(), decoder.options(), decoder.node().child(member.key()));
-      out.emplace(std::string(member.key()),
-                  Coding<typename Map::mapped_type>::decode(element));
+      out.emplace(std::string(member.key()), Coding<typename Map::mapped_type>::decode(element));
     }
     return out;
   }

@@ -5,7 +5,6 @@
 
 #include <boost/url/url.hpp>
 #include <boost/url/url_view.hpp>
-
 #include <compare>
 #include <cstddef>
 #include <cstdint>
