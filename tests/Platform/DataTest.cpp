@@ -1,0 +1,52 @@
+#include <gtest/gtest.h>
+
+#include "zorlan/Platform/Data.hpp"
+
+namespace zorlan {
+namespace {
+
+TEST(Data, Base64BothWays) {
+  // RFC 4648 test vectors plus bytes that use the last two alphabet letters.
+  struct Case {
+    std::string bytes;
+    const char* base64;
+  };
+  const Case cases[] = {
+      {"", ""},
+      {"f", "Zg=="},
+      {"fo", "Zm8="},
+      {"foo", "Zm9v"},
+      {"foob", "Zm9vYg=="},
+      {"fooba", "Zm9vYmE="},
+      {"foobar", "Zm9vYmFy"},
+      {std::string("\x00\x01\x02\xfa\xff", 5), "AAEC+v8="},
+      {std::string("\xfb\xff\xbf", 3), "+/+/"},
+  };
+  for (const Case& c : cases) {
+    Data data(c.bytes);
+    EXPECT_EQ(data.base64EncodedString(), c.base64) << c.base64;
+    std::optional<Data> decoded = Data::fromBase64(c.base64);
+    ASSERT_TRUE(decoded) << c.base64;
+    EXPECT_EQ(*decoded, data) << c.base64;
+  }
+}
+
+TEST(Data, MalformedBase64IsAbsent) {
+  for (const char* text : {"Zg", "Zg=", "Zm9", "Z===", "=Zm9", "Zg==Zg==", "Zm9v\n", "Zm 9v",
+                           "Zm9-", "Zm9_", "Z=g=", "Zm8=Zm8=", "\xc3\xa9\xc3\xa9"}) {
+    EXPECT_FALSE(Data::fromBase64(text)) << text;
+  }
+}
+
+TEST(Data, BytesAndText) {
+  Data data("a\0b");
+  EXPECT_EQ(data.size(), 1u);  // from a C string: up to the NUL
+  Data bytes(std::string_view("a\0b", 3));
+  EXPECT_EQ(bytes.size(), 3u);
+  EXPECT_EQ(bytes.toString(), std::string("a\0b", 3));
+  EXPECT_TRUE(Data().empty());
+  EXPECT_NE(Data("a"), Data("b"));
+}
+
+}  // namespace
+}  // namespace zorlan
