@@ -89,7 +89,7 @@ void BM_FuzzySearch(benchmark::State& state) {
   }
   perTitle(state);
 }
-BENCHMARK(BM_FuzzySearch)->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FuzzySearch)->Iterations(10)->Unit(benchmark::kMillisecond);
 
 void BM_FuzzySearchReference(benchmark::State& state) {
   checkSameResults();
@@ -106,6 +106,6 @@ BENCHMARK(BM_FuzzySearchReference)->Iterations(2)->Unit(benchmark::kMillisecond)
 int main(int argc, char** argv) {
   return zorlan::bench::runBenchmarks(argc, argv,
                                       {{"fuzzy_search_vs_reference",
-                                        "BM_FuzzySearch/iterations:5",
+                                        "BM_FuzzySearch/iterations:10",
                                         "BM_FuzzySearchReference/iterations:2"}});
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <unordered_map>
 
 #include "zorlan/Platform/Unicode.hpp"
 
@@ -20,45 +21,57 @@ std::string fold(std::string_view character) {
   return unicode::normalizedNFC(unicode::lowercased(character));
 }
 
+}  // namespace
+
 // Working memory of one thread's scoring, reused from candidate to candidate.
-struct Scratch {
+class FuzzyMatcher::Scratch {
+ public:
   // The candidate's characters, folded, as ranges of one buffer (n + 1 starts).
   std::string folded;
   std::vector<std::uint32_t> starts;
-  // ASCII path: per byte, the first position holding it; per position, the next
-  // position holding the same byte (-1: none). Heads are -1 between candidates.
-  std::array<std::int32_t, 256> head;
-  std::vector<std::int32_t> next;
   // Positions where each term character matches, and the present entries of
   // the previous and the current row (positions ascending, with their values).
   std::vector<std::vector<std::uint32_t>> matches;
   std::vector<std::uint32_t> previousPositions;
   std::vector<float> previousValues, currentValues;
+  // Folded forms of the multi-byte characters seen lately.
+  std::unordered_map<std::string, std::string> foldCache;
 
-  Scratch() { head.fill(-1); }
 };
 
-// Folds a candidate that is ASCII without CR LF (so every byte is a
-// character) and links the positions of the term's bytes. False for any other
-// candidate.
-bool foldAscii(std::string_view candidate, const std::vector<bool>& isTermByte,
-               Scratch& scratch) {
+void FuzzyMatcher::ScratchDeleter::operator()(Scratch* scratch) const noexcept { delete scratch; }
+
+FuzzyMatcher::ScratchPtr FuzzyMatcher::makeScratch() { return ScratchPtr(new Scratch()); }
+
+namespace {
+
+using Scratch = FuzzyMatcher::Scratch;
+
+// Folds a candidate that is ASCII without CR LF, so that every byte is a
+// character. False for any other candidate.
+bool foldAscii(std::string_view candidate, Scratch& scratch) {
   const std::size_t n = candidate.size();
   scratch.folded.resize(n);
+  unsigned char high = 0;
   for (std::size_t i = 0; i < n; ++i) {
-    const char c = candidate[i];
-    if (static_cast<unsigned char>(c) >= 0x80) return false;
-    if (c == '\n' && i > 0 && candidate[i - 1] == '\r') return false;
-    scratch.folded[i] = lowerAscii(c);
+    const auto c = static_cast<unsigned char>(candidate[i]);
+    high |= c;
+    // Branch-free lower-casing of A-Z.
+    scratch.folded[i] = static_cast<char>(c + (static_cast<unsigned>(c - 'A') < 26u ? 32 : 0));
   }
-  scratch.next.resize(n);
-  for (std::size_t i = n; i-- > 0;) {
-    const auto byte = static_cast<unsigned char>(scratch.folded[i]);
-    if (!isTermByte[byte]) continue;
-    scratch.next[i] = scratch.head[byte];
-    scratch.head[byte] = static_cast<std::int32_t>(i);
+  if (high >= 0x80) return false;
+  for (auto cr = candidate.find('\r'); cr != std::string_view::npos;
+       cr = candidate.find('\r', cr + 1)) {
+    if (cr + 1 < n && candidate[cr + 1] == '\n') return false;
   }
   return true;
+}
+
+// Appends to `positions` every position of `folded` holding `byte`, ascending.
+void findByte(std::string_view folded, char byte, std::vector<std::uint32_t>& positions) {
+  for (std::size_t i = 0; i < folded.size(); ++i) {
+    if (folded[i] == byte) positions.push_back(static_cast<std::uint32_t>(i));
+  }
 }
 
 void foldUnicode(std::string_view candidate, Scratch& scratch) {
@@ -66,21 +79,34 @@ void foldUnicode(std::string_view candidate, Scratch& scratch) {
   scratch.starts.clear();
   for (const std::string_view character : unicode::characters(candidate)) {
     scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
-    scratch.folded += fold(character);
+    if (character.size() == 1 && static_cast<unsigned char>(character[0]) < 0x80) {
+      scratch.folded += lowerAscii(character[0]);
+      continue;
+    }
+    std::string key(character);
+    auto cached = scratch.foldCache.find(key);
+    if (cached == scratch.foldCache.end()) {
+      if (scratch.foldCache.size() >= 1024) scratch.foldCache.clear();
+      cached = scratch.foldCache.emplace(std::move(key), fold(character)).first;
+    }
+    scratch.folded += cached->second;
   }
   scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
 }
 
 }  // namespace
 
-FuzzyMatcher::FuzzyMatcher(std::string_view term) : isTermByte_(256, false) {
+FuzzyMatcher::FuzzyMatcher(std::string_view term) {
   for (const std::string_view character : unicode::characters(term)) {
     characters_.push_back(fold(character));
     const std::string& form = characters_.back();
     if (form.size() == 1) {
       const auto byte = static_cast<unsigned char>(form[0]);
       bytes_.push_back(byte);
-      isTermByte_[byte] = true;
+      if (characters_.size() <= 64) {
+        const std::uint64_t bit = std::uint64_t{1} << (characters_.size() - 1);
+        byteMatches_[byte] |= bit;
+      }
     } else {
       bytes_.push_back(-1);
     }
@@ -88,8 +114,12 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) : isTermByte_(256, false) {
 }
 
 std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
-  if (characters_.empty()) return std::nullopt;
   thread_local Scratch scratch;
+  return score(candidate, scratch);
+}
+
+std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& scratch) const {
+  if (characters_.empty()) return std::nullopt;
   const std::size_t m = characters_.size();
   scratch.matches.resize(m);
   for (auto& positions : scratch.matches) positions.clear();
@@ -97,15 +127,18 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
   // The positions where each term character matches, and whether the first
   // term character occurs in the lower-cased candidate.
   bool containsFirst = false;
-  if (foldAscii(candidate, isTermByte_, scratch)) {
-    for (std::size_t t = 0; t < m; ++t) {
-      if (bytes_[t] < 0) continue;
-      for (std::int32_t j = scratch.head[bytes_[t]]; j >= 0; j = scratch.next[j]) {
-        scratch.matches[t].push_back(static_cast<std::uint32_t>(j));
+  if (foldAscii(candidate, scratch)) {
+    // One table look-up per position finds the term characters it matches.
+    const std::string_view folded = scratch.folded;
+    for (std::size_t j = 0; j < folded.size(); ++j) {
+      for (std::uint64_t bits = byteMatches_[static_cast<unsigned char>(folded[j])]; bits != 0;
+           bits &= bits - 1) {
+        scratch.matches[static_cast<std::size_t>(__builtin_ctzll(bits))].push_back(
+            static_cast<std::uint32_t>(j));
       }
     }
-    for (std::size_t t = 0; t < m; ++t) {
-      if (bytes_[t] >= 0) scratch.head[bytes_[t]] = -1;
+    for (std::size_t t = 64; t < m; ++t) {
+      if (bytes_[t] >= 0) findByte(folded, static_cast<char>(bytes_[t]), scratch.matches[t]);
     }
     containsFirst = bytes_[0] >= 0 ? !scratch.matches[0].empty()
                                    : scratch.folded.find(characters_[0]) != std::string::npos;
@@ -117,7 +150,12 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
       const std::string_view character =
           folded.substr(scratch.starts[j], scratch.starts[j + 1] - scratch.starts[j]);
       for (std::size_t t = 0; t < m; ++t) {
-        if (character == characters_[t]) scratch.matches[t].push_back(static_cast<std::uint32_t>(j));
+        // One-byte forms compare as bytes; longer ones as texts.
+        const bool match = bytes_[t] >= 0
+                               ? character.size() == 1 &&
+                                     static_cast<unsigned char>(character[0]) == bytes_[t]
+                               : character == characters_[t];
+        if (match) scratch.matches[t].push_back(static_cast<std::uint32_t>(j));
       }
     }
     containsFirst = folded.find(characters_[0]) != std::string_view::npos;

@@ -31,40 +31,25 @@ bool isAscii(std::string_view text) noexcept {
   return true;
 }
 
-// Calls `visit(begin, end)` with the byte range of each character of `text`.
+// Calls `visit(begin, end)` for each character of `piece`, with offsets moved
+// by `offset`, segmenting with ICU.
 template <class Visit>
-void forEachCharacter(std::string_view text, Visit&& visit) {
-  if (text.empty()) return;
-  if (isAscii(text)) {
-    // Every ASCII byte is a character of its own, except that CR LF is one.
-    for (std::size_t i = 0; i < text.size();) {
-      const std::size_t length = (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')
-                                     ? 2
-                                     : 1;
-      visit(i, i + length);
-      i += length;
-    }
-    return;
-  }
+void segmentWithIcu(std::string_view piece, std::size_t offset, Visit& visit) {
   icu::BreakIterator* iterator = characterIterator();
   UErrorCode status = U_ZERO_ERROR;
-  UText* utext = utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
+  UText* utext =
+      utext_openUTF8(nullptr, piece.data(), static_cast<int64_t>(piece.size()), &status);
+  if (iterator != nullptr && U_SUCCESS(status)) iterator->setText(utext, status);
   if (iterator == nullptr || U_FAILURE(status)) {
     utext_close(utext);
-    visit(std::size_t{0}, text.size());  // cannot segment: the whole text as one piece
-    return;
-  }
-  iterator->setText(utext, status);
-  if (U_FAILURE(status)) {
-    utext_close(utext);
-    visit(std::size_t{0}, text.size());
+    visit(offset, offset + piece.size());  // cannot segment: the piece as one character
     return;
   }
   // For UTF-8 text the boundaries are byte offsets.
   int32_t start = iterator->first();
   for (int32_t end = iterator->next(); end != icu::BreakIterator::DONE;
        end = iterator->next()) {
-    visit(static_cast<std::size_t>(start), static_cast<std::size_t>(end));
+    visit(offset + static_cast<std::size_t>(start), offset + static_cast<std::size_t>(end));
     start = end;
   }
   // Detach the iterator from the text before closing it.
@@ -72,6 +57,37 @@ void forEachCharacter(std::string_view text, Visit&& visit) {
   iterator->setText(empty, status);
   utext_close(utext);
   utext_close(empty);
+}
+
+bool isAsciiByte(char c) noexcept { return static_cast<unsigned char>(c) < 0x80; }
+
+// Calls `visit(begin, end)` with the byte range of each character of `text`.
+//
+// Between two ASCII characters other than CR LF there is always a boundary (no
+// rule joins them, and no context reaches across them), so the text is cut
+// there: ASCII characters are taken one by one and only the stretches around
+// other characters are segmented by ICU.
+template <class Visit>
+void forEachCharacter(std::string_view text, Visit&& visit) {
+  const std::size_t n = text.size();
+  std::size_t i = 0;
+  while (i < n) {
+    if (isAsciiByte(text[i]) && (i + 1 == n || isAsciiByte(text[i + 1]))) {
+      const std::size_t length = (text[i] == '\r' && i + 1 < n && text[i + 1] == '\n') ? 2 : 1;
+      visit(i, i + length);
+      i += length;
+      continue;
+    }
+    // A stretch up to the next certain boundary: an ASCII byte after an ASCII
+    // byte, not LF after CR.
+    std::size_t end = i + 1;
+    while (end < n && !(isAsciiByte(text[end]) && isAsciiByte(text[end - 1]) &&
+                        !(text[end - 1] == '\r' && text[end] == '\n'))) {
+      ++end;
+    }
+    segmentWithIcu(text.substr(i, end - i), i, visit);
+    i = end;
+  }
 }
 
 std::string toUtf8(const icu::UnicodeString& text) {

@@ -30,6 +30,7 @@ TEST(StringUtilitiesTest, CountsUserPerceivedCharacters) {
       {"", 0},         {"abc", 3},        {kFamily, 1},         {kFlagFR + kFlagDE, 2},
       {kDecomposedE, 1}, {"a\r\nb", 3},   {kThumbDark + "x", 2}, {kRegionalF + kFlagFR, 2},
       {"\xff\xfe", 2},  // ill-formed bytes count one each
+      {"ab\xcc\x81" "c", 3}, {"a\xcc\x81\xcc\x82" "b\r\n", 3}, {"x " + kFlagFR + kFlagDE + "y", 5},
   };
   for (const auto& c : cases) EXPECT_EQ(unicode::characterCount(c.text), c.count) << c.text;
 }

@@ -17,7 +17,10 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -40,6 +43,18 @@ class FuzzyMatcher {
   // length: only positions where a term character matches are scored).
   std::optional<float> score(std::string_view candidate) const;
 
+  // Working memory for scoring, reused from call to call; one per thread.
+  class Scratch;
+  struct ScratchDeleter {
+    void operator()(Scratch* scratch) const noexcept;
+  };
+  using ScratchPtr = std::unique_ptr<Scratch, ScratchDeleter>;
+  static ScratchPtr makeScratch();
+
+  // As `score(candidate)`, working in `scratch` (which must not be in use by
+  // another thread at the same time).
+  std::optional<float> score(std::string_view candidate, Scratch& scratch) const;
+
   // True when the term is empty (every score is absent).
   bool isEmpty() const noexcept { return characters_.empty(); }
 
@@ -48,8 +63,9 @@ class FuzzyMatcher {
   std::vector<std::string> characters_;
   // For each term character whose form is one ASCII byte, that byte; -1 otherwise.
   std::vector<int> bytes_;
-  // Which bytes occur among `bytes_`.
-  std::vector<bool> isTermByte_;
+  // For each lower-cased candidate byte, which of the first 64 term
+  // characters it matches, as bits.
+  std::array<std::uint64_t, 256> byteMatches_{};
 };
 
 // `FuzzyMatcher(term).score(candidate)`: hello / hl gives 1.0, hello / he 2.0,
@@ -70,13 +86,15 @@ std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::st
                            TextOf&& textOf, OverrideOf&& overrideOf) {
   if (!term || term->empty()) return elements;
   const FuzzyMatcher matcher(*term);
+  const FuzzyMatcher::ScratchPtr scratch = FuzzyMatcher::makeScratch();
   std::vector<std::pair<std::size_t, float>> kept;
+  kept.reserve(elements.size());
   for (std::size_t index = 0; index < elements.size(); ++index) {
     const T& element = elements[index];
     std::optional<float> score;
     {
       const auto text = textOf(element);
-      if (text) score = matcher.score(std::string_view(*text));
+      if (text) score = matcher.score(std::string_view(*text), *scratch);
     }
     const std::optional<bool> forced = overrideOf(element);
     if (!forced) {
