@@ -5,6 +5,7 @@
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/Platform/ISO8601.hpp"
 
 namespace zorlan::coding_test {
 
@@ -197,6 +198,83 @@ TEST(CodingTest, EnumsMembersAndCollections) {
   EXPECT_EQ(JSONDecoder().decode<Celsius>(R"("3C")").degrees, 3.0);
   EXPECT_EQ(JSONDecoder().decode<std::set<int>>("[3,1,3]"), (std::set<int>{1, 3}));
   EXPECT_EQ(JSONDecoder().decode<std::optional<int>>("null"), std::nullopt);
+}
+
+TEST(CodingTest, CustomStrategiesAndURLs) {
+  JSONEncoder encoder;
+  encoder.dateEncodingStrategy = DateEncodingStrategy::customized(
+      [](const Date& date, Encoder& e) { e.encode("D" + iso8601::format(date)); });
+  encoder.dataEncodingStrategy.kind = DataEncodingStrategy::Kind::custom;
+  encoder.dataEncodingStrategy.custom = [](const Data& data, Encoder& e) {
+    e.encode(std::vector<std::uint8_t>(data.bytes()));
+  };
+  JSONDecoder decoder;
+  decoder.dateDecodingStrategy = DateDecodingStrategy::customized([](const Decoder& d) {
+    std::string text = d.decode<std::string>();
+    if (text.empty() || text[0] != 'D') d.throwDataCorrupted("Not a tagged date.");
+    return *iso8601::parse(text.substr(1));
+  });
+  decoder.dataDecodingStrategy.kind = DataDecodingStrategy::Kind::custom;
+  decoder.dataDecodingStrategy.custom = [](const Decoder& d) {
+    return Data(d.decode<std::vector<std::uint8_t>>());
+  };
+  std::map<std::string, Date> dates{{"at", Date(0)}};
+  std::string json = encoder.encodeToString(dates);
+  EXPECT_EQ(json, R"({"at":"D2001-01-01T00:00:00Z"})");
+  EXPECT_EQ(decoder.decode<decltype(dates)>(json), dates);
+  auto error = [&] {
+    try {
+      decoder.decode<decltype(dates)>(R"({"at":"2001"})");
+    } catch (const DecodingError& e) {
+      return e;
+    }
+    return DecodingError::dataCorrupted({});
+  }();
+  EXPECT_EQ(error.context().debugDescription, "Not a tagged date.");
+  EXPECT_EQ(codingPathString(error.context().codingPath), "at");
+  Data bytes(std::vector<std::uint8_t>{1, 200});
+  EXPECT_EQ(encoder.encodeToString(bytes), "[1,200]");
+  EXPECT_EQ(decoder.decode<Data>("[1,200]"), bytes);
+
+  JSONDecoder iso;
+  iso.dateDecodingStrategy = DateDecodingStrategy::of(DateDecodingStrategy::Kind::iso8601);
+  try {
+    iso.decode<std::vector<Date>>(R"(["2001-01-01T00:00:00Z","yesterday"])");
+    ADD_FAILURE();
+  } catch (const DecodingError& e) {
+    EXPECT_EQ(e.kind(), DecodingError::Kind::dataCorrupted);
+    EXPECT_EQ(e.context().debugDescription, "Expected date string to be ISO8601-formatted.");
+    EXPECT_EQ(codingPathString(e.context().codingPath), "1");
+  }
+  EXPECT_EQ(decodingError<Date>(R"("0")").kind(), DecodingError::Kind::typeMismatch);
+
+  URL url = *URL::fromString("https://a/b?c=d");
+  EXPECT_EQ(JSONEncoder().encodeToString(url), R"("https:\/\/a\/b?c=d")");
+  EXPECT_EQ(JSONDecoder().decode<URL>(R"("https:\/\/a\/b?c=d")"), url);
+  DecodingError badURL = decodingError<URL>(R"("not a url")");
+  EXPECT_EQ(badURL.kind(), DecodingError::Kind::dataCorrupted);
+  EXPECT_EQ(badURL.context().debugDescription, "Invalid URL string.");
+  EXPECT_EQ(decodingError<URL>("1").kind(), DecodingError::Kind::typeMismatch);
+}
+
+TEST(CodingTest, NestedDescribedStructsAndTypeNames) {
+  Rail rail{"Top", {{"u", 1.5, "L"}}, {{"x", 1}}};
+  std::string json = JSONEncoder().encodeToString(rail);
+  EXPECT_EQ(json, R"({"title":"Top","items":[{"url":"u","aspectRatio":1.5,"label":"L"}],)"
+                  R"("counts":{"x":1}})");
+  Rail back = JSONDecoder().decode<Rail>(json);
+  EXPECT_EQ(back.items.at(0).label, "L");
+  EXPECT_EQ(back.counts.at("x"), 1);
+  // A present optional member of the wrong type is an error, not absent.
+  DecodingError wrongLabel = decodingError<Artwork>(R"({"url":"u","aspectRatio":1,"label":5})");
+  EXPECT_EQ(wrongLabel.kind(), DecodingError::Kind::typeMismatch);
+  EXPECT_EQ(codingPathString(wrongLabel.context().codingPath), "label");
+  DecodingError mapValue = decodingError<Rail>(R"({"title":"t","items":[],"counts":{"a":"1"}})");
+  EXPECT_EQ(codingPathString(mapValue.context().codingPath), "counts.a");
+  EXPECT_EQ(codingTypeName<Artwork>(), "Artwork");
+  EXPECT_EQ(codingTypeName<std::vector<std::optional<std::int64_t>>>(), "Array<Optional<Int>>");
+  EXPECT_EQ((codingTypeName<std::map<std::string, double>>()), "Dictionary<String, Double>");
+  EXPECT_EQ(codingTypeName<std::uint16_t>(), "UInt16");
 }
 
 }  // namespace
