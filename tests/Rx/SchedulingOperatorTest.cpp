@@ -62,10 +62,10 @@ TEST(ShareTest, OneConnectionReplayAndReconnectWhileConnected) {
   int subscriptions = 0;
   int disposals = 0;
   PublishSubject<int> subject;
-  auto shared = subject.asObservable()
-                    .doOn({.onSubscribe = [&] { ++subscriptions; },
-                           .onDispose = [&] { ++disposals; }})
-                    .share(1);
+  auto shared =
+      subject.asObservable()
+          .doOn({.onSubscribe = [&] { ++subscriptions; }, .onDispose = [&] { ++disposals; }})
+          .share(1);
   auto first = collect(shared);
   subject.onNext(1);
   auto second = collect(shared);  // replays the latest
@@ -83,7 +83,38 @@ TEST(ShareTest, OneConnectionReplayAndReconnectWhileConnected) {
   third->subscription.dispose();
 }
 
-TEST(ShareTest, ForeverKeepsTheConnectionAndTheEnd) {
+TEST(ShareTest, ForeverKeepsTheBufferAcrossReconnections) {
+  int subscriptions = 0;
+  int disposals = 0;
+  PublishSubject<int> subject;
+  auto shared =
+      subject.asObservable()
+          .doOn({.onSubscribe = [&] { ++subscriptions; }, .onDispose = [&] { ++disposals; }})
+          .share(2, SubjectLifetimeScope::forever);
+  auto first = collect(shared);
+  for (int v : {1, 2, 3}) subject.onNext(v);
+  first->subscription.dispose();
+  EXPECT_EQ(disposals, 1);  // nobody left: the source is released even so
+  EXPECT_FALSE(subject.hasObservers());
+  auto second = collect(shared);
+  EXPECT_EQ(subscriptions, 2);
+  subject.onNext(4);
+  EXPECT_EQ(second->elements, (Ints{2, 3, 4}));  // the buffer outlived the connection
+  second->subscription.dispose();
+}
+
+TEST(ShareTest, WhileConnectedStartsAfreshAfterTheSourceEnds) {
+  int subscriptions = 0;
+  auto source = Observable<int>::from({1, 2}).doOn({.onSubscribe = [&] { ++subscriptions; }});
+  auto shared = source.share(1);
+  EXPECT_EQ(collect(shared)->elements, (Ints{1, 2}));
+  auto again = collect(shared);
+  EXPECT_EQ(again->elements, (Ints{1, 2}));
+  EXPECT_TRUE(again->completed);
+  EXPECT_EQ(subscriptions, 2);
+}
+
+TEST(ShareTest, ForeverReplaysTheEndWithoutSubscribingAgain) {
   int subscriptions = 0;
   auto source = Observable<int>::from({1, 2, 3}).doOn({.onSubscribe = [&] { ++subscriptions; }});
   auto shared = source.share(2, SubjectLifetimeScope::forever);

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "zorlan/Rx/MainScheduler.hpp"
@@ -18,7 +19,8 @@ template <class T>
 class Binder {
  public:
   template <class Target>
-  Binder(const std::shared_ptr<Target>& target, std::function<void(Target&, const T&)> binding,
+  Binder(const std::shared_ptr<Target>& target,
+         std::type_identity_t<std::function<void(Target&, const T&)>> binding,
          ImmediateSchedulerPtr scheduler = MainScheduler::instance()) {
     std::weak_ptr<Target> weak = target;
     observer_ = AnyObserver<T>::make(
@@ -30,14 +32,17 @@ class Binder {
         },
         [](std::exception_ptr) {}, [] {});
   }
+  // The observer that applies elements (for `bindTo`).
   const AnyObserver<T>& asObserver() const noexcept { return observer_; }
+  // Applies `element` on the scheduler.
   void onNext(const T& element) const { observer_.onNext(element); }
 
  private:
   AnyObserver<T> observer_;
 };
 
-// A value that can be observed (`asObservable`) and set (`asObserver`).
+// A value that can be observed (`asObservable`) and set (`asObserver`): the
+// two halves are given at construction and used as they are.
 template <class T>
 class ControlProperty {
  public:

@@ -1,8 +1,8 @@
-// CompositeDisposable and SerialDisposable: disposables that hold others.
+// CompositeDisposable: a disposable that disposes a group of others.
 #pragma once
 
-#include <atomic>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "zorlan/Rx/Disposable.hpp"
@@ -13,6 +13,8 @@ namespace zorlan::rx {
 // that is disposed at once. Thread-safe.
 class CompositeDisposable final : public DisposableBase {
  public:
+  // Adds `disposable` to the group, or disposes it at once when the group
+  // has been disposed.
   void add(Disposable disposable) {
     {
       std::lock_guard lock(mutex_);
@@ -42,43 +44,6 @@ class CompositeDisposable final : public DisposableBase {
   mutable std::mutex mutex_;
   bool disposed_ = false;
   std::vector<Disposable> items_;
-};
-
-// Holds one disposable at a time: setting a new one disposes the previous;
-// once disposed, whatever is set is disposed at once. Thread-safe.
-class SerialDisposable final : public DisposableBase {
- public:
-  void set(Disposable disposable) {
-    Disposable previous;
-    {
-      std::lock_guard lock(mutex_);
-      if (!disposed_) {
-        previous = std::exchange(current_, std::move(disposable));
-      } else {
-        previous = std::move(disposable);
-      }
-    }
-    previous.dispose();
-  }
-  void dispose() override {
-    Disposable current;
-    {
-      std::lock_guard lock(mutex_);
-      if (disposed_) return;
-      disposed_ = true;
-      current = std::exchange(current_, Disposable());
-    }
-    current.dispose();
-  }
-  bool isDisposed() const override {
-    std::lock_guard lock(mutex_);
-    return disposed_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  bool disposed_ = false;
-  Disposable current_;
 };
 
 }  // namespace zorlan::rx

@@ -20,8 +20,7 @@ class SharedSequence {
   // Wraps a source that never fails: delivers it on the main scheduler and
   // shares it.
   static SharedSequence fromInfallibleSource(Observable<T> source) {
-    return SharedSequence(source.observeOn(MainScheduler::instance())
-                              .share(Replay, SubjectLifetimeScope::whileConnected));
+    return shared(source.observeOn(MainScheduler::instance()));
   }
   static SharedSequence just(T element) {
     return fromInfallibleSource(Observable<T>::just(std::move(element)));
@@ -32,15 +31,12 @@ class SharedSequence {
   // Subscribes on the main scheduler's terms; every handler optional.
   Disposable drive(std::function<void(const T&)> onNext, std::function<void()> onCompleted = {},
                    std::function<void()> onDisposed = {}) const {
-    return source_.subscribe(std::move(onNext), {}, std::move(onCompleted),
-                             std::move(onDisposed));
+    return source_.subscribe(std::move(onNext), {}, std::move(onCompleted), std::move(onDisposed));
   }
   Disposable drive(const AnyObserver<T>& observer) const { return source_.subscribe(observer); }
   template <class Relay>
-    requires requires(const Relay& r, const T& v) { r.accept(v); }
-  Disposable drive(const Relay& relay) const {
-    return source_.bindTo(relay);
-  }
+  requires requires(const Relay& r, const T& v) { r.accept(v); }
+  Disposable drive(const Relay& relay) const { return source_.bindTo(relay); }
   // `emit` is a Signal's name for `drive`.
   Disposable emit(std::function<void(const T&)> onNext) const { return drive(std::move(onNext)); }
 
@@ -50,21 +46,27 @@ class SharedSequence {
   auto map(F transform) const
       -> SharedSequence<std::decay_t<std::invoke_result_t<F&, const T&>>, Replay> {
     using U = std::decay_t<std::invoke_result_t<F&, const T&>>;
-    return SharedSequence<U, Replay>::fromInfallibleSource(source_.map(std::move(transform)));
+    return SharedSequence<U, Replay>::shared(source_.map(std::move(transform)));
   }
   template <class F>
   SharedSequence filter(F predicate) const {
-    return fromInfallibleSource(source_.filter(std::move(predicate)));
+    return shared(source_.filter(std::move(predicate)));
   }
-  SharedSequence distinctUntilChanged() const {
-    return fromInfallibleSource(source_.distinctUntilChanged());
-  }
+  SharedSequence distinctUntilChanged() const { return shared(source_.distinctUntilChanged()); }
   template <class... V>
   SharedSequence startWith(V&&... values) const {
-    return fromInfallibleSource(source_.startWith(std::forward<V>(values)...));
+    return shared(source_.startWith(std::forward<V>(values)...));
   }
 
  private:
+  template <class U, std::size_t R>
+  friend class SharedSequence;
+
+  // Shares a source that already delivers on the main scheduler (operators
+  // applied to a shared sequence keep its thread).
+  static SharedSequence shared(Observable<T> source) {
+    return SharedSequence(source.share(Replay, SubjectLifetimeScope::whileConnected));
+  }
   explicit SharedSequence(Observable<T> source) : source_(std::move(source)) {}
   Observable<T> source_;
 };
@@ -82,8 +84,8 @@ Driver<T> asDriver(const Observable<T>& source, T onErrorJustReturn) {
 // A driver of `source` that continues with `onErrorDriveWith` on error.
 template <class T>
 Driver<T> asDriver(const Observable<T>& source, Driver<T> onErrorDriveWith) {
-  return Driver<T>::fromInfallibleSource(source.catchError(
-      [fallback = std::move(onErrorDriveWith)](std::exception_ptr) {
+  return Driver<T>::fromInfallibleSource(
+      source.catchError([fallback = std::move(onErrorDriveWith)](std::exception_ptr) {
         return fallback.asObservable();
       }));
 }

@@ -19,6 +19,8 @@
 #include "zorlan/Rx/Disposable.hpp"
 #include "zorlan/Rx/Observer.hpp"
 #include "zorlan/Rx/SchedulerType.hpp"
+#include "zorlan/Rx/SerialDisposable.hpp"
+#include "zorlan/Rx/detail/GatedObserver.hpp"
 
 namespace zorlan::rx {
 
@@ -27,13 +29,16 @@ class Observable;
 template <class T>
 class Single;
 
-// How long a shared sequence keeps its connection and replay buffer.
+// How long a shared sequence keeps its replay buffer. In both scopes the
+// source is subscribed for the first subscriber and unsubscribed when the
+// last one leaves or the source ends; a later subscriber subscribes again.
 enum class SubjectLifetimeScope {
-  // Disconnects (and forgets the buffer) when the last subscriber leaves or
-  // the source terminates; a later subscriber reconnects.
+  // The buffer goes with the subscription to the source: every connection
+  // starts afresh.
   whileConnected,
-  // Stays connected for good once connected; late subscribers get the buffer
-  // and the terminal event.
+  // One buffer for the life of the shared sequence: later subscribers get
+  // the last elements even across reconnections, and once the source has
+  // ended, the buffer and the terminal event (without subscribing again).
   forever,
 };
 
@@ -62,19 +67,18 @@ class Sink final : public ObserverBase<T>, public DisposableBase {
   void onNext(const T& element) override {
     if (!stopped_.load(std::memory_order_acquire)) downstream_.onNext(element);
   }
-  // A terminal event also releases the downstream observer (and whatever it
-  // holds): by the sequence grammar no other event of this subscription can
-  // be running at the same time.
+  // The downstream observer is kept until the sink itself goes: a terminal
+  // event may arrive while that observer is still inside its own onNext (a
+  // handler that ends its own source), so releasing it here could destroy a
+  // running handler.
   void onError(std::exception_ptr error) override {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return;
-    AnyObserver<T> downstream = std::exchange(downstream_, AnyObserver<T>());
-    downstream.onError(error);
+    downstream_.onError(error);
     disposeUpstream();
   }
   void onCompleted() override {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return;
-    AnyObserver<T> downstream = std::exchange(downstream_, AnyObserver<T>());
-    downstream.onCompleted();
+    downstream_.onCompleted();
     disposeUpstream();
   }
   void dispose() override {
@@ -208,10 +212,10 @@ class Observable {
   }
   // Elements only; errors are ignored.
   template <class OnNext>
-    requires std::invocable<OnNext&, const T&>
-  Disposable subscribe(OnNext onNext) const {
-    return subscribe(AnyObserver<T>::make(std::move(onNext), detail::ignoreError(),
-                                          detail::ignoreCompleted()));
+  requires std::invocable<OnNext&, const T&> Disposable subscribe(OnNext onNext)
+  const {
+    return subscribe(
+        AnyObserver<T>::make(std::move(onNext), detail::ignoreError(), detail::ignoreCompleted()));
   }
   // Every handler optional; `onDisposed` runs once when the subscription
   // ends, by a terminal event or by disposal.
@@ -234,10 +238,19 @@ class Observable {
   }
   // Forwards every event to `observer`.
   Disposable bindTo(const AnyObserver<T>& observer) const { return subscribe(observer); }
+  // Forwards every event to `target`'s observer: a subject, a `Binder`, a
+  // `ControlProperty`.
+  template <class Target>
+  requires requires(const Target& t) {
+    { t.asObserver() } -> std::convertible_to<AnyObserver<T>>;
+  }
+  Disposable bindTo(const Target& target) const {
+    return subscribe(AnyObserver<T>(target.asObserver()));
+  }
   // Accepts every element into `relay` (anything with `accept(const T&)`);
   // a relay never terminates, so errors and completion are not forwarded.
   template <class Relay>
-    requires requires(const Relay& r, const T& v) { r.accept(v); }
+  requires requires(const Relay& r, const T& v) { r.accept(v); }
   Disposable bindTo(const Relay& relay) const {
     return subscribe([relay](const T& v) { relay.accept(v); });
   }
@@ -312,14 +325,12 @@ class Observable {
   }
 
   // Drops elements equal to the one before (by `==`, or by `equal`).
-  Observable distinctUntilChanged() const
-    requires std::equality_comparable<T>
-  {
+  Observable distinctUntilChanged() const requires std::equality_comparable<T> {
     return distinctUntilChanged([](const T& a, const T& b) { return a == b; });
   }
   template <class Equal>
-    requires std::predicate<Equal&, const T&, const T&>
-  Observable distinctUntilChanged(Equal equal) const {
+  requires std::predicate<Equal&, const T&, const T&> Observable distinctUntilChanged(Equal equal)
+  const {
     return lift<T>([equal](const AnyObserver<T>& o) {
       return AnyObserver<T>::make(
           [o, equal, last = std::optional<T>()](const T& v) mutable {
@@ -357,24 +368,51 @@ class Observable {
     });
   }
 
-  // Elements until `other` emits its first element (then completion).
+  // Elements until `other` emits its first element (then completion); an
+  // error of `other` ends the sequence with that error. Events of the two
+  // sources are delivered one at a time even when they come from different
+  // threads.
   template <class U>
   Observable takeUntil(Observable<U> other) const {
     Observable source = *this;
     return create([source, other](const AnyObserver<T>& o) {
-      auto group = std::make_shared<CompositeDisposable>();
-      group->add(other.subscribe(AnyObserver<U>::make([o](const U&) { o.onCompleted(); },
-                                                      [o](std::exception_ptr e) { o.onError(e); },
-                                                      [] {})));
-      group->add(source.subscribe(o));
-      return Disposable(group);
+      struct State {
+        std::recursive_mutex mutex;
+        CompositeDisposable group;
+      };
+      auto state = std::make_shared<State>();
+      state->group.add(other.subscribe(AnyObserver<U>::make(
+          [o, state](const U&) {
+            std::lock_guard lock(state->mutex);
+            o.onCompleted();
+          },
+          [o, state](std::exception_ptr e) {
+            std::lock_guard lock(state->mutex);
+            o.onError(e);
+          },
+          [] {})));
+      state->group.add(source.subscribe(AnyObserver<T>::make(
+          [o, state](const T& v) {
+            std::lock_guard lock(state->mutex);
+            o.onNext(v);
+          },
+          [o, state](std::exception_ptr e) {
+            std::lock_guard lock(state->mutex);
+            o.onError(e);
+          },
+          [o, state] {
+            std::lock_guard lock(state->mutex);
+            o.onCompleted();
+          })));
+      return Disposable::create([state] { state->group.dispose(); });
     });
   }
   // Elements until one satisfies `predicate`; with `inclusive` that element
   // is emitted before completion.
   template <class F>
-    requires std::predicate<F&, const T&>
-  Observable takeUntil(F predicate, TakeBehavior behavior = TakeBehavior::exclusive) const {
+  requires std::predicate<F&, const T&> Observable
+  takeUntil(F predicate, TakeBehavior behavior = TakeBehavior::exclusive)
+  const {
     return lift<T>([predicate, behavior](const AnyObserver<T>& o) {
       return AnyObserver<T>::make(
           [o, predicate, behavior](const T& v) mutable {
@@ -407,7 +445,9 @@ class Observable {
   Observable observeOn(ImmediateSchedulerPtr scheduler) const;
 
   // Shares one subscription to the source among all subscribers, replaying
-  // the last `replay` elements to each new one.
+  // the last `replay` elements to each new one before live elements (even
+  // when those come from another thread meanwhile). See
+  // `SubjectLifetimeScope` for when the source is subscribed.
   Observable share(std::size_t replay = 0,
                    SubjectLifetimeScope scope = SubjectLifetimeScope::whileConnected) const;
 
@@ -427,19 +467,18 @@ class Observable {
     Observable source = *this;
     return create([source, handler](const AnyObserver<T>& o) {
       auto serial = std::make_shared<SerialDisposable>();
-      serial->set(source.subscribe(AnyObserver<T>::make(
-          [o](const T& v) { o.onNext(v); },
-          [o, handler, serial](std::exception_ptr e) {
-            Observable next = never();
-            try {
-              next = handler(e);
-            } catch (...) {
-              o.onError(std::current_exception());
-              return;
-            }
-            serial->set(next.subscribe(o));
-          },
-          [o] { o.onCompleted(); })));
+      serial->set(source.subscribe(AnyObserver<T>::make([o](const T& v) { o.onNext(v); },
+                                                        [o, handler, serial](std::exception_ptr e) {
+                                                          Observable next = never();
+                                                          try {
+                                                            next = handler(e);
+                                                          } catch (...) {
+                                                            o.onError(std::current_exception());
+                                                            return;
+                                                          }
+                                                          serial->set(next.subscribe(o));
+                                                        },
+                                                        [o] { o.onCompleted(); })));
       return Disposable(serial);
     });
   }
@@ -499,9 +538,12 @@ class RxError : public std::exception {
   Code code() const noexcept { return code_; }
   const char* what() const noexcept override {
     switch (code_) {
-      case Code::noElements: return "Sequence doesn't contain any elements.";
-      case Code::moreThanOneElement: return "Sequence contains more than one element.";
-      case Code::timeout: return "Sequence timeout.";
+      case Code::noElements:
+        return "Sequence doesn't contain any elements.";
+      case Code::moreThanOneElement:
+        return "Sequence contains more than one element.";
+      case Code::timeout:
+        return "Sequence timeout.";
     }
     return "RxError";
   }
@@ -555,10 +597,10 @@ Observable<T> Observable<T>::merge(std::vector<Observable> sources) {
     auto state = std::make_shared<detail::MergeState<T>>(o);
     for (const Observable& source : sources) {
       state->sourceStarted();
-      state->group.add(source.subscribe(AnyObserver<T>::make(
-          [state](const T& v) { state->next(v); },
-          [state](std::exception_ptr e) { state->error(e); },
-          [state] { state->sourceCompleted(); })));
+      state->group.add(
+          source.subscribe(AnyObserver<T>::make([state](const T& v) { state->next(v); },
+                                                [state](std::exception_ptr e) { state->error(e); },
+                                                [state] { state->sourceCompleted(); })));
     }
     state->sourceCompleted();  // the list itself is done
     return Disposable::create([state] { state->group.dispose(); });
@@ -583,10 +625,10 @@ auto Observable<T>::flatMap(F transform) const
             return;
           }
           state->sourceStarted();
-          state->group.add(inner->subscribe(AnyObserver<U>::make(
-              [state](const U& u) { state->next(u); },
-              [state](std::exception_ptr e) { state->error(e); },
-              [state] { state->sourceCompleted(); })));
+          state->group.add(inner->subscribe(
+              AnyObserver<U>::make([state](const U& u) { state->next(u); },
+                                   [state](std::exception_ptr e) { state->error(e); },
+                                   [state] { state->sourceCompleted(); })));
         },
         [state](std::exception_ptr e) { state->error(e); },
         [state] { state->sourceCompleted(); })));
@@ -694,10 +736,10 @@ Observable<T> Observable<T>::observeOn(ImmediateSchedulerPtr scheduler) const {
         return Disposable();
       });
     };
-    Disposable upstream = source.subscribe(AnyObserver<T>::make(
-        [enqueue](const T& v) { enqueue(Event<T>::next(v)); },
-        [enqueue](std::exception_ptr e) { enqueue(Event<T>::failed(e)); },
-        [enqueue] { enqueue(Event<T>::completed()); }));
+    Disposable upstream = source.subscribe(
+        AnyObserver<T>::make([enqueue](const T& v) { enqueue(Event<T>::next(v)); },
+                             [enqueue](std::exception_ptr e) { enqueue(Event<T>::failed(e)); },
+                             [enqueue] { enqueue(Event<T>::completed()); }));
     return Disposable::create([state, upstream] {
       state->disposed.store(true);
       upstream.dispose();
@@ -707,16 +749,24 @@ Observable<T> Observable<T>::observeOn(ImmediateSchedulerPtr scheduler) const {
 
 namespace detail {
 
+// The one subscription `share` keeps to its source and the subscribers it
+// feeds. Both scopes connect on the first subscriber and disconnect when the
+// last one leaves (or the source ends); `whileConnected` forgets the replay
+// buffer with the connection, `forever` keeps the buffer and the terminal
+// event for every later subscriber.
 template <class T>
 struct ShareState : std::enable_shared_from_this<ShareState<T>> {
+  using Entry = std::shared_ptr<GatedObserver<T>>;
+  using List = std::vector<Entry>;
+
   ShareState(Observable<T> s, std::size_t r, SubjectLifetimeScope sc)
       : source(std::move(s)), replay(r), scope(sc) {}
 
   Disposable subscribe(const AnyObserver<T>& observer) {
     std::vector<T> replayed;
     std::optional<Event<T>> ended;
+    Entry entry;
     bool connect = false;
-    std::uint64_t id = 0;
     std::uint64_t connectGeneration = 0;
     {
       std::lock_guard lock(mutex);
@@ -724,8 +774,10 @@ struct ShareState : std::enable_shared_from_this<ShareState<T>> {
       if (terminal) {
         ended = terminal;
       } else {
-        id = ++nextId;
-        observers.emplace_back(id, observer);
+        entry = std::make_shared<GatedObserver<T>>(observer, replayed.empty());
+        auto updated = std::make_shared<List>(*observers);
+        updated->push_back(entry);
+        observers = std::move(updated);
         connect = !connected;
         connected = true;
         connectGeneration = generation;
@@ -736,28 +788,32 @@ struct ShareState : std::enable_shared_from_this<ShareState<T>> {
       observer.on(*ended);
       return Disposable();
     }
+    if (!replayed.empty()) entry->open();
     if (connect) {
       auto self = this->shared_from_this();
-      Disposable connection = source.subscribe(AnyObserver<T>::make(
-          [self](const T& v) { self->next(v); },
-          [self](std::exception_ptr e) { self->stop(Event<T>::failed(e)); },
-          [self] { self->stop(Event<T>::completed()); }));
+      Disposable subscription = source.subscribe(
+          AnyObserver<T>::make([self](const T& v) { self->next(v); },
+                               [self](std::exception_ptr e) { self->stop(Event<T>::failed(e)); },
+                               [self] { self->stop(Event<T>::completed()); }));
       std::unique_lock lock(mutex);
       if (connected && generation == connectGeneration) {
-        this->connection = connection;
+        connection = std::move(subscription);
       } else {
         lock.unlock();
-        connection.dispose();
+        subscription.dispose();
       }
     }
-    std::weak_ptr<ShareState> weak = this->weak_from_this();
-    return Disposable::create([weak, id] {
-      if (auto self = weak.lock()) self->remove(id);
+    std::weak_ptr<ShareState> weakState = this->weak_from_this();
+    std::weak_ptr<GatedObserver<T>> weakEntry = entry;
+    return Disposable::create([weakState, weakEntry] {
+      auto self = weakState.lock();
+      auto gone = weakEntry.lock();
+      if (self && gone) self->remove(gone.get());
     });
   }
 
   void next(const T& v) {
-    std::vector<std::pair<std::uint64_t, AnyObserver<T>>> targets;
+    std::shared_ptr<const List> targets;
     {
       std::lock_guard lock(mutex);
       if (replay > 0) {
@@ -766,54 +822,53 @@ struct ShareState : std::enable_shared_from_this<ShareState<T>> {
       }
       targets = observers;
     }
-    for (const auto& entry : targets) entry.second.onNext(v);
+    for (const Entry& entry : *targets) entry->onNext(v);
   }
 
   void stop(const Event<T>& event) {
-    std::vector<std::pair<std::uint64_t, AnyObserver<T>>> targets;
+    std::shared_ptr<const List> targets;
+    Disposable ended;
     {
       std::lock_guard lock(mutex);
-      targets.swap(observers);
-      if (scope == SubjectLifetimeScope::forever) {
-        terminal = event;
-        connection = Disposable();  // nothing more will come through it
-      } else {
-        reset();
-      }
+      targets = std::exchange(observers, std::make_shared<const List>());
+      if (scope == SubjectLifetimeScope::forever) terminal = event;
+      ended = disconnect();
     }
-    for (const auto& entry : targets) entry.second.on(event);
+    for (const Entry& entry : *targets) entry->on(event);
+    ended.dispose();
   }
 
-  void remove(std::uint64_t id) {
+  void remove(const GatedObserver<T>* gone) {
     Disposable toDispose;
     {
       std::lock_guard lock(mutex);
-      std::erase_if(observers, [id](const auto& entry) { return entry.first == id; });
-      if (!observers.empty() || scope == SubjectLifetimeScope::forever || !connected) return;
-      toDispose = connection;
-      reset();
+      auto updated = std::make_shared<List>(*observers);
+      std::erase_if(*updated, [gone](const Entry& e) { return e.get() == gone; });
+      observers = std::move(updated);
+      if (!observers->empty() || !connected) return;
+      toDispose = disconnect();
     }
     toDispose.dispose();
   }
 
-  // Caller holds the mutex.
-  void reset() {
+  // Caller holds the mutex. Forgets the connection (returned for disposal
+  // outside the lock) and, while connected only, the buffer.
+  Disposable disconnect() {
     connected = false;
-    connection = Disposable();
-    buffer.clear();
     ++generation;
+    if (scope == SubjectLifetimeScope::whileConnected) buffer.clear();
+    return std::exchange(connection, Disposable());
   }
 
   Observable<T> source;
   std::size_t replay;
   SubjectLifetimeScope scope;
   std::mutex mutex;
-  std::vector<std::pair<std::uint64_t, AnyObserver<T>>> observers;
+  std::shared_ptr<const List> observers = std::make_shared<const List>();
   std::deque<T> buffer;
   std::optional<Event<T>> terminal;
   Disposable connection;
   bool connected = false;
-  std::uint64_t nextId = 0;
   std::uint64_t generation = 0;
 };
 
@@ -829,19 +884,18 @@ Observable<T> Observable<T>::share(std::size_t replay, SubjectLifetimeScope scop
 // next ones every `period`; without a period, 0 and then completion.
 inline Observable<std::int64_t> timer(RxTimeInterval dueTime, SchedulerPtr scheduler,
                                       std::optional<RxTimeInterval> period = std::nullopt) {
-  return Observable<std::int64_t>::create(
-      [dueTime, scheduler, period](const AnyObserver<std::int64_t>& o) {
-        if (!period) {
-          return scheduler->scheduleRelative(dueTime, [o] {
-            o.onNext(0);
-            o.onCompleted();
-            return Disposable();
-          });
-        }
-        auto counter = std::make_shared<std::int64_t>(0);
-        return scheduler->schedulePeriodic(dueTime, *period,
-                                           [o, counter] { o.onNext((*counter)++); });
+  return Observable<std::int64_t>::create([dueTime, scheduler,
+                                           period](const AnyObserver<std::int64_t>& o) {
+    if (!period) {
+      return scheduler->scheduleRelative(dueTime, [o] {
+        o.onNext(0);
+        o.onCompleted();
+        return Disposable();
       });
+    }
+    auto counter = std::make_shared<std::int64_t>(0);
+    return scheduler->schedulePeriodic(dueTime, *period, [o, counter] { o.onNext((*counter)++); });
+  });
 }
 
 }  // namespace zorlan::rx

@@ -12,6 +12,7 @@
 #include "zorlan/Rx/MainScheduler.hpp"
 #include "zorlan/Rx/Observable.hpp"
 #include "zorlan/Rx/SerialDispatchQueueScheduler.hpp"
+#include "zorlan/Rx/SerialDisposable.hpp"
 #include "zorlan/Rx/Single.hpp"
 #include "zorlan/Rx/Subjects.hpp"
 #include "zorlan/Rx/VirtualTimeScheduler.hpp"

@@ -19,29 +19,28 @@
 #include <vector>
 
 #include "zorlan/Rx/Observable.hpp"
+#include "zorlan/Rx/detail/GatedObserver.hpp"
 
 namespace zorlan::rx {
 namespace detail {
 
+// The observer list of a subject: a copy-on-write list of gated observers,
+// so that delivering an element takes the lock only to grab the list.
 template <class T>
 struct SubjectCore {
-  using Entry = std::pair<std::uint64_t, AnyObserver<T>>;
+  using Entry = std::shared_ptr<GatedObserver<T>>;
   using List = std::vector<Entry>;
 
-  // Adds `observer` unless stopped; returns the terminal event otherwise.
-  std::optional<Event<T>> add(const AnyObserver<T>& observer, std::uint64_t& id) {
-    std::lock_guard lock(mutex);
-    if (terminal) return terminal;
-    id = ++nextId;
+  // Caller holds the mutex.
+  void addLocked(Entry entry) {
     auto updated = std::make_shared<List>(*observers);
-    updated->emplace_back(id, observer);
+    updated->push_back(std::move(entry));
     observers = std::move(updated);
-    return std::nullopt;
   }
-  void remove(std::uint64_t id) {
+  void remove(const GatedObserver<T>* gone) {
     std::lock_guard lock(mutex);
     auto updated = std::make_shared<List>(*observers);
-    std::erase_if(*updated, [id](const Entry& e) { return e.first == id; });
+    std::erase_if(*updated, [gone](const Entry& e) { return e.get() == gone; });
     observers = std::move(updated);
   }
   // Snapshot of the observers (cheap: shares the list).
@@ -60,23 +59,30 @@ struct SubjectCore {
   mutable std::mutex mutex;
   std::shared_ptr<const List> observers = std::make_shared<const List>();
   std::optional<Event<T>> terminal;
-  std::uint64_t nextId = 0;
 };
 
+// The subscription handle of a subject's observer: removes it from the list.
 template <class T>
-Disposable removal(const std::shared_ptr<SubjectCore<T>>& core, std::uint64_t id) {
-  std::weak_ptr<SubjectCore<T>> weak = core;
-  return Disposable::create([weak, id] {
-    if (auto c = weak.lock()) c->remove(id);
+Disposable removal(const std::shared_ptr<SubjectCore<T>>& core,
+                   const std::shared_ptr<GatedObserver<T>>& entry) {
+  std::weak_ptr<SubjectCore<T>> weakCore = core;
+  std::weak_ptr<GatedObserver<T>> weakEntry = entry;
+  return Disposable::create([weakCore, weakEntry] {
+    auto c = weakCore.lock();
+    auto e = weakEntry.lock();
+    if (c && e) c->remove(e.get());
   });
 }
 
-// Holds a value readable with one atomic load when T allows it.
+// Whether T can be mirrored in a lock-free std::atomic (read without a lock).
+template <class T, bool = std::is_trivially_copyable_v<T>&& std::is_copy_constructible_v<T>>
+struct AtomicMirror : std::false_type {};
 template <class T>
-constexpr bool kAtomicValue = std::is_trivially_copyable_v<T> && sizeof(T) <= 8 &&
-                              std::is_copy_constructible_v<T>;
+struct AtomicMirror<T, true> : std::bool_constant<std::atomic<T>::is_always_lock_free> {};
 
-template <class T, bool Atomic = kAtomicValue<T>>
+// Holds a subject's value: readable under the subject's mutex, or with one
+// atomic load when T allows it.
+template <class T, bool Atomic = AtomicMirror<T>::value>
 class ValueCell {
  public:
   explicit ValueCell(T v) : value_(std::move(v)) {}
@@ -96,7 +102,7 @@ class ValueCell<T, true> {
  public:
   explicit ValueCell(T v) : value_(v), atomic_(v) {}
   T load(std::mutex&) const { return atomic_.load(std::memory_order_acquire); }
-  void store(const T& v) {
+  void store(const T& v) {  // caller holds the mutex
     value_ = v;
     atomic_.store(v, std::memory_order_release);
   }
@@ -115,10 +121,15 @@ class PublishSubject {
  public:
   PublishSubject() : core_(std::make_shared<detail::SubjectCore<T>>()) {}
 
+  // Delivers `element` to the observers subscribed now, on the calling
+  // thread; ignored once the subject has ended. Thread-safe, but elements
+  // sent from several threads at once reach an observer in no set order.
   void onNext(const T& element) const {
     auto list = core_->snapshot();
-    for (const auto& entry : *list) entry.second.onNext(element);
+    for (const auto& entry : *list) entry->onNext(element);
   }
+  // End the subject (the first terminal event wins): present observers get
+  // the event, later subscribers get it at once.
   void onError(std::exception_ptr error) const { finish(Event<T>::failed(error)); }
   void onCompleted() const { finish(Event<T>::completed()); }
   void on(const Event<T>& event) const {
@@ -129,29 +140,43 @@ class PublishSubject {
     }
   }
 
+  // Each subscriber receives the elements sent after it subscribed, then the
+  // end; disposing the subscription removes it.
   Observable<T> asObservable() const {
     auto core = core_;
     return Observable<T>::create([core](const AnyObserver<T>& o) {
-      std::uint64_t id = 0;
-      if (auto ended = core->add(o, id)) {
+      std::optional<Event<T>> ended;
+      std::shared_ptr<detail::GatedObserver<T>> entry;
+      {
+        std::lock_guard lock(core->mutex);
+        if (core->terminal) {
+          ended = core->terminal;
+        } else {
+          entry = std::make_shared<detail::GatedObserver<T>>(o, /*open=*/true);
+          core->addLocked(entry);
+        }
+      }
+      if (ended) {
         o.on(*ended);
         return Disposable();
       }
-      return detail::removal(core, id);
+      return detail::removal(core, entry);
     });
   }
+  // An observer that forwards every event to this subject.
   AnyObserver<T> asObserver() const {
     PublishSubject self = *this;
     return AnyObserver<T>::make([self](const T& v) { self.onNext(v); },
                                 [self](std::exception_ptr e) { self.onError(e); },
                                 [self] { self.onCompleted(); });
   }
+  // Whether anyone is subscribed now.
   bool hasObservers() const { return !core_->snapshot()->empty(); }
 
  private:
   void finish(const Event<T>& event) const {
     if (auto list = core_->stop(event)) {
-      for (const auto& entry : *list) entry.second.on(event);
+      for (const auto& entry : *list) entry->on(event);
     }
   }
   std::shared_ptr<detail::SubjectCore<T>> core_;
@@ -167,6 +192,8 @@ class BehaviorSubject {
   // The present value. Lock-free for small trivially copyable T.
   T value() const { return state_->cell.load(state_->core.mutex); }
 
+  // Stores `element` as the value and delivers it to the present observers
+  // on the calling thread; ignored once the subject has ended.
   void onNext(const T& element) const {
     std::shared_ptr<const typename detail::SubjectCore<T>::List> list;
     {
@@ -175,29 +202,31 @@ class BehaviorSubject {
       state_->cell.store(element);
       list = state_->core.observers;
     }
-    for (const auto& entry : *list) entry.second.onNext(element);
+    for (const auto& entry : *list) entry->onNext(element);
   }
+  // End the subject; the value stays readable.
   void onError(std::exception_ptr error) const { finish(Event<T>::failed(error)); }
   void onCompleted() const { finish(Event<T>::completed()); }
 
+  // Each subscriber receives the value at once, then every later element,
+  // in order even while other threads send elements. After the end, a new
+  // subscriber receives only the terminal event.
   Observable<T> asObservable() const {
     auto state = state_;
     return Observable<T>::create([state](const AnyObserver<T>& o) {
-      std::uint64_t id = 0;
-      // Subscribe and read under one lock so no element falls between.
+      // Subscribe and read under one lock so no element falls between; the
+      // gate holds back elements accepted meanwhile until the value is out.
       std::optional<T> current;
       std::optional<Event<T>> ended;
+      std::shared_ptr<detail::GatedObserver<T>> entry;
       {
         std::lock_guard lock(state->core.mutex);
-        current.emplace(state->cell.locked());
         if (state->core.terminal) {
           ended = state->core.terminal;
         } else {
-          id = ++state->core.nextId;
-          auto updated =
-              std::make_shared<typename detail::SubjectCore<T>::List>(*state->core.observers);
-          updated->emplace_back(id, o);
-          state->core.observers = std::move(updated);
+          current.emplace(state->cell.locked());
+          entry = std::make_shared<detail::GatedObserver<T>>(o, /*open=*/false);
+          state->core.addLocked(entry);
         }
       }
       if (ended) {
@@ -205,16 +234,19 @@ class BehaviorSubject {
         return Disposable();
       }
       o.onNext(*current);
+      entry->open();
       std::shared_ptr<detail::SubjectCore<T>> core(state, &state->core);
-      return detail::removal(core, id);
+      return detail::removal(core, entry);
     });
   }
+  // An observer that forwards every event to this subject.
   AnyObserver<T> asObserver() const {
     BehaviorSubject self = *this;
     return AnyObserver<T>::make([self](const T& v) { self.onNext(v); },
                                 [self](std::exception_ptr e) { self.onError(e); },
                                 [self] { self.onCompleted(); });
   }
+  // Whether anyone is subscribed now.
   bool hasObservers() const { return !state_->core.snapshot()->empty(); }
 
  private:
@@ -225,18 +257,21 @@ class BehaviorSubject {
   };
   void finish(const Event<T>& event) const {
     if (auto list = state_->core.stop(event)) {
-      for (const auto& entry : *list) entry.second.on(event);
+      for (const auto& entry : *list) entry->on(event);
     }
   }
   std::shared_ptr<State> state_;
 };
 
-// A publish subject that never terminates: only `accept`.
+// A publish subject that never terminates: only `accept`. A shared handle;
+// thread-safe.
 template <class T>
 class PublishRelay {
  public:
   using Element = T;
+  // Delivers `element` to the observers subscribed now.
   void accept(const T& element) const { subject_.onNext(element); }
+  // Each subscriber receives the elements accepted after it subscribed.
   Observable<T> asObservable() const { return subject_.asObservable(); }
   bool hasObservers() const { return subject_.hasObservers(); }
 
@@ -244,14 +279,18 @@ class PublishRelay {
   PublishSubject<T> subject_;
 };
 
-// A behaviour subject that never terminates: `accept` and `value`.
+// A behaviour subject that never terminates: `accept` and `value`. A shared
+// handle; thread-safe.
 template <class T>
 class BehaviorRelay {
  public:
   using Element = T;
   explicit BehaviorRelay(T initial) : subject_(std::move(initial)) {}
+  // Makes `element` the value and delivers it to the present observers.
   void accept(const T& element) const { subject_.onNext(element); }
+  // The present value; one atomic load for small trivially copyable T.
   T value() const { return subject_.value(); }
+  // Each subscriber receives the value at once, then every accepted value.
   Observable<T> asObservable() const { return subject_.asObservable(); }
   bool hasObservers() const { return subject_.hasObservers(); }
 

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "zorlan/Rx/CompositeDisposable.hpp"
+#include "zorlan/Rx/SerialDisposable.hpp"
+#include "zorlan/Rx/VirtualTimeScheduler.hpp"
+
+namespace zorlan::rx {
+namespace {
+
+using namespace std::chrono_literals;
+
+long long millis(RxTime t) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count();
+}
+
+TEST(VirtualTimeSchedulerTest, RunsByDueTimeThenInSchedulingOrder) {
+  auto scheduler = TestScheduler::make();
+  std::vector<std::string> ran;
+  auto record = [&](std::string name) {
+    return [&ran, &scheduler, name] {
+      ran.push_back(name + "@" + std::to_string(millis(scheduler->now())));
+      return Disposable();
+    };
+  };
+  scheduler->scheduleRelative(2s, record("b"));
+  scheduler->scheduleRelative(1s, record("a"));
+  scheduler->scheduleRelative(2s, record("c"));
+  scheduler->scheduleRelative(-5s, record("overdue"));  // as soon as possible
+  scheduler->scheduleRelative(1s, record("cancelled")).dispose();
+
+  scheduler->advanceTo(TestScheduler::at(1500ms));
+  EXPECT_EQ(ran, (std::vector<std::string>{"overdue@0", "a@1000"}));
+  EXPECT_EQ(millis(scheduler->now()), 1500);
+
+  scheduler->advanceBy(1s);
+  EXPECT_EQ(ran, (std::vector<std::string>{"overdue@0", "a@1000", "b@2000", "c@2000"}));
+  EXPECT_EQ(millis(scheduler->now()), 2500);
+
+  scheduler->advanceTo(TestScheduler::at(1s));  // the clock never goes back
+  EXPECT_EQ(millis(scheduler->now()), 2500);
+}
+
+TEST(VirtualTimeSchedulerTest, WorkScheduledWhileAdvancingRunsInTheSameAdvance) {
+  auto scheduler = TestScheduler::make();
+  std::vector<long long> times;
+  scheduler->scheduleRelative(1s, [&] {
+    times.push_back(millis(scheduler->now()));
+    scheduler->scheduleRelative(2s, [&] {
+      times.push_back(millis(scheduler->now()));
+      return Disposable();
+    });
+    return Disposable();
+  });
+  scheduler->advanceTo(TestScheduler::at(3s));
+  EXPECT_EQ(times, (std::vector<long long>{1000, 3000}));
+
+  scheduler->scheduleRelative(10min, [&] {
+    times.push_back(millis(scheduler->now()));
+    return Disposable();
+  });
+  scheduler->start();  // runs everything left, moving the clock to it
+  EXPECT_EQ(times.back(), 603000);
+}
+
+TEST(VirtualTimeSchedulerTest, PeriodicWorkKeepsItsPeriodUntilDisposed) {
+  auto scheduler = TestScheduler::make();
+  std::vector<long long> times;
+  Disposable periodic =
+      scheduler->schedulePeriodic(500ms, 1s, [&] { times.push_back(millis(scheduler->now())); });
+  scheduler->advanceTo(TestScheduler::at(2600ms));
+  EXPECT_EQ(times, (std::vector<long long>{500, 1500, 2500}));
+  periodic.dispose();
+  scheduler->advanceBy(1h);
+  EXPECT_EQ(times.size(), 3u);
+}
+
+TEST(VirtualTimeSchedulerTest, DisposingAnActionThatRanDisposesWhatItReturned) {
+  auto scheduler = TestScheduler::make();
+  bool released = false;
+  Disposable scheduled =
+      scheduler->schedule([&] { return Disposable::create([&] { released = true; }); });
+  scheduler->runDue();
+  EXPECT_FALSE(released);
+  scheduled.dispose();
+  EXPECT_TRUE(released);
+}
+
+TEST(VirtualTimeSchedulerTest, RecordingObserverStampsVirtualTimes) {
+  auto scheduler = TestScheduler::make();
+  auto observer = scheduler->createObserver<int>();
+  AnyObserver<int> sink = observer.asObserver();
+  scheduler->scheduleRelative(1s, [&] {
+    sink.onNext(1);
+    return Disposable();
+  });
+  scheduler->scheduleRelative(3s, [&] {
+    sink.onCompleted();
+    return Disposable();
+  });
+  scheduler->start();
+  ASSERT_EQ(observer.events().size(), 2u);
+  EXPECT_EQ(observer.events()[0].time, TestScheduler::at(1s));
+  EXPECT_EQ(observer.events()[1].time, TestScheduler::at(3s));
+  EXPECT_EQ(observer.elements(), (std::vector<int>{1}));
+  EXPECT_TRUE(observer.completed());
+  EXPECT_FALSE(observer.failed());
+}
+
+TEST(GroupDisposableTest, LateAdditionsAreDisposedAtOnce) {
+  std::vector<std::string> log;
+  CompositeDisposable group;
+  group.add(Disposable::create([&] { log.push_back("first"); }));
+  group.dispose();
+  group.add(Disposable::create([&] { log.push_back("late"); }));
+  EXPECT_EQ(log, (std::vector<std::string>{"first", "late"}));
+
+  SerialDisposable slot;
+  slot.set(Disposable::create([&] { log.push_back("replaced"); }));
+  slot.set(Disposable::create([&] { log.push_back("current"); }));
+  EXPECT_EQ(log.back(), "replaced");
+  slot.dispose();
+  EXPECT_EQ(log.back(), "current");
+  slot.set(Disposable::create([&] { log.push_back("after"); }));
+  EXPECT_EQ(log.back(), "after");
+  EXPECT_TRUE(slot.isDisposed());
+}
+
+}  // namespace
+}  // namespace zorlan::rx
