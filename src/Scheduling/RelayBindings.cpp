@@ -1,5 +1,7 @@
 #include "zorlan/Scheduling/RelayBindings.hpp"
 
+#include <string>
+
 namespace zorlan::detail {
 namespace {
 
@@ -15,15 +17,19 @@ std::string describe(std::exception_ptr error) {
 
 }  // namespace
 
-void reportRelayBindingEvent(std::string_view relayName, std::exception_ptr error) {
-  std::string message(relayName);
-  if (error) {
-    message += " binding received error: " + describe(error) + " but will ignore.";
-  } else {
-    message += " binding received completion but will ignore.";
+void reportRelayBindingEvent(std::string_view relayName, std::exception_ptr error) noexcept {
+  try {
+    std::string message(relayName);
+    if (error) {
+      message += " binding received error: " + describe(error) + " but will ignore.";
+    } else {
+      message += " binding received completion but will ignore.";
+    }
+    Logger::shared().log(relayName, LoggerLevel::error, "", message, true, {}, __LINE__,
+                         "Scheduling/RelayBindings", "asObserver()");
+  } catch (...) {
+    // Out of memory while building the line: the event is ignored all the same.
   }
-  Logger::shared().log(relayName, LoggerLevel::error, "", message, true, {}, __LINE__,
-                       "Scheduling/RelayBindings", "asObserver()");
 }
 
 void logLifecycle(Logger& logger, std::string_view sender, const std::string& message,

@@ -1,8 +1,9 @@
-#include "zorlan/Scheduling/BehaviorReader.hpp"
-
 #include <gtest/gtest.h>
 
+#include "zorlan/Dispatch/MainRunLoop.hpp"
 #include "zorlan/Platform/Logger.hpp"
+#include "zorlan/Rx/Completable.hpp"
+#include "zorlan/Scheduling/BehaviorReader.hpp"
 #include "zorlan/Scheduling/RelayBindings.hpp"
 
 namespace zorlan {
@@ -26,6 +27,29 @@ TEST(BehaviorReaderTest, FollowsItsSourceAndReleasesItWhenGone) {
   EXPECT_TRUE(source.hasObservers());
   subscription.dispose();
   EXPECT_FALSE(source.hasObservers());
+}
+
+TEST(BehaviorReaderTest, DestroyingTheReaderUnsubscribesItsSource) {
+  rx::PublishSubject<int> source;
+  {
+    BehaviorReader<int> reader(source.asObservable(), 0);
+    BehaviorReader<int> copy = reader;  // copies share the one reader
+    EXPECT_TRUE(source.hasObservers());
+  }
+  EXPECT_FALSE(source.hasObservers());
+}
+
+TEST(BehaviorReaderTest, ObservablePropertyIsMetByRelaysAndReaders) {
+  static_assert(ObservableProperty<rx::BehaviorRelay<int>>);
+  static_assert(ObservableProperty<BehaviorReader<std::string>>);
+  static_assert(!ObservableProperty<rx::PublishRelay<int>>);  // holds no value
+  auto describe = []<ObservableProperty P>(const P& property) {
+    std::vector<typename P::Element> seen;
+    property.asObservable().subscribe([&](const auto& v) { seen.push_back(v); }).dispose();
+    return seen;
+  };
+  EXPECT_EQ(describe(rx::BehaviorRelay<int>(3)), (std::vector<int>{3}));
+  EXPECT_EQ(describe(BehaviorReader<int>::just(4)), (std::vector<int>{4}));
 }
 
 TEST(BehaviorReaderTest, ConversionsFromRelaysAndObservables) {
@@ -103,16 +127,32 @@ TEST(RelayBindingTest, ErrorsAndCompletionAreLoggedAndIgnored) {
   publishObserver.onNext(5);
   EXPECT_EQ(received, 5);
 
-  EXPECT_EQ(sink->lines,
-            (std::vector<std::string>{
-                "BehaviorRelay binding received error: socket closed but will ignore.",
-                "BehaviorRelay binding received completion but will ignore.",
-                "PublishRelay binding received error: gone but will ignore.",
-                "PublishRelay binding received completion but will ignore."}));
+  EXPECT_EQ(sink->lines, (std::vector<std::string>{
+                             "BehaviorRelay binding received error: socket closed but will ignore.",
+                             "BehaviorRelay binding received completion but will ignore.",
+                             "PublishRelay binding received error: gone but will ignore.",
+                             "PublishRelay binding received completion but will ignore."}));
   for (std::size_t i = 0; i < sink->lines.size(); ++i) {
     EXPECT_EQ(sink->levels[i], LoggerLevel::error);
     EXPECT_EQ(sink->functions[i], "asObserver()");
   }
+}
+
+TEST(RelayBindingTest, AReaderKeepsItsValueWhenItsSourceFails) {
+  auto sink = sharedRecorder();
+  rx::PublishSubject<int> source;
+  BehaviorReader<int> reader(source.asObservable(), 1);
+  source.onNext(2);
+  source.onError(std::make_exception_ptr(std::runtime_error("feed lost")));
+  EXPECT_EQ(reader.value(), 2);
+  EXPECT_EQ(sink->lines, (std::vector<std::string>{
+                             "BehaviorRelay binding received error: feed lost but will ignore."}));
+  reader.asRelay().accept(3);  // the relay itself was never ended
+  EXPECT_EQ(reader.value(), 3);
+
+  BehaviorReader<int> finite(rx::Observable<int>::just(5), 0);
+  EXPECT_EQ(finite.value(), 5);
+  EXPECT_EQ(sink->lines.size(), 1u);  // a source that completes is not an error
 }
 
 TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
@@ -132,6 +172,52 @@ TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
             (std::vector<std::string>{"catalog -> subscribed", "catalog -> disposing"}));
   EXPECT_EQ(sink->levels[0], LoggerLevel::info);
   EXPECT_EQ(sink->sourceLines[0], line);
+}
+
+TEST(LogOperatorTest, SinglesAndCompletablesLogTheirLifecycleToo) {
+  Logger logger;
+  logger.setEnabled(true);
+  auto sink = std::make_shared<RecordingSink>();
+  logger.add(sink);
+  int value = 0;
+  log(rx::Single<int>::just(8), "Test", "single", logger).subscribe([&](int v) { value = v; });
+  bool failed = false;
+  log(rx::Completable::error(std::make_exception_ptr(std::runtime_error("x"))), "Test",
+      "completable", logger)
+      .subscribe([] {}, [&](std::exception_ptr) { failed = true; });
+  EXPECT_EQ(value, 8);
+  EXPECT_TRUE(failed);
+  // Ending by itself disposes the subscription: both lines for each.
+  EXPECT_EQ(sink->lines,
+            (std::vector<std::string>{"single -> subscribed", "single -> disposing",
+                                      "completable -> subscribed", "completable -> disposing"}));
+}
+
+class ReaderOnMainQueueTest : public ::testing::Test {
+ protected:
+  void SetUp() override { MainRunLoop::runUntilIdle(); }
+  void TearDown() override { MainRunLoop::runUntilIdle(); }
+};
+
+TEST_F(ReaderOnMainQueueTest, DriverConversionsDeliverOnTheMainQueue) {
+  rx::BehaviorRelay<int> relay(1);
+  BehaviorReader<int> reader(relay);
+  std::vector<int> seen;
+  rx::DisposeBag bag;
+  reader.asDriver().drive([&](int v) { seen.push_back(v); }).disposed(bag);
+  EXPECT_TRUE(seen.empty());
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(seen, (std::vector<int>{1}));
+
+  rx::PublishSubject<int> subject;
+  auto driver = rx::asDriver(subject.asObservable(), -1);
+  BehaviorReader<std::optional<int>> optional = asBehaviorReader(driver);
+  BehaviorReader<int> withInitial = asBehaviorReader(driver, 0);
+  subject.onNext(7);
+  EXPECT_EQ(optional.value(), std::nullopt);  // not before the main queue runs
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(optional.value(), 7);
+  EXPECT_EQ(withInitial.value(), 7);
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
-#include "zorlan/Scheduling/RxOperators.hpp"
-
 #include <gtest/gtest.h>
 
+#include "zorlan/Dispatch/MainRunLoop.hpp"
+#include "zorlan/Rx/DisposeBag.hpp"
 #include "zorlan/Rx/Subjects.hpp"
 #include "zorlan/Rx/VirtualTimeScheduler.hpp"
 #include "zorlan/Scheduling/AsyncSequence.hpp"
+#include "zorlan/Scheduling/RxOperators.hpp"
 
 namespace zorlan {
 namespace {
@@ -22,8 +23,7 @@ TEST(RxOperatorsTest, NeighbourPairs) {
   auto source = rx::Observable<int>::from({1, 2, 3});
   EXPECT_EQ(elements(withPrevious(source)), (std::vector<std::pair<int, int>>{{1, 2}, {2, 3}}));
   EXPECT_EQ(elements(withPreviousOptional(source)),
-            (std::vector<std::pair<std::optional<int>, int>>{
-                {std::nullopt, 1}, {1, 2}, {2, 3}}));
+            (std::vector<std::pair<std::optional<int>, int>>{{std::nullopt, 1}, {1, 2}, {2, 3}}));
   EXPECT_EQ(elements(previous(source)), (std::vector<int>{1, 2}));
   EXPECT_TRUE(elements(withPrevious(rx::Observable<int>::just(1))).empty());
 }
@@ -44,9 +44,10 @@ TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhileTheSourceIsSilent) {
   rx::PublishSubject<std::string> silent;
   std::vector<std::string> seen;
   int timeouts = 0;
-  rx::Disposable a = afterTimeout(silent.asObservable(), 5s, std::string("timed out"), scheduler,
-                                  [&] { ++timeouts; })
-                         .subscribe([&](const std::string& v) { seen.push_back(v); });
+  rx::Disposable a =
+      afterTimeout(silent.asObservable(), 5s, std::string("timed out"), scheduler, [&] {
+        ++timeouts;
+      }).subscribe([&](const std::string& v) { seen.push_back(v); });
   scheduler->advanceTo(rx::TestScheduler::at(4s));
   EXPECT_TRUE(seen.empty());
   scheduler->advanceTo(rx::TestScheduler::at(5s));
@@ -69,8 +70,10 @@ TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
   rx::PublishSubject<int> source;
   rx::BehaviorRelay<bool> allowed(false);
   std::vector<int> seen;
-  rx::Disposable d = ignoreUntil(source.asObservable(), allowed.asObservable())
-                         .subscribe([&](int v) { seen.push_back(v); });
+  rx::Disposable d =
+      ignoreUntil(source.asObservable(), allowed.asObservable()).subscribe([&](int v) {
+        seen.push_back(v);
+      });
   source.onNext(1);
   allowed.accept(true);
   source.onNext(2);
@@ -111,8 +114,9 @@ TEST(RxOperatorsTest, FromCallbacks) {
   EXPECT_EQ(value, 9);
 
   bool completed = false;
-  completableFrom([](std::function<void(std::exception_ptr)> done) { done(nullptr); })
-      .subscribe([&] { completed = true; });
+  completableFrom([](std::function<void(std::exception_ptr)> done) {
+    done(nullptr);
+  }).subscribe([&] { completed = true; });
   EXPECT_TRUE(completed);
 }
 
@@ -144,13 +148,14 @@ TEST(AsyncSequenceTest, RunsOneAfterAnotherAndStopsAtTheFirstFailure) {
                  }
                  return rx::Single<int>::just(i);
                })
-      .subscribe([] {}, [&](std::exception_ptr e) {
-        try {
-          std::rethrow_exception(e);
-        } catch (const std::runtime_error& x) {
-          failure = x.what();
-        }
-      });
+      .subscribe([] {},
+                 [&](std::exception_ptr e) {
+                   try {
+                     std::rethrow_exception(e);
+                   } catch (const std::runtime_error& x) {
+                     failure = x.what();
+                   }
+                 });
   EXPECT_EQ(ran, (std::vector<int>{1, 2}));
   EXPECT_EQ(failure, "2");
 
@@ -160,6 +165,168 @@ TEST(AsyncSequenceTest, RunsOneAfterAnotherAndStopsAtTheFirstFailure) {
   std::vector<int> kept;
   compact.subscribe([&](const std::vector<int>& r) { kept = r; });
   EXPECT_EQ(kept, (std::vector<int>{1, 3}));
+}
+
+TEST(AsyncSequenceTest, ALongRunOfImmediateStepsDoesNotGrowTheStack) {
+  std::vector<int> items(50000, 1);
+  long long sum = -1;
+  asyncMap(items, [](int v) {
+    return rx::Single<int>::just(v);
+  }).subscribe([&](const std::vector<int>& r) { sum = static_cast<long long>(r.size()); });
+  EXPECT_EQ(sum, 50000);
+}
+
+TEST(AsyncSequenceTest, DisposingStopsBeforeTheNextStep) {
+  rx::PublishSubject<int> first;
+  int started = 0;
+  rx::Disposable d = asyncMap(std::vector<int>{0, 1}, [&](int) {
+                       ++started;
+                       return first.asObservable().take(1).asSingle();
+                     }).subscribe([](const std::vector<int>&) { FAIL() << "not finished"; });
+  EXPECT_TRUE(first.hasObservers());
+  d.dispose();
+  EXPECT_FALSE(first.hasObservers());
+  first.onNext(1);
+  EXPECT_EQ(started, 1);
+}
+
+struct TraitsCase {
+  const char* name;
+  std::function<rx::Observable<int>(rx::Observable<int>, rx::SchedulerPtr)> apply;
+  std::vector<int> lateSubscriberGets;  // replay of the latest, or nothing
+};
+
+TEST(RxOperatorsTest, DriverAndSignalTraitsObserveOnTheSchedulerReplaceErrorsAndShare) {
+  std::vector<TraitsCase> cases = {
+      {"driver traits, value on error",
+       [](auto s, auto scheduler) { return withDriverTraits(s, scheduler, -1); },
+       {2}},
+      {"driver traits, handler on error",
+       [](auto s, auto scheduler) {
+         return withDriverTraits(s, scheduler,
+                                 [](std::exception_ptr) { return rx::Observable<int>::just(-1); });
+       },
+       {2}},
+      {"signal traits",
+       [](auto s, auto scheduler) {
+         return withSignalTraits(s, scheduler,
+                                 [](std::exception_ptr) { return rx::Observable<int>::just(-1); });
+       },
+       {}},
+  };
+  for (const TraitsCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto scheduler = rx::TestScheduler::make();
+    int subscriptions = 0;
+    rx::PublishSubject<int> subject;
+    auto traits =
+        c.apply(subject.asObservable().doOn({.onSubscribe = [&] { ++subscriptions; }}), scheduler);
+    std::vector<int> first;
+    std::vector<int> late;
+    rx::DisposeBag bag;
+    traits.subscribe([&](int v) { first.push_back(v); }).disposed(bag);
+    subject.onNext(1);
+    subject.onNext(2);
+    EXPECT_TRUE(first.empty());  // not before the scheduler runs
+    scheduler->runDue();
+    traits.subscribe([&](int v) { late.push_back(v); }).disposed(bag);
+    EXPECT_EQ(subscriptions, 1);
+    EXPECT_EQ(late, c.lateSubscriberGets);
+    subject.onError(std::make_exception_ptr(std::runtime_error("x")));
+    scheduler->runDue();
+    EXPECT_EQ(first, (std::vector<int>{1, 2, -1}));
+  }
+}
+
+TEST(RxOperatorsTest, ErrorsEndQuietlyOrBecomeResults) {
+  auto failing = rx::Observable<int>::create([](const rx::AnyObserver<int>& o) {
+    o.onNext(1);
+    o.onError(std::make_exception_ptr(std::runtime_error("lost")));
+    return rx::Disposable();
+  });
+  MainRunLoop::runUntilIdle();
+  std::vector<int> seen;
+  bool completed = false;
+  rx::DisposeBag bag;
+  asDriverIgnoringErrors(failing)
+      .drive([&](int v) { seen.push_back(v); }, [&] { completed = true; })
+      .disposed(bag);
+  std::vector<bool> results;
+  resultAsSignal(rx::Single<int>::error(std::make_exception_ptr(std::runtime_error("y"))))
+      .emit([&](const Result<int>& r) { results.push_back(r.isSuccess()); })
+      .disposed(bag);
+  resultAsDriver(rx::Single<int>::just(3))
+      .drive([&](const Result<int>& r) { results.push_back(r.isSuccess()); })
+      .disposed(bag);
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(seen, (std::vector<int>{1}));
+  EXPECT_TRUE(completed);
+  EXPECT_EQ(results, (std::vector<bool>{false, true}));
+}
+
+TEST(RxOperatorsTest, ShareForeverKeepsTheLatestForLaterDrivers) {
+  MainRunLoop::runUntilIdle();
+  int subscriptions = 0;
+  rx::PublishSubject<int> subject;
+  auto shared = shareForever(
+      rx::asDriver(subject.asObservable().doOn({.onSubscribe = [&] { ++subscriptions; }}), 0));
+  std::vector<int> first;
+  std::vector<int> second;
+  {
+    rx::DisposeBag bag;
+    shared.drive([&](int v) { first.push_back(v); }).disposed(bag);
+    shared.drive([&](int v) { second.push_back(v); }).disposed(bag);
+    subject.onNext(4);
+    MainRunLoop::runUntilIdle();
+  }
+  EXPECT_EQ(subscriptions, 1);
+  EXPECT_EQ(first, (std::vector<int>{4}));
+  EXPECT_EQ(second, (std::vector<int>{4}));
+  std::vector<int> later;
+  rx::DisposeBag bag;
+  shared.drive([&](int v) { later.push_back(v); }).disposed(bag);
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(later, (std::vector<int>{4}));  // kept after every subscriber had left
+}
+
+TEST(RxOperatorsTest, SingleShareRunsTheWorkOnceForItsSubscribers) {
+  int runs = 0;
+  auto work = rx::Single<int>::deferred([&] { return rx::Single<int>::just(++runs); });
+  auto forever = work.share(rx::SubjectLifetimeScope::forever);
+  std::vector<int> seen;
+  forever.subscribe([&](int v) { seen.push_back(v); });
+  forever.subscribe([&](int v) { seen.push_back(v); });
+  EXPECT_EQ(seen, (std::vector<int>{1, 1}));
+  EXPECT_EQ(runs, 1);
+
+  rx::PublishSubject<int> pending;
+  int subscriptions = 0;
+  auto whileConnected = pending.asObservable()
+                            .doOn({.onSubscribe = [&] { ++subscriptions; }})
+                            .take(1)
+                            .asSingle()
+                            .share();
+  std::vector<int> both;
+  whileConnected.subscribe([&](int v) { both.push_back(v); });
+  whileConnected.subscribe([&](int v) { both.push_back(v); });
+  pending.onNext(9);
+  EXPECT_EQ(both, (std::vector<int>{9, 9}));
+  EXPECT_EQ(subscriptions, 1);
+}
+
+TEST(RxOperatorsTest, StringDriverDefaults) {
+  MainRunLoop::runUntilIdle();
+  rx::PublishSubject<std::optional<std::string>> names;
+  auto driver = rx::asDriver(names.asObservable(), std::optional<std::string>());
+  std::vector<std::string> seen;
+  rx::DisposeBag bag;
+  withDefault(orEmpty(driver), "untitled")
+      .drive([&](const std::string& v) { seen.push_back(v); })
+      .disposed(bag);
+  names.onNext("a");
+  names.onNext(std::nullopt);
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(seen, (std::vector<std::string>{"a", "untitled"}));
 }
 
 TEST(RxOperatorsDeathTest, InfallibleThatFailsStopsTheProcess) {

@@ -10,6 +10,7 @@
 #include "zorlan/Rx/DisposeBag.hpp"
 #include "zorlan/Rx/Driver.hpp"
 #include "zorlan/Rx/Subjects.hpp"
+#include "zorlan/Scheduling/detail/RelayBindingReport.hpp"
 
 namespace zorlan {
 
@@ -29,16 +30,28 @@ class BehaviorReader {
   explicit BehaviorReader(rx::BehaviorRelay<T> relay)
       : state_(std::make_shared<State>(std::move(relay))) {}
 
-  // A new relay holding `initialValue`, fed by every element of `observable`.
+  // A new relay holding `initialValue`, fed by every element of `observable`
+  // for as long as the reader lives. The source's completion leaves the last
+  // value in place; its error does too and is written as the relay binding's
+  // error line.
   BehaviorReader(const rx::Observable<T>& observable, T initialValue)
       : state_(std::make_shared<State>(rx::BehaviorRelay<T>(std::move(initialValue)))) {
-    observable.bindTo(state_->relay).disposed(state_->bag);
+    rx::BehaviorRelay<T> relay = state_->relay;
+    observable
+        .subscribe(rx::AnyObserver<T>::make(
+            [relay](const T& v) { relay.accept(v); },
+            [](std::exception_ptr e) { detail::reportRelayBindingEvent("BehaviorRelay", e); },
+            [] {}))
+        .disposed(state_->bag);
   }
 
-  // A reader that never changes.
-  static BehaviorReader just(T value) { return BehaviorReader(rx::BehaviorRelay<T>(std::move(value))); }
+  // A reader over a new relay holding `value`; nothing else writes to it.
+  static BehaviorReader just(T value) {
+    return BehaviorReader(rx::BehaviorRelay<T>(std::move(value)));
+  }
 
-  // The present value.
+  // The present value. Thread-safe; one atomic load for small trivially
+  // copyable T.
   T value() const { return state_->relay.value(); }
 
   // For each subscriber: the present value at once, then every accepted
@@ -66,9 +79,7 @@ class BehaviorReader {
   }
 
   // A reader that follows this one without repeating equal consecutive values.
-  BehaviorReader distinctUntilChanged() const
-    requires std::equality_comparable<T>
-  {
+  BehaviorReader distinctUntilChanged() const requires std::equality_comparable<T> {
     return BehaviorReader(asObservable().distinctUntilChanged(), value());
   }
 

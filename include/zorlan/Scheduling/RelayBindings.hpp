@@ -11,12 +11,11 @@
 #include "zorlan/Rx/Completable.hpp"
 #include "zorlan/Rx/Single.hpp"
 #include "zorlan/Rx/Subjects.hpp"
+#include "zorlan/Scheduling/detail/RelayBindingReport.hpp"
 
 namespace zorlan {
 
 namespace detail {
-// Writes one error line of a relay binding through `Logger::shared()`.
-void reportRelayBindingEvent(std::string_view relayName, std::exception_ptr error);
 // Writes "<message> -> <suffix>" at info level through `logger`.
 void logLifecycle(Logger& logger, std::string_view sender, const std::string& message,
                   std::string_view suffix, const SourceLocation& where);
@@ -44,18 +43,15 @@ rx::AnyObserver<T> asObserver(const rx::PublishRelay<T>& relay) {
 // `message` + " -> disposing" when the subscription ends, at info level of
 // `logger`, with the caller's location. Events are forwarded unchanged.
 template <class T>
-rx::Observable<T> log(const rx::Observable<T>& source, std::string_view sender,
-                      std::string message, Logger& logger = Logger::shared(),
+rx::Observable<T> log(const rx::Observable<T>& source, std::string_view sender, std::string message,
+                      Logger& logger = Logger::shared(),
                       SourceLocation where = SourceLocation::current()) {
   std::string who(sender);
-  return source.doOn({.onSubscribe =
-                          [&logger, who, message, where] {
-                            detail::logLifecycle(logger, who, message, "subscribed", where);
-                          },
-                      .onDispose =
-                          [&logger, who, message, where] {
-                            detail::logLifecycle(logger, who, message, "disposing", where);
-                          }});
+  return source.doOn(
+      {.onSubscribe = [&logger, who, message,
+                       where] { detail::logLifecycle(logger, who, message, "subscribed", where); },
+       .onDispose = [&logger, who, message,
+                     where] { detail::logLifecycle(logger, who, message, "disposing", where); }});
 }
 template <class T>
 rx::Single<T> log(const rx::Single<T>& source, std::string_view sender, std::string message,

@@ -2,6 +2,9 @@
 // operators, keeping the element and error types its name promises.
 #pragma once
 
+#include <cstdint>
+#include <exception>
+#include <functional>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -35,11 +38,19 @@ template <class T>
 rx::Observable<std::optional<T>> asOptional(const rx::Observable<T>& source) {
   return source.map([](const T& v) { return std::optional<T>(v); });
 }
+template <class T>
+rx::Driver<std::optional<T>> asOptional(const rx::Driver<T>& source) {
+  return source.map([](const T& v) { return std::optional<T>(v); });
+}
 
 // Absent integers become 0.
 template <class I>
-  requires std::is_integral_v<I>
-rx::Observable<I> orZero(const rx::Observable<std::optional<I>>& source) {
+requires std::is_integral_v<I> rx::Observable<I> orZero(
+    const rx::Observable<std::optional<I>>& source) {
+  return source.map([](const std::optional<I>& v) { return v.value_or(I{0}); });
+}
+template <class I>
+requires std::is_integral_v<I> rx::Driver<I> orZero(const rx::Driver<std::optional<I>>& source) {
   return source.map([](const std::optional<I>& v) { return v.value_or(I{0}); });
 }
 
@@ -69,7 +80,8 @@ rx::Observable<std::pair<T, T>> withPrevious(const rx::Observable<T>& source) {
 
 // (the element before or absent, the element) for every element.
 template <class T>
-rx::Observable<std::pair<std::optional<T>, T>> withPreviousOptional(const rx::Observable<T>& source) {
+rx::Observable<std::pair<std::optional<T>, T>> withPreviousOptional(
+    const rx::Observable<T>& source) {
   using Slots = std::pair<std::optional<T>, std::optional<T>>;
   return source
       .scan(Slots(),
@@ -89,9 +101,8 @@ rx::Observable<T> previous(const rx::Observable<T>& source) {
 // `scheduler` (the timer is cut off by the source's first element); `onTimeout`
 // runs when that happens.
 template <class T>
-rx::Observable<T> afterTimeout(const rx::Observable<T>& source, rx::RxTimeInterval interval,
-                               T emit, rx::SchedulerPtr scheduler,
-                               std::function<void()> onTimeout = {}) {
+rx::Observable<T> afterTimeout(const rx::Observable<T>& source, rx::RxTimeInterval interval, T emit,
+                               rx::SchedulerPtr scheduler, std::function<void()> onTimeout = {}) {
   auto shared = source.share();
   auto timeout = rx::timer(interval, std::move(scheduler))
                      .takeUntil(shared)
@@ -127,18 +138,18 @@ rx::Observable<T> withDriverTraits(const rx::Observable<T>& source,
 }
 // Observed on `scheduler`, errors replaced by `catchHandler`'s sequence, shared with replay 1.
 template <class T>
-rx::Observable<T> withDriverTraits(const rx::Observable<T>& source,
-                                   rx::ImmediateSchedulerPtr scheduler,
-                                   std::function<rx::Observable<T>(std::exception_ptr)> catchHandler) {
+rx::Observable<T> withDriverTraits(
+    const rx::Observable<T>& source, rx::ImmediateSchedulerPtr scheduler,
+    std::type_identity_t<std::function<rx::Observable<T>(std::exception_ptr)>> catchHandler) {
   return source.observeOn(std::move(scheduler))
       .catchError(std::move(catchHandler))
       .share(1, rx::SubjectLifetimeScope::whileConnected);
 }
 // As above, shared without replay.
 template <class T>
-rx::Observable<T> withSignalTraits(const rx::Observable<T>& source,
-                                   rx::ImmediateSchedulerPtr scheduler,
-                                   std::function<rx::Observable<T>(std::exception_ptr)> catchHandler) {
+rx::Observable<T> withSignalTraits(
+    const rx::Observable<T>& source, rx::ImmediateSchedulerPtr scheduler,
+    std::type_identity_t<std::function<rx::Observable<T>(std::exception_ptr)>> catchHandler) {
   return source.observeOn(std::move(scheduler))
       .catchError(std::move(catchHandler))
       .share(0, rx::SubjectLifetimeScope::whileConnected);
@@ -194,13 +205,22 @@ inline rx::Single<Result<rx::Never>> result(const rx::Completable& source) {
             [observer](std::exception_ptr e) { observer.success(Result<rx::Never>::failure(e)); });
       });
 }
+// `result` delivered as a driver (the latest result replayed) or a signal.
 template <class T>
 rx::Driver<Result<T>> resultAsDriver(const rx::Observable<T>& source) {
   return rx::Driver<Result<T>>::fromInfallibleSource(result(source));
 }
 template <class T>
+rx::Driver<Result<T>> resultAsDriver(const rx::Single<T>& source) {
+  return resultAsDriver(source.asObservable());
+}
+template <class T>
 rx::Signal<Result<T>> resultAsSignal(const rx::Observable<T>& source) {
   return rx::Signal<Result<T>>::fromInfallibleSource(result(source));
+}
+template <class T>
+rx::Signal<Result<T>> resultAsSignal(const rx::Single<T>& source) {
+  return resultAsSignal(source.asObservable());
 }
 
 // ----- arrays -----
