@@ -1,10 +1,17 @@
 #include "zorlan/Dispatch/DispatchQueue.hpp"
 
 #include <array>
+#include <atomic>
 
 #include "Dispatch/QueueImpl.hpp"
 
 namespace zorlan {
+
+std::uint64_t detail::nextSpecificKeyId() noexcept {
+  static std::atomic<std::uint64_t> counter{0};
+  return counter.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
 namespace {
 
 using detail::QueueImpl;

@@ -117,6 +117,13 @@ TEST(DispatchQueueTest, SpecificsAreFoundThroughTargetsForTheCurrentQueueOnly) {
   DispatchQueue::global().async([&] { onGlobal.set_value(DispatchQueue::currentSpecific(key)); });
   EXPECT_EQ(onGlobal.get_future().get(), std::nullopt);
 
+  // Keys of other value types are other keys too.
+  DispatchSpecificKey<int> intKey;
+  DispatchSpecificKey<bool> boolKey;
+  root.setSpecific(intKey, 7);
+  EXPECT_EQ(root.getSpecific(boolKey), std::nullopt);
+  EXPECT_EQ(root.getSpecific(intKey), 7);
+
   child.setSpecific(key, std::string("child"));
   EXPECT_EQ(child.sync([&] { return DispatchQueue::currentSpecific(key); }), "child");
   child.removeSpecific(key);
