@@ -3,11 +3,14 @@
 namespace zorlan::queues {
 namespace {
 
-const DispatchSpecificKey<bool>& mainQueueMarker() {
-  // Created once, under the run-once guard of a function-local static.
+struct MainQueueMarker {};
+
+const DispatchSpecificKey<MainQueueMarker>& mainQueueMarker() {
+  // Created once, under the run-once guard of a function-local static, and
+  // kept for the life of the process.
   static const auto* key = [] {
-    auto* created = new DispatchSpecificKey<bool>();
-    DispatchQueue::main().setSpecific(*created, true);
+    auto* created = new DispatchSpecificKey<MainQueueMarker>();
+    DispatchQueue::main().setSpecific(*created, MainQueueMarker{});
     return created;
   }();
   return *key;

@@ -62,6 +62,39 @@ TEST_F(DispatcherTest, FailedResultArrivesAsTheError) {
   EXPECT_EQ(value, 5);
 }
 
+TEST_F(DispatcherTest, WorkThatThrowsEndsTheSequenceWithItsError) {
+  AsyncDispatcher dispatcher(DispatchQueue::main());
+  std::vector<std::string> errors;
+  auto record = [&](std::exception_ptr e) {
+    try {
+      std::rethrow_exception(e);
+    } catch (const std::exception& x) {
+      errors.emplace_back(x.what());
+    }
+  };
+  bool succeeded = false;
+  dispatcher.dispatchSingle([]() -> int { throw std::runtime_error("single"); })
+      .subscribe([&](int) { succeeded = true; }, record);
+  bool completed = false;
+  dispatcher.dispatchCompletable([] { throw std::runtime_error("completable"); })
+      .subscribe([&] { completed = true; }, record);
+  MainRunLoop::runUntilIdle();
+  EXPECT_FALSE(succeeded);
+  EXPECT_FALSE(completed);
+  EXPECT_EQ(errors, (std::vector<std::string>{"single", "completable"}));
+}
+
+TEST_F(DispatcherTest, OnASerialQueueWorkRunsInOrderAndSyncWaitsItsTurn) {
+  AsyncDispatcher dispatcher(queues::serial("test.ordered", DispatchQoS::userInitiated));
+  AsyncDispatcher copy = dispatcher;  // copies share the queue
+  EXPECT_EQ(copy.queue(), dispatcher.queue());
+  std::vector<int> order;  // guarded by the queue alone
+  for (int i = 0; i < 500; ++i) (i % 2 ? copy : dispatcher).dispatch([&, i] { order.push_back(i); });
+  std::size_t seenBySync = dispatcher.sync([&] { return order.size(); });
+  EXPECT_EQ(seenBySync, 500u);
+  for (int i = 0; i < 500; ++i) ASSERT_EQ(order[i], i);
+}
+
 TEST_F(DispatcherTest, CompletableRunsWorkThenCompletesAndIgnoresDisposal) {
   AsyncDispatcher dispatcher(DispatchQueue::main());
   std::vector<std::string> log;
@@ -111,6 +144,9 @@ TEST_F(QueuesTest, IsMainOnlyOnTheMainQueueNotMerelyTheMainThread) {
   MainRunLoop::runUntilIdle();
   EXPECT_EQ(seen, (std::vector<std::pair<std::string, bool>>{{"main", true},
                                                              {"background via sync", false}}));
+  std::promise<bool> onPool;
+  background.async([&] { onPool.set_value(queues::isMain()); });
+  EXPECT_FALSE(onPool.get_future().get());
 }
 
 TEST_F(QueuesTest, AsyncMainIfNeededRunsInlineOnlyOnTheMainQueue) {
@@ -124,6 +160,18 @@ TEST_F(QueuesTest, AsyncMainIfNeededRunsInlineOnlyOnTheMainQueue) {
   order.push_back("returned first");
   MainRunLoop::runUntilIdle();
   EXPECT_EQ(order, (std::vector<std::string>{"inline", "returned", "returned first", "deferred"}));
+
+  // From a background queue (here run on the main thread through sync).
+  order.clear();
+  DispatchQueue background = queues::serial("test.not-main", DispatchQoS::utility);
+  DispatchQueue::main().async([&] {
+    background.sync([&] {
+      queues::asyncMainIfNeeded([&] { order.push_back("deferred"); });
+      order.push_back("returned");
+    });
+  });
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(order, (std::vector<std::string>{"returned", "deferred"}));
 }
 
 TEST(SchedulersTest, HandsOutSharedAndFreshSchedulersAsDocumented) {

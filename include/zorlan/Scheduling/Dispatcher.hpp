@@ -16,21 +16,28 @@
 
 namespace zorlan {
 
+// Somewhere to run work. Implementations decide where and when; tests can
+// substitute synchronous or virtual-time ones. The sequence helpers below are
+// built only on `dispatch`, so they work for every implementation.
 class Dispatcher {
  public:
   virtual ~Dispatcher() = default;
 
   // Runs `work` later, without waiting.
   virtual void dispatch(std::function<void()> work) const = 0;
-  // Runs `item` once `deadline` has passed.
+  // Runs `item` once `deadline` has passed (unless it is cancelled first).
   virtual void dispatchAfter(DispatchTime deadline, DispatchWorkItem item) const = 0;
 
-  // Runs `work` and waits for it; returns its result or rethrows its error.
+  // Runs `work` and waits for it; returns its result or rethrows its exception.
   template <class F>
   auto sync(F&& work) const -> std::invoke_result_t<F&> {
     using R = std::invoke_result_t<F&>;
     if constexpr (std::is_void_v<R>) {
       syncErased([&] { work(); });
+    } else if constexpr (std::is_reference_v<R>) {
+      std::remove_reference_t<R>* result = nullptr;
+      syncErased([&] { result = &work(); });
+      return static_cast<R>(*result);
     } else {
       std::optional<R> result;
       syncErased([&] { result.emplace(work()); });
@@ -43,21 +50,32 @@ class Dispatcher {
     dispatchAfter(deadline, DispatchWorkItem(std::move(work)));
   }
 
-  // Each subscription dispatches one action that runs `work`, then completes.
-  // Disposing does not cancel an action already dispatched.
+  // A Completable whose every subscription dispatches one action that runs
+  // `work`, then completes (or fails with what `work` threw). Disposing the
+  // subscription does not cancel an action already dispatched; it only stops
+  // the completion from being delivered.
   rx::Completable dispatchCompletable(std::function<void()> work) const {
     auto self = retain();
     return rx::Completable::create([self, work](const rx::CompletableObserver& observer) {
       self->dispatch([work, observer] {
-        work();
+        try {
+          work();
+        } catch (...) {
+          observer.error(std::current_exception());
+          return;
+        }
         observer.completed();
       });
       return rx::Disposable();
     });
   }
 
-  // Each subscription dispatches one action that runs `work` and emits its
-  // value as the success. Nothing is shared between subscribers.
+  // A Single whose every subscription dispatches one action that runs `work`
+  // and emits its value as the success (or fails with what `work` threw).
+  // When `work` returns a `Result<T>`, the sequence is a `Single<T>`: a success
+  // result becomes the success with its value, a failure the error event.
+  // Nothing is shared or cached between subscribers: two subscriptions run
+  // `work` twice.
   template <class F>
     requires(!std::is_void_v<std::invoke_result_t<F&>>)
   auto dispatchSingle(F work) const {
@@ -98,7 +116,16 @@ class Dispatcher {
   rx::Single<R> dispatchSingleValue(F work) const {
     auto self = retain();
     return rx::Single<R>::create([self, work](const rx::SingleObserver<R>& observer) {
-      self->dispatch([work, observer]() mutable { observer.success(work()); });
+      self->dispatch([work, observer]() mutable {
+        std::optional<R> value;
+        try {
+          value.emplace(work());
+        } catch (...) {
+          observer.failure(std::current_exception());
+          return;
+        }
+        observer.success(*value);
+      });
       return rx::Disposable();
     });
   }

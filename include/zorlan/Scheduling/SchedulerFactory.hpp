@@ -18,34 +18,48 @@
 
 namespace zorlan {
 
+// Hands out the reactive core's schedulers. Every operation returns a
+// non-null scheduler and may be called from any thread.
 class SchedulerFactory {
  public:
   virtual ~SchedulerFactory() = default;
 
+  // A scheduler of the main queue made for the caller (`Schedulers`: a new
+  // `MainScheduler` on each call).
   virtual rx::ImmediateSchedulerPtr mainInstanceImmediate() const { return mainInstance(); }
   virtual rx::SchedulerPtr mainInstance() const = 0;
+  // The shared main-queue scheduler (`MainScheduler::instance()`).
   virtual rx::ImmediateSchedulerPtr mainSharedImmediate() const { return mainShared(); }
   virtual rx::SchedulerPtr mainShared() const = 0;
+  // The shared scheduler that always defers to the main queue
+  // (`MainScheduler::asyncInstance()`).
   virtual rx::ImmediateSchedulerPtr asyncSharedImmediate() const { return asyncShared(); }
   virtual rx::SchedulerPtr asyncShared() const = 0;
+  // A new serial scheduler over the global queue of `qos`, its internal
+  // serial queue named `internalSerialQueueName`, leeway zero.
   virtual rx::ImmediateSchedulerPtr serialInstanceImmediate(
       DispatchQoS qos, const std::string& internalSerialQueueName) const {
     return serialInstance(qos, internalSerialQueueName);
   }
   virtual rx::SchedulerPtr serialInstance(DispatchQoS qos,
                                           const std::string& internalSerialQueueName) const = 0;
+  // The same with the internal serial queue name
+  // "rx.global_dispatch_queue.serial".
   virtual rx::ImmediateSchedulerPtr serialInstanceImmediate(DispatchQoS qos) const {
     return serialInstance(qos);
   }
   virtual rx::SchedulerPtr serialInstance(DispatchQoS qos) const = 0;
+  // A new concurrent scheduler over `queue`, leeway zero.
   virtual rx::ImmediateSchedulerPtr concurrentInstanceImmediate(const DispatchQueue& queue) const {
     return concurrentInstance(queue);
   }
   virtual rx::SchedulerPtr concurrentInstance(const DispatchQueue& queue) const = 0;
+  // A new concurrent scheduler over the global queue of `qos`, leeway zero.
   virtual rx::ImmediateSchedulerPtr concurrentInstanceImmediate(DispatchQoS qos) const {
     return concurrentInstance(qos);
   }
   virtual rx::SchedulerPtr concurrentInstance(DispatchQoS qos) const = 0;
+  // The shared `ConcurrentMainScheduler::instance()`.
   virtual rx::ImmediateSchedulerPtr mainConcurrentSharedImmediate() const {
     return mainConcurrentShared();
   }
@@ -78,21 +92,6 @@ class Schedulers final : public SchedulerFactory {
   rx::SchedulerPtr mainConcurrentShared() const override;
   using SchedulerFactory::concurrentInstanceImmediate;
   using SchedulerFactory::serialInstanceImmediate;
-};
-
-// Gives an object its scheduler factory. The library provides no conformer.
-class SchedulerDependencies {
- public:
-  virtual ~SchedulerDependencies() = default;
-  virtual std::shared_ptr<const SchedulerFactory> schedulerFactory() const = 0;
-};
-
-// Runs work; declared for client code. The library provides no conformer and
-// never calls it.
-class Executor {
- public:
-  virtual ~Executor() = default;
-  virtual void execute(std::function<void()> work) = 0;
 };
 
 }  // namespace zorlan
