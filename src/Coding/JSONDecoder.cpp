@@ -1,14 +1,29 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 
+#include <algorithm>
+#include <boost/json/monotonic_resource.hpp>
 #include <boost/json/parser.hpp>
 #include <system_error>
 
 namespace zorlan {
 
-boost::json::value JSONDecoder::parse(std::string_view text) {
+namespace detail {
+
+boost::json::storage_ptr makeParseArena(std::size_t textSize) {
+  // A tree takes roughly twice its text; start there to allocate once or twice.
+  return boost::json::make_shared_resource<boost::json::monotonic_resource>(
+      std::max<std::size_t>(1024, textSize * 2));
+}
+
+}  // namespace detail
+
+boost::json::value JSONDecoder::parse(std::string_view text, boost::json::storage_ptr storage) {
   boost::json::parse_options options;
   options.max_depth = kMaxDepth;
-  boost::json::parser parser({}, options);
+  // Comments, trailing commas and invalid UTF-8 stay refused (the defaults).
+  unsigned char scratch[4096];
+  boost::json::parser parser({}, options, scratch, sizeof scratch);
+  parser.reset(std::move(storage));
   boost::system::error_code ec;
   parser.write(text.data(), text.size(), ec);
   if (ec) {

@@ -1,6 +1,7 @@
 #include "zorlan/Coding/JSONWriter.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <vector>
@@ -11,58 +12,68 @@
 namespace zorlan {
 namespace {
 
-void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
+// Bytes that need an escape: control characters, '"', '\\' and (unless asked
+// otherwise) '/'.
+constexpr std::array<bool, 256> escapeTable(bool slash) {
+  std::array<bool, 256> table{};
+  for (int c = 0; c < 0x20; ++c) table[c] = true;
+  table['"'] = true;
+  table['\\'] = true;
+  table['/'] = slash;
+  return table;
+}
+constexpr std::array<bool, 256> kEscapeWithSlash = escapeTable(true);
+constexpr std::array<bool, 256> kEscapeWithoutSlash = escapeTable(false);
+
+void writeEscape(unsigned char c, std::string& out) {
   static constexpr char kHex[] = "0123456789abcdef";
-  out += '"';
-  std::size_t runStart = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    auto c = static_cast<unsigned char>(text[i]);
-    const char* escape = nullptr;
-    char unicode[7];
-    switch (c) {
-      case '"':
-        escape = "\\\"";
-        break;
-      case '\\':
-        escape = "\\\\";
-        break;
-      case '\n':
-        escape = "\\n";
-        break;
-      case '\r':
-        escape = "\\r";
-        break;
-      case '\t':
-        escape = "\\t";
-        break;
-      case '\b':
-        escape = "\\b";
-        break;
-      case '\f':
-        escape = "\\f";
-        break;
-      case '/':
-        if (!options.withoutEscapingSlashes) escape = "\\/";
-        break;
-      default:
-        if (c < 0x20) {
-          unicode[0] = '\\';
-          unicode[1] = 'u';
-          unicode[2] = '0';
-          unicode[3] = '0';
-          unicode[4] = kHex[c >> 4];
-          unicode[5] = kHex[c & 15];
-          unicode[6] = '\0';
-          escape = unicode;
-        }
-    }
-    if (escape) {
-      out.append(text.data() + runStart, i - runStart);
-      out += escape;
-      runStart = i + 1;
+  switch (c) {
+    case '"':
+      out += "\\\"";
+      return;
+    case '\\':
+      out += "\\\\";
+      return;
+    case '/':
+      out += "\\/";
+      return;
+    case '\n':
+      out += "\\n";
+      return;
+    case '\r':
+      out += "\\r";
+      return;
+    case '\t':
+      out += "\\t";
+      return;
+    case '\b':
+      out += "\\b";
+      return;
+    case '\f':
+      out += "\\f";
+      return;
+    default: {
+      const char unicode[] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 15]};
+      out.append(unicode, sizeof unicode);
     }
   }
-  out.append(text.data() + runStart, text.size() - runStart);
+}
+
+void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
+  const std::array<bool, 256>& escapes =
+      options.withoutEscapingSlashes ? kEscapeWithoutSlash : kEscapeWithSlash;
+  out += '"';
+  const char* run = text.data();
+  const char* end = text.data() + text.size();
+  for (const char* p = run; p != end; ++p) {
+    auto c = static_cast<unsigned char>(*p);
+    if (escapes[c]) {
+      out.append(run, p);
+      writeEscape(c, out);
+      run = p + 1;
+    }
+  }
+  out.append(run, end);
   out += '"';
 }
 

@@ -1,6 +1,7 @@
 // JSONDecoder: values from JSON text, with strategies.
 #pragma once
 
+#include <boost/json/storage_ptr.hpp>
 #include <boost/json/value.hpp>
 #include <string_view>
 
@@ -8,6 +9,11 @@
 #include "zorlan/Platform/Data.hpp"
 
 namespace zorlan {
+
+namespace detail {
+// A reference-counted monotonic arena sized for a document of `textSize` bytes.
+boost::json::storage_ptr makeParseArena(std::size_t textSize);
+}  // namespace detail
 
 // Parses JSON text (RFC 8259; a bare number or string at the top level is
 // accepted; nesting deeper than `kMaxDepth` levels is refused) and decodes a
@@ -21,24 +27,29 @@ class JSONDecoder {
   DateDecodingStrategy dateDecodingStrategy;
   DataDecodingStrategy dataDecodingStrategy;
 
+  // Decodes a T from JSON bytes. Throws DecodingError.
   template <class T>
   T decode(const Data& data) const {
     const auto& bytes = data.bytes();
     return decode<T>(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
   }
+  // Decodes a T from JSON text. Throws DecodingError. The parsed tree lives
+  // in an arena for the duration of the call; a copy of `Decoder::json()`
+  // shares (and keeps alive) that arena.
   template <class T>
   T decode(std::string_view text) const {
-    return decodeFromJSON<T>(parse(text));
+    return decodeFromJSON<T>(parse(text, detail::makeParseArena(text.size())));
   }
-  // Decodes from a tree already parsed.
+  // Decodes a T from a tree already parsed. Throws DecodingError.
   template <class T>
   T decodeFromJSON(const boost::json::value& json) const {
     DecodingOptions options{dateDecodingStrategy, dataDecodingStrategy};
     return Coding<T>::decode(Decoder(json, options));
   }
 
-  // Parses `text` as the decoder does; throws DecodingError.dataCorrupted.
-  static boost::json::value parse(std::string_view text);
+  // Parses `text` as the decoder does into a tree allocated from `storage`
+  // (the default resource unless given). Throws DecodingError.dataCorrupted.
+  static boost::json::value parse(std::string_view text, boost::json::storage_ptr storage = {});
 };
 
 }  // namespace zorlan

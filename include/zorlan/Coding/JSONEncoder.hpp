@@ -1,6 +1,8 @@
 // JSONEncoder: values to JSON text, with formatting and strategies.
 #pragma once
 
+#include <boost/json/monotonic_resource.hpp>
+#include <boost/json/storage_ptr.hpp>
 #include <boost/json/value.hpp>
 #include <string>
 
@@ -19,18 +21,24 @@ class JSONEncoder {
   DateEncodingStrategy dateEncodingStrategy;
   DataEncodingStrategy dataEncodingStrategy;
 
+  // The value as JSON bytes (UTF-8). Throws EncodingError.
   template <class T>
   Data encode(const T& value) const {
     return Data(encodeToString(value));
   }
+  // The value as JSON text. Throws EncodingError.
   template <class T>
   std::string encodeToString(const T& value) const {
-    return writeJSON(encodeToJSON(value), outputFormatting);
+    // The tree lives only until it is written: allocate it from an arena.
+    unsigned char buffer[4096];
+    boost::json::monotonic_resource arena(buffer, sizeof buffer);
+    return writeJSON(encodeToJSON(value, &arena), outputFormatting);
   }
-  // The tree the encoder builds, before it becomes text.
+  // The tree the encoder builds, before it becomes text, allocated from
+  // `storage` (the default resource unless given). Throws EncodingError.
   template <class T>
-  boost::json::value encodeToJSON(const T& value) const {
-    boost::json::value root;
+  boost::json::value encodeToJSON(const T& value, boost::json::storage_ptr storage = {}) const {
+    boost::json::value root(std::move(storage));
     EncodingOptions options{dateEncodingStrategy, dataEncodingStrategy};
     Encoder encoder(root, options);
     Coding<T>::encode(value, encoder);

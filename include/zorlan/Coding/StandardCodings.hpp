@@ -140,13 +140,16 @@ struct Coding<std::string> {
   }
 };
 
-// A JSON value passes through unchanged.
+// A JSON value passes through unchanged (decoded as a copy on the default
+// memory resource).
 template <>
 struct Coding<boost::json::value> {
   static void encode(const boost::json::value& value, Encoder& encoder) {
     encoder.json() = boost::json::value(value, encoder.json().storage());
   }
-  static boost::json::value decode(const Decoder& decoder) { return decoder.json(); }
+  static boost::json::value decode(const Decoder& decoder) {
+    return boost::json::value(decoder.json(), boost::json::storage_ptr());
+  }
 };
 
 // Absent encodes as null; null decodes as absent.
