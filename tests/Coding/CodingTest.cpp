@@ -23,8 +23,6 @@ struct Rail {
 };
 ZORLAN_CODABLE(Rail, title, items, counts);
 
-enum class Quality { sd, hd };
-
 // A type with its own members.
 struct Celsius {
   double degrees = 0;
@@ -36,15 +34,6 @@ struct Celsius {
   }
 };
 
-}  // namespace zorlan::coding_test
-
-template <>
-struct zorlan::RawValues<zorlan::coding_test::Quality> {
-  static constexpr std::pair<zorlan::coding_test::Quality, std::string_view> values[] = {
-      {zorlan::coding_test::Quality::sd, "sd"}, {zorlan::coding_test::Quality::hd, "hd"}};
-};
-
-namespace zorlan::coding_test {
 namespace {
 
 template <class T>
@@ -107,55 +96,6 @@ TEST(CodingTest, EachDecodingErrorKindWhereItArises) {
   auto notObject = decodingError<Artwork>("[1]");
   EXPECT_EQ(notObject.kind(), DecodingError::Kind::typeMismatch);
   EXPECT_TRUE(notObject.context().codingPath.empty());
-
-  auto badRaw = decodingError<Quality>(R"("4k")");
-  EXPECT_EQ(badRaw.kind(), DecodingError::Kind::dataCorrupted);
-}
-
-TEST(CodingTest, IntegerAndBooleanRules) {
-  struct Case {
-    const char* json;
-    bool ok;
-    DecodingError::Kind kind;
-  };
-  using K = DecodingError::Kind;
-  const Case intCases[] = {
-      {"1", true, K::typeMismatch},       {"1.0", true, K::typeMismatch},
-      {"-0", true, K::typeMismatch},      {"1.5", false, K::dataCorrupted},
-      {"true", false, K::typeMismatch},   {"\"1\"", false, K::typeMismatch},
-      {"1e300", false, K::dataCorrupted},
-  };
-  for (const Case& c : intCases) {
-    if (c.ok) {
-      EXPECT_NO_THROW(JSONDecoder().decode<int>(c.json)) << c.json;
-    } else {
-      EXPECT_EQ(decodingError<int>(c.json).kind(), c.kind) << c.json;
-    }
-  }
-  EXPECT_EQ(decodingError<std::uint8_t>("256").context().debugDescription,
-            "Parsed JSON number <256> does not fit in UInt8.");
-  EXPECT_EQ(decodingError<int>("1.5").context().debugDescription,
-            "Parsed JSON number <1.5> does not fit in Int32.");
-  EXPECT_EQ(JSONDecoder().decode<std::int64_t>("9223372036854775807"),
-            std::numeric_limits<std::int64_t>::max());
-  EXPECT_EQ(decodingError<std::int64_t>("9223372036854775808").kind(), K::dataCorrupted);
-  EXPECT_EQ(decodingError<bool>("1").kind(), K::typeMismatch);
-  EXPECT_EQ(decodingError<bool>("0").kind(), K::typeMismatch);
-  EXPECT_EQ(decodingError<double>("false").kind(), K::typeMismatch);
-  EXPECT_EQ(JSONDecoder().decode<double>("3"), 3.0);
-}
-
-TEST(CodingTest, NonFiniteNumbersAreRefusedWithThePath) {
-  std::vector<double> values{1.0, std::nan("")};
-  try {
-    JSONEncoder().encodeToString(values);
-    FAIL() << "expected an encoding error";
-  } catch (const EncodingError& error) {
-    EXPECT_EQ(codingPathString(error.context().codingPath), "1");
-    EXPECT_EQ(error.errorCode(), 4866);
-  }
-  EXPECT_THROW(JSONEncoder().encodeToString(std::numeric_limits<double>::infinity()),
-               EncodingError);
 }
 
 TEST(CodingTest, DateAndDataStrategiesRoundTrip) {
@@ -190,10 +130,7 @@ TEST(CodingTest, DateAndDataStrategiesRoundTrip) {
   EXPECT_EQ(decodingError<Data>(R"("AAE")").kind(), DecodingError::Kind::dataCorrupted);
 }
 
-TEST(CodingTest, EnumsMembersAndCollections) {
-  EXPECT_EQ(JSONEncoder().encodeToString(std::vector<Quality>{Quality::hd, Quality::sd}),
-            R"(["hd","sd"])");
-  EXPECT_EQ(JSONDecoder().decode<Quality>(R"("hd")"), Quality::hd);
+TEST(CodingTest, MembersAndCollections) {
   EXPECT_EQ(JSONEncoder().encodeToString(Celsius{21.5}), R"("21.500000C")");
   EXPECT_EQ(JSONDecoder().decode<Celsius>(R"("3C")").degrees, 3.0);
   EXPECT_EQ(JSONDecoder().decode<std::set<int>>("[3,1,3]"), (std::set<int>{1, 3}));
