@@ -78,9 +78,9 @@ std::vector<CodingKey> KeyedDecodingContainer::allKeys() const {
   return keys;
 }
 
-const boost::json::value& KeyedDecodingContainer::member(std::string_view key) const {
-  const boost::json::value* v = object_->if_contains(key);
-  if (!v) {
+const boost::json::key_value_pair& KeyedDecodingContainer::entry(std::string_view key) const {
+  auto it = object_->find(key);
+  if (it == object_->end()) {
     std::string k(key);
     throw DecodingError::keyNotFound(
         CodingKey::named(k), {codingPath(),
@@ -88,13 +88,14 @@ const boost::json::value& KeyedDecodingContainer::member(std::string_view key) c
                                   "\", intValue: nil) (\"" + k + "\").",
                               nullptr});
   }
-  return *v;
+  return *it;
 }
 
 Decoder KeyedDecodingContainer::superDecoder(std::string_view key) const {
   static const boost::json::value kNull;
-  const boost::json::value* v = object_->if_contains(key);
-  return Decoder(v ? *v : kNull, *options_, node_.child(key));
+  auto it = object_->find(key);
+  if (it == object_->end()) return Decoder(kNull, *options_, node_.child(key));
+  return Decoder(it->value(), *options_, node_.child(it->key()));
 }
 
 KeyedDecodingContainer KeyedDecodingContainer::nestedContainer(std::string_view key) const {

@@ -32,16 +32,18 @@ void Encoder::throwInvalidValue(std::string value, std::string description) cons
 
 KeyedEncodingContainer KeyedEncodingContainer::nestedContainer(std::string_view key) {
   checkDepth(node_.child(key));
-  boost::json::value& slot = (*object_)[key];
+  auto it = object_->emplace(key, nullptr).first;
+  boost::json::value& slot = it->value();
   if (!slot.is_object()) slot = boost::json::object(slot.storage());
-  return KeyedEncodingContainer(slot.get_object(), *options_, node_.child(key));
+  return KeyedEncodingContainer(slot.get_object(), *options_, node_.child(it->key()));
 }
 
 UnkeyedEncodingContainer KeyedEncodingContainer::nestedUnkeyedContainer(std::string_view key) {
   checkDepth(node_.child(key));
-  boost::json::value& slot = (*object_)[key];
+  auto it = object_->emplace(key, nullptr).first;
+  boost::json::value& slot = it->value();
   if (!slot.is_array()) slot = boost::json::array(slot.storage());
-  return UnkeyedEncodingContainer(slot.get_array(), *options_, node_.child(key));
+  return UnkeyedEncodingContainer(slot.get_array(), *options_, node_.child(it->key()));
 }
 
 }  // namespace zorlan

@@ -1,6 +1,8 @@
 // Hand-written codings through keyed, unkeyed and single-value containers.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 
@@ -175,6 +177,31 @@ TEST(Containers, TreesInAndOut) {
   auto passed = JSONDecoder().decode<std::map<std::string, boost::json::value>>(
       R"({"any":{"x":[1,"a",null]}})");
   EXPECT_EQ(JSONEncoder().encodeToString(passed), R"({"any":{"x":[1,"a",null]}})");
+}
+
+TEST(Containers, PathsOutliveTheKeysCallersPass) {
+  // Keys built on the fly: errors raised later still name them.
+  boost::json::value doc = JSONDecoder::parse(R"({"item-7":{"n":"x"}})");
+  DecodingOptions options;
+  KeyedDecodingContainer c = Decoder(doc, options).container();
+  KeyedDecodingContainer nested = c.nestedContainer(std::string("item-") + std::to_string(7));
+  try {
+    nested.decode<int>(std::string("n"));
+    ADD_FAILURE();
+  } catch (const DecodingError& error) {
+    EXPECT_EQ(codingPathString(error.context().codingPath), "item-7.n");
+  }
+  boost::json::value out;
+  EncodingOptions encodingOptions;
+  Encoder encoder(out, encodingOptions);
+  KeyedEncodingContainer root = encoder.container();
+  KeyedEncodingContainer inner = root.nestedContainer(std::string("k") + "ey");
+  try {
+    inner.encode(std::nan(""), "x");
+    ADD_FAILURE();
+  } catch (const EncodingError& error) {
+    EXPECT_EQ(codingPathString(error.context().codingPath), "key.x");
+  }
 }
 
 }  // namespace

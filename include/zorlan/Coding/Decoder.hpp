@@ -110,7 +110,7 @@ class KeyedDecodingContainer {
   bool contains(std::string_view key) const { return object_->contains(key); }
 
   // Throws keyNotFound when the key is missing; true when its value is null.
-  bool decodeNil(std::string_view key) const { return member(key).is_null(); }
+  bool decodeNil(std::string_view key) const { return entry(key).value().is_null(); }
   // Throws keyNotFound when missing, valueNotFound when null (unless T
   // accepts null), or T's own errors.
   template <class T>
@@ -120,22 +120,25 @@ class KeyedDecodingContainer {
   // Absent when the key is missing or its value is null.
   template <class T>
   std::optional<T> decodeIfPresent(std::string_view key) const {
-    const boost::json::value* v = object_->if_contains(key);
-    if (!v || v->is_null()) return std::nullopt;
-    return Coding<T>::decode(Decoder(*v, *options_, node_.child(key)));
+    auto it = object_->find(key);
+    if (it == object_->end() || it->value().is_null()) return std::nullopt;
+    return Coding<T>::decode(Decoder(it->value(), *options_, node_.child(it->key())));
   }
   // A decoder positioned at the member (throws keyNotFound when missing).
   Decoder decoderFor(std::string_view key) const {
-    return Decoder(member(key), *options_, node_.child(key));
+    const boost::json::key_value_pair& kv = entry(key);
+    // Paths refer to the tree's own copy of the key, which outlives `key`.
+    return Decoder(kv.value(), *options_, node_.child(kv.key()));
   }
-  // A decoder for the member, or for null when the key is missing.
+  // A decoder for the member, or for null when the key is missing (then its
+  // path refers to `key`, which must outlive the decoder).
   Decoder superDecoder(std::string_view key) const;
   KeyedDecodingContainer nestedContainer(std::string_view key) const;
   UnkeyedDecodingContainer nestedUnkeyedContainer(std::string_view key) const;
   const detail::PathNode& node() const noexcept { return node_; }
 
  private:
-  const boost::json::value& member(std::string_view key) const;
+  const boost::json::key_value_pair& entry(std::string_view key) const;
   const boost::json::object* object_;
   const DecodingOptions* options_;
   detail::PathNode node_;

@@ -77,7 +77,9 @@ class KeyedEncodingContainer {
   void encodeNil(std::string_view key) { (*object_)[key] = nullptr; }
   // An encoder for the member `key` (written as null until encoded).
   Encoder superEncoder(std::string_view key) {
-    return Encoder((*object_)[key], *options_, node_.child(key));
+    // Paths refer to the tree's own copy of the key, which outlives `key`.
+    auto it = object_->emplace(key, nullptr).first;
+    return Encoder(it->value(), *options_, node_.child(it->key()));
   }
   KeyedEncodingContainer nestedContainer(std::string_view key);
   UnkeyedEncodingContainer nestedUnkeyedContainer(std::string_view key);
