@@ -68,9 +68,15 @@ void Coding<Date>::encode(const Date& value, Encoder& encoder) {
     case DateEncodingStrategy::Kind::millisecondsSince1970:
       Coding<double>::encode(value.timeIntervalSince1970() * 1000.0, encoder);
       return;
-    case DateEncodingStrategy::Kind::iso8601:
-      Coding<std::string>::encode(iso8601::format(value), encoder);
+    case DateEncodingStrategy::Kind::iso8601: {
+      std::string text = iso8601::format(value);
+      if (text.empty()) {
+        encoder.throwInvalidValue(std::to_string(value.timeIntervalSinceReferenceDate()),
+                                  "Date is not representable as ISO 8601 text.");
+      }
+      Coding<std::string>::encode(text, encoder);
       return;
+    }
     case DateEncodingStrategy::Kind::custom:
       strategy.custom(value, encoder);
       return;

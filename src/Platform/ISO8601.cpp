@@ -50,9 +50,13 @@ unsigned daysInMonth(int year, int month) {
 
 std::string format(Date date, bool fractionalSeconds) {
   double since1970 = date.timeIntervalSince1970();
+  // Years 0000 to 9999 only: four-digit years, and no overflow below.
+  if (!(since1970 >= -62167219200.0 && since1970 < 253402300799.9995)) return {};
   double wholeSeconds = std::floor(since1970);
   int millis = static_cast<int>(std::llround((since1970 - wholeSeconds) * 1000.0));
-  if (millis == 1000) {
+  if (!fractionalSeconds) {
+    millis = 0;
+  } else if (millis == 1000) {
     wholeSeconds += 1;
     millis = 0;
   }
@@ -80,9 +84,9 @@ std::string format(Date date, bool fractionalSeconds) {
 std::optional<Date> parse(std::string_view text, bool fractionalSeconds) {
   int year, month, day, hour, minute, second;
   if (!digits(text, 0, 4, year) || text.size() < 19 || text[4] != '-' ||
-      !digits(text, 5, 2, month) || text[7] != '-' || !digits(text, 8, 2, day) ||
-      text[10] != 'T' || !digits(text, 11, 2, hour) || text[13] != ':' ||
-      !digits(text, 14, 2, minute) || text[16] != ':' || !digits(text, 17, 2, second)) {
+      !digits(text, 5, 2, month) || text[7] != '-' || !digits(text, 8, 2, day) || text[10] != 'T' ||
+      !digits(text, 11, 2, hour) || text[13] != ':' || !digits(text, 14, 2, minute) ||
+      text[16] != ':' || !digits(text, 17, 2, second)) {
     return std::nullopt;
   }
   if (month < 1 || month > 12 || day < 1 || static_cast<unsigned>(day) > daysInMonth(year, month) ||
@@ -119,9 +123,9 @@ std::optional<Date> parse(std::string_view text, bool fractionalSeconds) {
   }
   if (at != text.size()) return std::nullopt;
   std::int64_t days = daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
-  double since1970 = static_cast<double>(days * 86400 + hour * 3600 + minute * 60 + second -
-                                         offsetSeconds) +
-                     fraction;
+  double since1970 =
+      static_cast<double>(days * 86400 + hour * 3600 + minute * 60 + second - offsetSeconds) +
+      fraction;
   return Date::fromTimeIntervalSince1970(since1970);
 }
 

@@ -184,6 +184,10 @@ TEST(CodingTest, CustomStrategiesAndURLs) {
     EXPECT_EQ(codingPathString(e.context().codingPath), "1");
   }
   EXPECT_EQ(decodingError<Date>(R"("0")").kind(), DecodingError::Kind::typeMismatch);
+  JSONEncoder isoEncoder;
+  isoEncoder.dateEncodingStrategy = DateEncodingStrategy::of(DateEncodingStrategy::Kind::iso8601);
+  EXPECT_THROW(isoEncoder.encode(Date(std::nan(""))), EncodingError);
+  EXPECT_THROW(JSONEncoder().encode(Date(HUGE_VAL)), EncodingError);
 
   URL url = *URL::fromString("https://a/b?c=d");
   EXPECT_EQ(JSONEncoder().encodeToString(url), R"("https:\/\/a\/b?c=d")");

@@ -55,11 +55,21 @@ TEST(ISO8601, Formats) {
       {951782400.0, "2000-02-29T00:00:00Z", "2000-02-29T00:00:00.000Z"},
       {-1.5, "1969-12-31T23:59:58Z", "1969-12-31T23:59:58.500Z"},
       {253402300799.0, "9999-12-31T23:59:59Z", "9999-12-31T23:59:59.000Z"},
+      {0.9996, "1970-01-01T00:00:00Z", "1970-01-01T00:00:01.000Z"},
+      {-62167219200.0, "0000-01-01T00:00:00Z", "0000-01-01T00:00:00.000Z"},
   };
   for (const Case& c : cases) {
     Date date = Date::fromTimeIntervalSince1970(c.since1970);
     EXPECT_EQ(iso8601::format(date), c.plain);
     EXPECT_EQ(iso8601::format(date, true), c.fractional);
+  }
+}
+
+TEST(ISO8601, DatesWithoutAFourDigitYearFormatAsEmpty) {
+  for (double since1970 :
+       {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, 253402300800.0, -62167219201.0}) {
+    EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970)), "") << since1970;
+    EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970), true), "");
   }
 }
 
