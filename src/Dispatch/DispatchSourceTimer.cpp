@@ -10,16 +10,16 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
   explicit State(DispatchQueue q) : queue(std::move(q)) {}
 
   // Arms the next firing; `generation` ties it to the current schedule.
-  void arm(DispatchTime deadline, std::uint64_t forGeneration) {
+  void arm(DispatchTime at, std::uint64_t forGeneration) {
     std::weak_ptr<State> weak = weak_from_this();
-    queue.asyncAfter(deadline, [weak, deadline, forGeneration] {
-      if (auto self = weak.lock()) self->fire(deadline, forGeneration);
+    queue.asyncAfter(at, [weak, at, forGeneration] {
+      if (auto self = weak.lock()) self->fire(at, forGeneration);
     });
   }
 
   // Runs the handler, then arms the next firing, so that one timer's
   // firings never overlap, even on a concurrent queue.
-  void fire(DispatchTime deadline, std::uint64_t forGeneration) {
+  void fire(DispatchTime firedAt, std::uint64_t forGeneration) {
     std::function<void()> toRun;
     {
       std::lock_guard lock(mutex);
@@ -29,7 +29,7 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
     if (toRun) toRun();
     std::lock_guard lock(mutex);
     if (cancelled || forGeneration != generation || interval.isNever()) return;
-    arm(nextDeadline(deadline), generation);
+    arm(nextDeadline(firedAt), generation);
   }
 
   // The first deadline after `fired` that is still ahead of the clock:

@@ -122,11 +122,9 @@ class DispatchQueue {
     return a.impl_ == b.impl_;
   }
 
-  const std::shared_ptr<detail::QueueImpl>& impl() const noexcept { return impl_; }
+ private:
   explicit DispatchQueue(std::shared_ptr<detail::QueueImpl> impl) noexcept
       : impl_(std::move(impl)) {}
-
- private:
   template <class F>
   static void callVoid(void* f) {
     (*static_cast<std::remove_reference_t<F>*>(f))();
