@@ -59,21 +59,53 @@ void writeEscape(unsigned char c, std::string& out) {
   }
 }
 
+// The length of the UTF-8 sequence starting at `p` (before `end`), or 0 when
+// it is not well-formed (overlong forms, surrogates and values past U+10FFFF
+// included).
+std::size_t utf8SequenceLength(const unsigned char* p, const unsigned char* end) {
+  auto continuation = [&](std::size_t i, unsigned char low = 0x80, unsigned char high = 0xBF) {
+    return p + i < end && p[i] >= low && p[i] <= high;
+  };
+  unsigned char c = p[0];
+  if (c >= 0xC2 && c <= 0xDF) return continuation(1) ? 2 : 0;
+  if (c == 0xE0) return continuation(1, 0xA0) && continuation(2) ? 3 : 0;
+  if ((c >= 0xE1 && c <= 0xEC) || c == 0xEE || c == 0xEF) {
+    return continuation(1) && continuation(2) ? 3 : 0;
+  }
+  if (c == 0xED) return continuation(1, 0x80, 0x9F) && continuation(2) ? 3 : 0;
+  if (c == 0xF0) return continuation(1, 0x90) && continuation(2) && continuation(3) ? 4 : 0;
+  if (c >= 0xF1 && c <= 0xF3) {
+    return continuation(1) && continuation(2) && continuation(3) ? 4 : 0;
+  }
+  if (c == 0xF4) return continuation(1, 0x80, 0x8F) && continuation(2) && continuation(3) ? 4 : 0;
+  return 0;
+}
+
 void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
   const std::array<bool, 256>& escapes =
       options.withoutEscapingSlashes ? kEscapeWithoutSlash : kEscapeWithSlash;
   out += '"';
-  const char* run = text.data();
-  const char* end = text.data() + text.size();
-  for (const char* p = run; p != end; ++p) {
-    auto c = static_cast<unsigned char>(*p);
-    if (escapes[c]) {
-      out.append(run, p);
+  const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* end = begin + text.size();
+  const auto* run = begin;
+  for (const auto* p = begin; p != end;) {
+    unsigned char c = *p;
+    if (c >= 0x80) {
+      std::size_t length = utf8SequenceLength(p, end);
+      if (length == 0) {
+        throw EncodingError::invalidValue("String",
+                                          {{}, "The string is not valid UTF-8.", nullptr});
+      }
+      p += length;
+    } else if (escapes[c]) {
+      out.append(reinterpret_cast<const char*>(run), reinterpret_cast<const char*>(p));
       writeEscape(c, out);
-      run = p + 1;
+      run = ++p;
+    } else {
+      ++p;
     }
   }
-  out.append(run, end);
+  out.append(reinterpret_cast<const char*>(run), reinterpret_cast<const char*>(end));
   out += '"';
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+#include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
 
@@ -72,6 +73,22 @@ TEST(JSONWriter, StringEscapes) {
   }
   // Keys are escaped the same way.
   EXPECT_EQ(writeJSON(boost::json::object{{"a/b", 1}}), R"({"a\/b":1})");
+}
+
+TEST(JSONWriter, RefusesTextThatIsNotUTF8) {
+  // The decoder refuses the same byte sequences, so nothing written is unreadable.
+  for (const char* bad : {"\xff", "a\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80",
+                          "\xe0\x80\xaf", "\x80", "\xf0\x9f\x98"}) {
+    EXPECT_THROW(writeJSON(boost::json::string(bad)), EncodingError) << bad;
+    EXPECT_THROW(writeJSON(boost::json::object{{bad, 1}}), EncodingError) << bad;
+    EXPECT_THROW(JSONDecoder::parse(std::string("\"") + bad + "\""), DecodingError) << bad;
+  }
+  for (const char* good : {"\xc2\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xf4\x8f\xbf\xbf",
+                           "\xf0\x90\x80\x80", "\xe0\xa0\x80"}) {
+    std::string text = writeJSON(boost::json::string(good));
+    EXPECT_EQ(JSONDecoder().decode<std::string>(text), good);
+  }
+  EXPECT_THROW(JSONEncoder().encode(std::vector<std::string>{"ok", "\xff"}), EncodingError);
 }
 
 TEST(JSONWriter, PrettyPrintingAndSortedKeys) {

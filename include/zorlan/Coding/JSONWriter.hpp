@@ -18,7 +18,8 @@ struct JSONWritingOptions {
 };
 
 // Writes `value` as JSON text. Non-finite numbers cannot occur in a tree the
-// encoder built; any that do are written as null. Throws
+// encoder built; any that do are written as null. Strings and keys must be
+// UTF-8: others throw EncodingError.invalidValue. Throws
 // EncodingError.invalidValue for objects and arrays nested deeper than
 // kMaxCodingDepth (the decoder could not read them back). Thread-safe.
 std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options = {});
