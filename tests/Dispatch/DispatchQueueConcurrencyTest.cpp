@@ -104,5 +104,27 @@ TEST(DispatchQueueConcurrencyTest, SyncFromEveryPoolThreadDoesNotStarveTheQueue)
   EXPECT_EQ(order.front(), 0);  // the earlier async still ran first
 }
 
+
+TEST(DispatchQueueConcurrencyTest, ChildAndTargetWorkNeverOverlapAcrossThreads) {
+  DispatchQueue root("com.zorlan.test.shared-root");
+  DispatchQueue left("com.zorlan.test.left", DispatchQoS::utility, root);
+  DispatchQueue right("com.zorlan.test.right", DispatchQoS::utility, root);
+  long counter = 0;  // unprotected: the shared target is the only guard
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&, t] {
+      const DispatchQueue& mine = t == 0 ? left : t == 1 ? right : root;
+      for (int i = 0; i < 300; ++i) {
+        mine.async([&] { ++counter; });
+        if (i % 3 == 0) mine.sync([&] { ++counter; });
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  left.sync([] {});
+  right.sync([] {});
+  EXPECT_EQ(root.sync([&] { return counter; }), 3 * (300 + 100));
+}
+
 }  // namespace
 }  // namespace zorlan
