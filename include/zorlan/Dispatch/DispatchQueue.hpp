@@ -28,7 +28,8 @@ class QueueImpl;
 // - The main queue (`main()`): serial; its work runs only while the host runs
 //   it through `MainRunLoop` on a thread of its choosing, "the main thread".
 // - Global concurrent queues (`global(qos)`): work runs in parallel on one
-//   shared, lazily started thread pool.
+//   shared thread pool (as many threads as the hardware runs at once, at
+//   least 2), started on first use and kept until the process exits.
 // - Serial queues (the constructor): first in, first out, one item at a time,
 //   on the pool (or serialised with a serial target's work).
 //
@@ -40,9 +41,10 @@ class DispatchQueue {
   explicit DispatchQueue(std::string label, DispatchQoS qos = DispatchQoS::unspecified,
                          std::optional<DispatchQueue> target = std::nullopt);
 
-  // The main queue.
+  // The main queue (always the same queue).
   static DispatchQueue main();
-  // The global concurrent queue of a quality-of-service class.
+  // The global concurrent queue of a quality-of-service class (always the
+  // same queue per class; `unspecified` gives the `standard` one).
   static DispatchQueue global(DispatchQoS qos = DispatchQoS::standard);
 
   const std::string& label() const noexcept;
@@ -63,7 +65,9 @@ class DispatchQueue {
   // targets) running meanwhile, and returns its result or rethrows its
   // exception. On an idle serial queue the work starts at once; on a busy one
   // the caller may run the queue's earlier items itself when no pool thread
-  // has started on them yet. On a global queue the work simply runs.
+  // has started on them yet, so pool threads that all wait in `sync` cannot
+  // starve the queue (queues whose target is another serial queue still wait
+  // for a pool thread to reach them). On a global queue the work simply runs.
   // Stops the process (precondition) when the caller is itself running work
   // of this queue or of a queue it targets: that would deadlock. Waits for
   // the host when called on the main queue from another thread.
