@@ -49,12 +49,22 @@ TEST(OperatorConcurrencyTest, CombiningOperatorsNeverOverlapDeliveries) {
           c.combine(left.asObservable(), right.asObservable())
               .subscribe(AnyObserver<int>::make(
                   [&](int) { enter(); }, [&](std::exception_ptr) { enter(); }, [&] { enter(); }));
-      left.accept(0);
+      // The left thread keeps sending while the right one sends its 200,
+      // so the right one's events (the last one may end the sequence) arrive
+      // while left elements are being delivered.
+      std::atomic<int> sentLeft{0};
+      std::atomic<bool> rightDone{false};
       std::thread a([&] {
-        for (int i = 1; i <= 200; ++i) left.accept(i);
+        for (int i = 0; !rightDone.load() && i < 1000000; ++i) {
+          left.accept(i);
+          sentLeft.store(i + 1);
+        }
       });
       std::thread b([&] {
+        while (sentLeft.load() < 100 && !rightDone.load()) {
+        }
         for (int i = 1; i <= 200; ++i) right.accept(i == 200 ? -1 : i);
+        rightDone.store(true);
       });
       a.join();
       b.join();

@@ -5,6 +5,7 @@
 
 #include "zorlan/Rx/CompositeDisposable.hpp"
 #include "zorlan/Rx/SerialDisposable.hpp"
+#include "zorlan/Rx/TestableObservable.hpp"
 #include "zorlan/Rx/VirtualTimeScheduler.hpp"
 
 namespace zorlan::rx {
@@ -88,25 +89,26 @@ TEST(VirtualTimeSchedulerTest, DisposingAnActionThatRanDisposesWhatItReturned) {
   EXPECT_TRUE(released);
 }
 
-TEST(VirtualTimeSchedulerTest, RecordingObserverStampsVirtualTimes) {
+TEST(TestableObservableTest, HotPlaysOnTheClockColdPlaysPerSubscription) {
   auto scheduler = TestScheduler::make();
-  auto observer = scheduler->createObserver<int>();
-  AnyObserver<int> sink = observer.asObserver();
-  scheduler->scheduleRelative(1s, [&] {
-    sink.onNext(1);
-    return Disposable();
-  });
-  scheduler->scheduleRelative(3s, [&] {
-    sink.onCompleted();
+  auto hot = hotObservable<int>(
+      scheduler, {recordedNext(1s, 1), recordedNext(3s, 3), recordedCompleted<int>(4s)});
+  auto cold = coldObservable<int>(scheduler, {recordedNext(1s, 10), recordedCompleted<int>(2s)});
+  auto hotObserver = scheduler->createObserver<int>();
+  auto coldObserver = scheduler->createObserver<int>();
+  std::vector<Disposable> subscriptions;
+  scheduler->scheduleRelative(2s, [&] {
+    subscriptions.push_back(hot.subscribe(hotObserver.asObserver()));  // misses 1
+    subscriptions.push_back(cold.subscribe(coldObserver.asObserver()));
     return Disposable();
   });
   scheduler->start();
-  ASSERT_EQ(observer.events().size(), 2u);
-  EXPECT_EQ(observer.events()[0].time, TestScheduler::at(1s));
-  EXPECT_EQ(observer.events()[1].time, TestScheduler::at(3s));
-  EXPECT_EQ(observer.elements(), (std::vector<int>{1}));
-  EXPECT_TRUE(observer.completed());
-  EXPECT_FALSE(observer.failed());
+  EXPECT_EQ(hotObserver.elements(), (std::vector<int>{3}));
+  EXPECT_EQ(hotObserver.events().back().time, TestScheduler::at(4s));
+  EXPECT_EQ(coldObserver.elements(), (std::vector<int>{10}));
+  EXPECT_EQ(coldObserver.events()[0].time, TestScheduler::at(3s));  // 1 s after subscribing
+  EXPECT_EQ(coldObserver.events()[1].time, TestScheduler::at(4s));
+  EXPECT_TRUE(coldObserver.completed());
 }
 
 TEST(GroupDisposableTest, LateAdditionsAreDisposedAtOnce) {

@@ -314,21 +314,6 @@ TEST(RxOperatorsTest, SingleShareRunsTheWorkOnceForItsSubscribers) {
   EXPECT_EQ(subscriptions, 1);
 }
 
-TEST(RxOperatorsTest, StringDriverDefaults) {
-  MainRunLoop::runUntilIdle();
-  rx::PublishSubject<std::optional<std::string>> names;
-  auto driver = rx::asDriver(names.asObservable(), std::optional<std::string>());
-  std::vector<std::string> seen;
-  rx::DisposeBag bag;
-  withDefault(orEmpty(driver), "untitled")
-      .drive([&](const std::string& v) { seen.push_back(v); })
-      .disposed(bag);
-  names.onNext("a");
-  names.onNext(std::nullopt);
-  MainRunLoop::runUntilIdle();
-  EXPECT_EQ(seen, (std::vector<std::string>{"a", "untitled"}));
-}
-
 TEST(RxOperatorsDeathTest, InfallibleThatFailsStopsTheProcess) {
   EXPECT_DEATH(
       {

@@ -24,13 +24,17 @@ class CompletableObserver {
   AnyObserver<Never> observer_;
 };
 
+// A cold sequence that only completes or fails. Values are cheap to copy;
+// each subscription runs anew.
 class Completable {
  public:
+  // `subscribe` reports through the `CompletableObserver`; later reports are
+  // dropped.
   static Completable create(std::function<Disposable(const CompletableObserver&)> subscribe) {
-    return Completable(Observable<Never>::create([subscribe](const AnyObserver<Never>& o) {
-      return subscribe(CompletableObserver(o));
-    }));
+    return Completable(Observable<Never>::create(
+        [subscribe](const AnyObserver<Never>& o) { return subscribe(CompletableObserver(o)); }));
   }
+  // Completes at once / fails at once with `error`.
   static Completable empty() { return Completable(Observable<Never>::empty()); }
   static Completable error(std::exception_ptr error) {
     return Completable(Observable<Never>::error(error));
@@ -40,11 +44,11 @@ class Completable {
   Disposable subscribe(std::function<void()> onCompleted,
                        std::function<void(std::exception_ptr)> onError = {},
                        std::function<void()> onDisposed = {}) const {
-    return source_.subscribe({}, std::move(onError), std::move(onCompleted),
-                             std::move(onDisposed));
+    return source_.subscribe({}, std::move(onError), std::move(onCompleted), std::move(onDisposed));
   }
   const Observable<Never>& asObservable() const noexcept { return source_; }
 
+  // As the `Observable` operators of the same names.
   Completable doOn(DoHandlers<Never> handlers) const {
     return Completable(source_.doOn(std::move(handlers)));
   }
@@ -52,8 +56,8 @@ class Completable {
     return Completable(source_.observeOn(std::move(scheduler)));
   }
   Completable catchError(std::function<Completable(std::exception_ptr)> handler) const {
-    return Completable(source_.catchError(
-        [handler](std::exception_ptr e) { return handler(e).asObservable(); }));
+    return Completable(
+        source_.catchError([handler](std::exception_ptr e) { return handler(e).asObservable(); }));
   }
 
   // Wraps an observable known to emit no elements.

@@ -26,8 +26,9 @@ struct Event {
   std::exception_ptr error;
 };
 
-// What every observer implements. Calls to one observer are never
-// concurrent: sequences deliver events one at a time.
+// What every observer implements. Operators deliver events to one observer
+// one at a time; only elements sent into one subject or relay from several
+// threads at once reach its observers concurrently (and in no set order).
 template <class T>
 class ObserverBase {
  public:
@@ -65,18 +66,16 @@ class AnyObserver {
   explicit AnyObserver(std::shared_ptr<ObserverBase<T>> impl) noexcept : impl_(std::move(impl)) {}
   // An observer that hands every event to `handler`.
   explicit AnyObserver(std::function<void(const Event<T>&)> handler)
-      : impl_(make(
-                  [handler](const T& v) { handler(Event<T>::next(v)); },
-                  [handler](std::exception_ptr e) { handler(Event<T>::failed(e)); },
-                  [handler] { handler(Event<T>::completed()); })
+      : impl_(make([handler](const T& v) { handler(Event<T>::next(v)); },
+                   [handler](std::exception_ptr e) { handler(Event<T>::failed(e)); },
+                   [handler] { handler(Event<T>::completed()); })
                   .impl_) {}
 
   // An observer from three callables (each may be a no-op).
   template <class OnNext, class OnError, class OnCompleted>
   static AnyObserver make(OnNext onNext, OnError onError, OnCompleted onCompleted) {
-    return AnyObserver(
-        std::make_shared<detail::LambdaObserver<T, OnNext, OnError, OnCompleted>>(
-            std::move(onNext), std::move(onError), std::move(onCompleted)));
+    return AnyObserver(std::make_shared<detail::LambdaObserver<T, OnNext, OnError, OnCompleted>>(
+        std::move(onNext), std::move(onError), std::move(onCompleted)));
   }
 
   void onNext(const T& element) const {
@@ -90,9 +89,15 @@ class AnyObserver {
   }
   void on(const Event<T>& event) const {
     switch (event.kind) {
-      case Event<T>::Kind::next: onNext(*event.element); break;
-      case Event<T>::Kind::error: onError(event.error); break;
-      case Event<T>::Kind::completed: onCompleted(); break;
+      case Event<T>::Kind::next:
+        onNext(*event.element);
+        break;
+      case Event<T>::Kind::error:
+        onError(event.error);
+        break;
+      case Event<T>::Kind::completed:
+        onCompleted();
+        break;
     }
   }
   const AnyObserver& asObserver() const noexcept { return *this; }

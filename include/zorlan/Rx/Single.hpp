@@ -26,16 +26,23 @@ class SingleObserver {
   AnyObserver<T> observer_;
 };
 
+// A cold sequence that ends in exactly one success (an element) or one
+// failure. Values are cheap to copy; each subscription runs anew. Built on
+// `Observable<T>` (`asObservable()`), which carries the element then
+// completion.
 template <class T>
 class Single {
  public:
   using Element = T;
 
+  // `subscribe` reports through the `SingleObserver`; later reports are
+  // dropped. The disposable it returns is disposed when the subscription ends.
   static Single create(std::function<Disposable(const SingleObserver<T>&)> subscribe) {
-    return Single(Observable<T>::create([subscribe](const AnyObserver<T>& o) {
-      return subscribe(SingleObserver<T>(o));
-    }));
+    return Single(Observable<T>::create(
+        [subscribe](const AnyObserver<T>& o) { return subscribe(SingleObserver<T>(o)); }));
   }
+  // Succeeds with `element` / fails with `error` / runs `factory` on each
+  // subscription (an exception from it becomes the failure).
   static Single just(T element) { return Single(Observable<T>::just(std::move(element))); }
   static Single error(std::exception_ptr error) { return Single(Observable<T>::error(error)); }
   static Single deferred(std::function<Single()> factory) {
@@ -46,17 +53,18 @@ class Single {
   Disposable subscribe(std::function<void(const T&)> onSuccess,
                        std::function<void(std::exception_ptr)> onFailure = {},
                        std::function<void()> onDisposed = {}) const {
-    return source_.subscribe(std::move(onSuccess), std::move(onFailure), {},
-                             std::move(onDisposed));
+    return source_.subscribe(std::move(onSuccess), std::move(onFailure), {}, std::move(onDisposed));
   }
 
   const Observable<T>& asObservable() const noexcept { return source_; }
 
+  // The success transformed; an exception from `transform` becomes the failure.
   template <class F>
   auto map(F transform) const -> Single<std::decay_t<std::invoke_result_t<F&, const T&>>> {
     using U = std::decay_t<std::invoke_result_t<F&, const T&>>;
     return Single<U>::fromObservableUnchecked(source_.map(std::move(transform)));
   }
+  // Continues with the single `transform` returns for the success.
   template <class F>
   auto flatMap(F transform) const
       -> Single<typename std::decay_t<std::invoke_result_t<F&, const T&>>::Element> {
@@ -64,11 +72,14 @@ class Single {
     return Single<U>::fromObservableUnchecked(
         source_.flatMap([transform](const T& v) mutable { return transform(v).asObservable(); }));
   }
+  // On failure: succeeds with `element`, or continues with `handler`'s single.
   Single catchAndReturn(T element) const { return Single(source_.catchAndReturn(element)); }
   Single catchError(std::function<Single(std::exception_ptr)> handler) const {
-    return Single(source_.catchError(
-        [handler](std::exception_ptr e) { return handler(e).asObservable(); }));
+    return Single(
+        source_.catchError([handler](std::exception_ptr e) { return handler(e).asObservable(); }));
   }
+  // Side effects as `Observable::doOn`; delivery on `scheduler` as
+  // `Observable::observeOn`.
   Single doOn(DoHandlers<T> handlers) const { return Single(source_.doOn(std::move(handlers))); }
   Single observeOn(ImmediateSchedulerPtr scheduler) const {
     return Single(source_.observeOn(std::move(scheduler)));
@@ -89,26 +100,27 @@ class Single {
 template <class T>
 Single<T> Observable<T>::asSingle() const {
   Observable source = *this;
-  return Single<T>::fromObservableUnchecked(Observable<T>::create([source](const AnyObserver<T>& o) {
-    auto seen = std::make_shared<std::optional<T>>();
-    return source.subscribe(AnyObserver<T>::make(
-        [o, seen](const T& v) {
-          if (*seen) {
-            o.onError(std::make_exception_ptr(RxError(RxError::Code::moreThanOneElement)));
-            return;
-          }
-          *seen = v;
-        },
-        [o](std::exception_ptr e) { o.onError(e); },
-        [o, seen] {
-          if (!*seen) {
-            o.onError(std::make_exception_ptr(RxError(RxError::Code::noElements)));
-            return;
-          }
-          o.onNext(**seen);
-          o.onCompleted();
-        }));
-  }));
+  return Single<T>::fromObservableUnchecked(
+      Observable<T>::create([source](const AnyObserver<T>& o) {
+        auto seen = std::make_shared<std::optional<T>>();
+        return source.subscribe(AnyObserver<T>::make(
+            [o, seen](const T& v) {
+              if (*seen) {
+                o.onError(std::make_exception_ptr(RxError(RxError::Code::moreThanOneElement)));
+                return;
+              }
+              *seen = v;
+            },
+            [o](std::exception_ptr e) { o.onError(e); },
+            [o, seen] {
+              if (!*seen) {
+                o.onError(std::make_exception_ptr(RxError(RxError::Code::noElements)));
+                return;
+              }
+              o.onNext(**seen);
+              o.onCompleted();
+            }));
+      }));
 }
 
 }  // namespace zorlan::rx
