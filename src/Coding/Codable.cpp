@@ -9,6 +9,7 @@
 #include <string>
 
 #include "zorlan/Platform/ISO8601.hpp"
+#include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
 namespace detail {
@@ -78,6 +79,8 @@ void Coding<Date>::encode(const Date& value, Encoder& encoder) {
       return;
     }
     case DateEncodingStrategy::Kind::custom:
+      ZORLAN_PRECONDITION(strategy.custom, "A custom date strategy needs a function.");
+      ZORLAN_PRECONDITION(strategy.custom, "A custom data strategy needs a function.");
       strategy.custom(value, encoder);
       return;
   }
@@ -98,6 +101,7 @@ Date Coding<Date>::decode(const Decoder& decoder) {
       decoder.throwDataCorrupted("Expected date string to be ISO8601-formatted.");
     }
     case DateDecodingStrategy::Kind::custom:
+      ZORLAN_PRECONDITION(strategy.custom, "A custom date strategy needs a function.");
       return strategy.custom(decoder);
   }
   decoder.throwDataCorrupted("Unknown date decoding strategy.");
@@ -114,7 +118,10 @@ void Coding<Data>::encode(const Data& value, Encoder& encoder) {
 
 Data Coding<Data>::decode(const Decoder& decoder) {
   const DataDecodingStrategy& strategy = decoder.options().dataStrategy;
-  if (strategy.kind == DataDecodingStrategy::Kind::custom) return strategy.custom(decoder);
+  if (strategy.kind == DataDecodingStrategy::Kind::custom) {
+    ZORLAN_PRECONDITION(strategy.custom, "A custom data strategy needs a function.");
+    return strategy.custom(decoder);
+  }
   std::string text = Coding<std::string>::decode(decoder);
   if (auto data = Data::fromBase64(text)) return *data;
   decoder.throwDataCorrupted("Encountered Data is not valid Base64.");

@@ -135,6 +135,18 @@ TEST(CodingTest, MembersAndCollections) {
   EXPECT_EQ(JSONDecoder().decode<Celsius>(R"("3C")").degrees, 3.0);
   EXPECT_EQ(JSONDecoder().decode<std::set<int>>("[3,1,3]"), (std::set<int>{1, 3}));
   EXPECT_EQ(JSONDecoder().decode<std::optional<int>>("null"), std::nullopt);
+  EXPECT_EQ(JSONEncoder().encodeToString(std::set<std::string>{"b", "a"}), R"(["a","b"])");
+  DecodingError notTemperature = decodingError<std::vector<Celsius>>(R"(["1C","2F"])");
+  EXPECT_EQ(notTemperature.context().debugDescription, "Not a temperature.");
+  EXPECT_EQ(codingPathString(notTemperature.context().codingPath), "1");
+  using Table = std::unordered_map<std::string, std::vector<double>>;
+  Table table = JSONDecoder().decode<Table>(R"({"a":[1.5],"b":[]})");
+  EXPECT_EQ(table, (Table{{"a", {1.5}}, {"b", {}}}));
+  JSONEncoder sorted;
+  sorted.outputFormatting.sortedKeys = true;
+  EXPECT_EQ(sorted.encodeToString(table), R"({"a":[1.5],"b":[]})");
+  EXPECT_EQ(decodingError<Table>(R"({"a":[1,"x"]})").context().codingPath,
+            (CodingPath{CodingKey::named("a"), CodingKey::index(1)}));
 }
 
 TEST(CodingTest, CustomStrategiesAndURLs) {
@@ -196,6 +208,15 @@ TEST(CodingTest, CustomStrategiesAndURLs) {
   EXPECT_EQ(badURL.kind(), DecodingError::Kind::dataCorrupted);
   EXPECT_EQ(badURL.context().debugDescription, "Invalid URL string.");
   EXPECT_EQ(decodingError<URL>("1").kind(), DecodingError::Kind::typeMismatch);
+}
+
+TEST(CodingDeathTest, CustomStrategiesNeedAFunction) {
+  JSONEncoder encoder;
+  encoder.dateEncodingStrategy.kind = DateEncodingStrategy::Kind::custom;
+  EXPECT_DEATH(encoder.encode(Date(0)), "custom date strategy needs a function");
+  JSONDecoder decoder;
+  decoder.dataDecodingStrategy.kind = DataDecodingStrategy::Kind::custom;
+  EXPECT_DEATH(decoder.decode<Data>(R"("")"), "custom data strategy needs a function");
 }
 
 TEST(CodingTest, NestedDescribedStructsAndTypeNames) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <utility>
 
 #include "zorlan/Platform/Data.hpp"
 #include "zorlan/Platform/Date.hpp"
@@ -12,7 +13,8 @@ class Encoder;
 class Decoder;
 
 // How dates are encoded. The default is `deferredToDate`: seconds since
-// 2001-01-01 as a number.
+// 2001-01-01 as a number. A `custom` strategy without a function stops the
+// process when used (precondition); so do the others below.
 struct DateEncodingStrategy {
   enum class Kind { deferredToDate, secondsSince1970, millisecondsSince1970, iso8601, custom };
   Kind kind = Kind::deferredToDate;
@@ -41,19 +43,30 @@ struct DataEncodingStrategy {
   enum class Kind { base64, custom };
   Kind kind = Kind::base64;
   std::function<void(const Data&, Encoder&)> custom = {};
+
+  static DataEncodingStrategy customized(std::function<void(const Data&, Encoder&)> f) {
+    return {Kind::custom, std::move(f)};
+  }
 };
 
+// How bytes are decoded; the mirror of `DataEncodingStrategy`.
 struct DataDecodingStrategy {
   enum class Kind { base64, custom };
   Kind kind = Kind::base64;
   std::function<Data(const Decoder&)> custom = {};
+
+  static DataDecodingStrategy customized(std::function<Data(const Decoder&)> f) {
+    return {Kind::custom, std::move(f)};
+  }
 };
 
+// The strategies an encoder passes down to every value it encodes.
 struct EncodingOptions {
   DateEncodingStrategy dateStrategy;
   DataEncodingStrategy dataStrategy;
 };
 
+// The strategies a decoder passes down to every value it decodes.
 struct DecodingOptions {
   DateDecodingStrategy dateStrategy;
   DataDecodingStrategy dataStrategy;
