@@ -231,6 +231,17 @@ void QueueImpl::sync(void (*call)(void*), void* context) {
     call(context);
     return;
   }
+  if (kind == Kind::serial && !handsOffFreely()) {
+    std::unique_lock lock(mutex_);
+    if (!active_) {
+      // Idle: hold this queue, then run inside a `sync` onto the target, which
+      // holds the target chain for us in turn (inline when it is idle too).
+      active_ = true;
+      lock.unlock();
+      syncThroughTarget(call, context);
+      return;
+    }
+  }
   if (!handsOffFreely()) {
     syncAsWaiter(call, context);
     return;
@@ -267,6 +278,29 @@ void QueueImpl::sync(void (*call)(void*), void* context) {
   lock.lock();
   passOwnership(lock);
   if (failure) std::rethrow_exception(failure);
+}
+
+void QueueImpl::syncThroughTarget(void (*call)(void*), void* context) {
+  struct Inner {
+    QueueImpl* self;
+    void (*call)(void*);
+    void* context;
+    std::exception_ptr failure;
+  } inner{this, call, context, nullptr};
+  target->sync(
+      [](void* raw) {
+        auto& in = *static_cast<Inner*>(raw);
+        RunningScope scope(in.self);
+        try {
+          in.call(in.context);
+        } catch (...) {
+          in.failure = std::current_exception();
+        }
+      },
+      &inner);
+  std::unique_lock lock(mutex_);
+  passOwnership(lock);
+  if (inner.failure) std::rethrow_exception(inner.failure);
 }
 
 // `sync` on the main queue or on a queue with a serial target: wait until the

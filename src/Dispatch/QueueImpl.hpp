@@ -84,6 +84,7 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
   void passOwnership(std::unique_lock<std::mutex>& lock);
   void postDrain(std::unique_lock<std::mutex>& lock);
   void syncAsWaiter(void (*call)(void*), void* context);
+  void syncThroughTarget(void (*call)(void*), void* context);
   void handOverAndWait(SyncWaiter& waiter);
   static void giveTurn(SyncWaiter& waiter);
   void runWork(std::function<void()>& work);

@@ -126,5 +126,40 @@ TEST(DispatchQueueConcurrencyTest, ChildAndTargetWorkNeverOverlapAcrossThreads) 
   EXPECT_EQ(root.sync([&] { return counter; }), 3 * (300 + 100));
 }
 
+
+// Every pool thread syncs onto its own idle queue, all of them targeting one
+// serial queue: each caller holds the chain on its own thread in turn, with
+// no pool thread needed to reach it.
+TEST(DispatchQueueConcurrencyTest, SyncOntoIdleChildQueuesFromEveryPoolThreadNeedsNoPoolThread) {
+  const unsigned poolSize = std::max(2u, std::thread::hardware_concurrency());
+  DispatchQueue root("com.zorlan.test.busy-root");
+  std::vector<DispatchQueue> children;
+  for (unsigned i = 0; i < poolSize; ++i) {
+    children.emplace_back("com.zorlan.test.child", DispatchQoS::unspecified, root);
+  }
+  std::atomic<unsigned> started{0};
+  std::promise<void> gate;
+  std::shared_future<void> opened = gate.get_future().share();
+  long counter = 0;  // guarded by the shared target
+  std::promise<void> allDone;
+  std::atomic<unsigned> finished{0};
+  for (unsigned i = 0; i < poolSize; ++i) {
+    DispatchQueue::global().async([&, i] {
+      started.fetch_add(1);
+      opened.wait();
+      children[i].sync([&] { ++counter; });
+      if (finished.fetch_add(1) + 1 == poolSize) allDone.set_value();
+    });
+  }
+  while (started.load() < poolSize) std::this_thread::yield();
+  gate.set_value();
+  // A guard against a hang, not a timing assertion.
+  if (allDone.get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+    ADD_FAILURE() << "child queues starved: sync callers never got their turn";
+    std::abort();
+  }
+  EXPECT_EQ(root.sync([&] { return counter; }), static_cast<long>(poolSize));
+}
+
 }  // namespace
 }  // namespace zorlan

@@ -66,8 +66,10 @@ class DispatchQueue {
   // exception. On an idle serial queue the work starts at once; on a busy one
   // the caller may run the queue's earlier items itself when no pool thread
   // has started on them yet, so pool threads that all wait in `sync` cannot
-  // starve the queue (queues whose target is another serial queue still wait
-  // for a pool thread to reach them). On a global queue the work simply runs.
+  // starve the queue. On an idle queue whose target is another serial queue,
+  // the caller holds the queue, then the target in turn, on its own thread;
+  // when that queue is busy the caller waits for its items, which reach it
+  // through the pool. On a global queue the work simply runs.
   // Stops the process (precondition) when the caller is itself running work
   // of this queue or of a queue it targets: that would deadlock. Waits for
   // the host when called on the main queue from another thread.
