@@ -75,7 +75,9 @@ Disposable removal(const std::shared_ptr<SubjectCore<T>>& core,
 }
 
 // Whether T can be mirrored in a lock-free std::atomic (read without a lock).
-template <class T, bool = std::is_trivially_copyable_v<T>&& std::is_copy_constructible_v<T>>
+// Scalars only: an aggregate such as std::optional<int> may be lock-free for
+// one compiler and a libatomic call for another.
+template <class T, bool = std::is_scalar_v<T>>
 struct AtomicMirror : std::false_type {};
 template <class T>
 struct AtomicMirror<T, true> : std::bool_constant<std::atomic<T>::is_always_lock_free> {};
