@@ -1,0 +1,66 @@
+// LogLevel and LogLevelConfig: message severities and the thresholds that
+// decide which messages reach the console and the log file.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "zorlan/Coding/Codable.hpp"
+
+namespace zorlan {
+
+// Severities, ordered as declared: none < trace < debug < info < warning < error.
+// Coded as its raw string ("none", "trace", ...).
+enum class LogLevel : std::uint8_t { none = 0, trace, debug, info, warning, error };
+
+// "none", "trace", "debug", "info", "warning" or "error".
+std::string_view rawValue(LogLevel level) noexcept;
+// The level with that raw string; absent for any other text.
+std::optional<LogLevel> logLevelFromRawValue(std::string_view raw) noexcept;
+
+template <>
+struct Coding<LogLevel> {
+  static void encode(LogLevel level, Encoder& encoder) {
+    Coding<std::string>::encode(std::string(rawValue(level)), encoder);
+  }
+  static LogLevel decode(const Decoder& decoder);
+};
+
+// The lowest level that reaches each sink. A threshold passes every level at
+// or above it, so `none` lets everything through, like `debug`.
+struct LogLevelConfig {
+  LogLevel console = LogLevel::none;
+  LogLevel file = LogLevel::none;
+
+  static const LogLevelConfig none;  // (none, none)
+  static const LogLevelConfig all;   // (debug, debug)
+
+  friend bool operator==(const LogLevelConfig&, const LogLevelConfig&) = default;
+};
+inline constexpr LogLevelConfig LogLevelConfig::none{LogLevel::none, LogLevel::none};
+inline constexpr LogLevelConfig LogLevelConfig::all{LogLevel::debug, LogLevel::debug};
+
+// Both keys, "console" then "file", are required.
+ZORLAN_CODABLE(LogLevelConfig, console, file);
+
+// Supplies live levels per category, implemented by the application.
+// Operations in declared order.
+class LogConfig {
+ public:
+  virtual ~LogConfig() = default;
+  virtual LogLevelConfig shared() const = 0;
+  virtual LogLevelConfig content() const = 0;
+  virtual LogLevelConfig localization() const = 0;
+  virtual LogLevelConfig paywall() const = 0;
+  virtual LogLevelConfig onboarding() const = 0;
+  virtual LogLevelConfig analytics() const = 0;
+  virtual LogLevelConfig playback() const = 0;
+  virtual LogLevelConfig chromecast() const = 0;
+  virtual LogLevelConfig shareplay() const = 0;
+  virtual LogLevelConfig ctvActivation() const = 0;
+  virtual LogLevelConfig downloads() const = 0;
+  virtual LogLevelConfig qoe() const = 0;
+};
+
+}  // namespace zorlan

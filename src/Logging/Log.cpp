@@ -1,0 +1,159 @@
+#include "zorlan/Logging/Log.hpp"
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "zorlan/Coding/Codable.hpp"
+#include "zorlan/Logging/LogFile.hpp"
+
+namespace zorlan {
+namespace {
+
+constexpr std::int64_t kLogFileMaxSize = 52'428'800;  // 50 MiB
+
+// The process-wide loggers. Replaced ones are kept, so that a message being
+// written while `setup` runs never uses a destroyed logger.
+std::atomic<Logger*> gConsoleLogger{nullptr};
+std::atomic<Logger*> gFileLogger{nullptr};
+
+void retain(std::shared_ptr<Logger> logger) {
+  static std::mutex mutex;
+  static auto* kept = new std::vector<std::shared_ptr<Logger>>();
+  std::lock_guard lock(mutex);
+  kept->push_back(std::move(logger));
+}
+
+const Log& defaultLog() {
+  static const Log* log =
+      new Log(std::nullopt, BehaviorReader<LogLevelConfig>::just(LogLevelConfig::none));
+  return *log;
+}
+
+Log& category(int index) {
+  static Log* categories[12] = {};
+  static std::once_flag once;
+  std::call_once(once, [] {
+    for (Log*& c : categories) c = new Log(defaultLog());
+  });
+  return *categories[index];
+}
+
+const char* mark(LogLevel level) {
+  switch (level) {
+    case LogLevel::warning: return "\u26A0\uFE0F";
+    case LogLevel::error: return "\u274C";
+    default: return nullptr;
+  }
+}
+
+}  // namespace
+
+Log& Log::shared() { return category(0); }
+Log& Log::content() { return category(1); }
+Log& Log::localization() { return category(2); }
+Log& Log::analytics() { return category(3); }
+Log& Log::onboarding() { return category(4); }
+Log& Log::paywall() { return category(5); }
+Log& Log::playback() { return category(6); }
+Log& Log::chromecast() { return category(7); }
+Log& Log::shareplay() { return category(8); }
+Log& Log::ctvActivation() { return category(9); }
+Log& Log::downloads() { return category(10); }
+Log& Log::qoe() { return category(11); }
+
+bool Log::anyTarget(LogLevelConfig thresholds, LogLevel level) noexcept {
+  return (thresholds.console <= level && gConsoleLogger.load(std::memory_order_acquire)) ||
+         (thresholds.file <= level && gFileLogger.load(std::memory_order_acquire));
+}
+
+void Log::writeComposed(LogLevel level, const char* senderType, std::string_view message,
+                        const SourceLocation& where) const {
+  Logger* targets[2] = {nullptr, nullptr};
+  int count = 0;
+  if (Logger* console = gConsoleLogger.load(std::memory_order_acquire);
+      console && config_.value().console <= level) {
+    targets[count++] = console;
+  }
+  if (Logger* file = gFileLogger.load(std::memory_order_acquire);
+      file && config_.value().file <= level) {
+    targets[count++] = file;
+  }
+  if (count == 0) return;
+  std::string line;
+  if (prefix_) line += *prefix_;
+  if (const char* m = mark(level)) {
+    if (!line.empty()) line += ' ';
+    line += m;
+  }
+  if (!line.empty()) line += ' ';
+  line += message;
+  const std::string sender = detail::demangledTypeName(senderType);
+  for (int i = 0; i < count; ++i) {
+    targets[i]->log(sender, static_cast<LoggerLevel>(level), "", line, true, {}, where.line(),
+                    where.file_name(), where.function_name());
+  }
+}
+
+SourceLocation Log::fixedLocation(LogLevel level) noexcept {
+  static constexpr const char* kFile = "Logging/Log";
+  static constexpr const char* kFunction = "log(_:level:message:line:file:function:)";
+  switch (level) {
+    case LogLevel::info: return SourceLocation(kFile, 125, kFunction);
+    case LogLevel::debug: return SourceLocation(kFile, 127, kFunction);
+    case LogLevel::error: return SourceLocation(kFile, 129, kFunction);
+    default: return SourceLocation(kFile, 131, kFunction);
+  }
+}
+
+void Log::setup(const std::optional<std::filesystem::path>& fileLocation,
+                const BehaviorReader<std::shared_ptr<const LogConfig>>& config) {
+  auto console = std::make_shared<Logger>();
+  console->setEnabled(true);
+  console->add(std::make_shared<OSLogSink>());
+  retain(console);
+  gConsoleLogger.store(console.get(), std::memory_order_release);
+
+  if (fileLocation) {
+    try {
+      auto file = LogFile::open(*fileLocation, kLogFileMaxSize);
+      auto fileLogger = std::make_shared<Logger>();
+      fileLogger->setEnabled(true);
+      fileLogger->add(file);
+      retain(fileLogger);
+      gFileLogger.store(fileLogger.get(), std::memory_order_release);
+    } catch (...) {
+      // No file logging; the earlier file logger (normally none) stays.
+    }
+  }
+
+  using Select = LogLevelConfig (LogConfig::*)() const;
+  struct Binding {
+    Log& (*category)();
+    Select select;
+    std::optional<std::string> prefix;
+  };
+  const Binding bindings[] = {
+      {&Log::shared, &LogConfig::shared, std::nullopt},
+      {&Log::content, &LogConfig::content, "\U0001F30F"},
+      {&Log::localization, &LogConfig::localization, "\U0001F4D6"},
+      {&Log::analytics, &LogConfig::analytics, "\U0001F4C8"},
+      {&Log::onboarding, &LogConfig::onboarding, "\U0001F464"},
+      {&Log::paywall, &LogConfig::paywall, "\U0001F4B0"},
+      {&Log::playback, &LogConfig::playback, "\U0001F3AC"},
+      {&Log::chromecast, &LogConfig::chromecast, "[cast]"},
+      {&Log::shareplay, &LogConfig::shareplay, "\U0001F465"},
+      {&Log::ctvActivation, &LogConfig::ctvActivation, "\U0001F4FA\u2194\uFE0F\U0001F4F1"},
+      {&Log::downloads, &LogConfig::downloads, "\U0001F4BE"},
+      {&Log::qoe, &LogConfig::qoe, "\U0001F575\uFE0F"},
+  };
+  for (const Binding& b : bindings) {
+    Select select = b.select;
+    auto levels = config.asObservable().map(
+        [select](const std::shared_ptr<const LogConfig>& c) { return ((*c).*select)(); });
+    LogLevelConfig initial = ((*config.value()).*select)();
+    b.category() = Log(b.prefix, BehaviorReader<LogLevelConfig>(levels, initial));
+  }
+}
+
+}  // namespace zorlan

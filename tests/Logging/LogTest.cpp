@@ -1,0 +1,203 @@
+#include "zorlan/Logging/Log.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "zorlan/Coding/JSONDecoder.hpp"
+#include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/Logging/LogFile.hpp"
+#include "zorlan/Logging/LogFileReader.hpp"
+
+namespace zorlan {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Every category gets the same levels.
+struct UniformConfig : LogConfig {
+  explicit UniformConfig(LogLevelConfig c) : levels(c) {}
+  LogLevelConfig levels;
+  LogLevelConfig shared() const override { return levels; }
+  LogLevelConfig content() const override { return levels; }
+  LogLevelConfig localization() const override { return levels; }
+  LogLevelConfig paywall() const override { return levels; }
+  LogLevelConfig onboarding() const override { return levels; }
+  LogLevelConfig analytics() const override { return levels; }
+  LogLevelConfig playback() const override { return levels; }
+  LogLevelConfig chromecast() const override { return levels; }
+  LogLevelConfig shareplay() const override { return levels; }
+  LogLevelConfig ctvActivation() const override { return levels; }
+  LogLevelConfig downloads() const override { return levels; }
+  LogLevelConfig qoe() const override { return levels; }
+};
+
+class LogTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() /
+           ("zorlan-log-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir_);
+    fs::create_directories(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  fs::path setUp(LogLevelConfig levels) {
+    fs::path file = dir_ / "app.log";
+    relay_ = std::make_unique<rx::BehaviorRelay<std::shared_ptr<const LogConfig>>>(
+        std::make_shared<UniformConfig>(levels));
+    Log::setup(file, asBehaviorReader(*relay_));
+    return file;
+  }
+  // The events in the file, once its queue has written everything.
+  std::vector<LogFileEntry> events(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto contents = readLogFile(bytes);
+    EXPECT_FALSE(contents.error);
+    return contents.entries;
+  }
+
+  fs::path dir_;
+  std::unique_ptr<rx::BehaviorRelay<std::shared_ptr<const LogConfig>>> relay_;
+};
+
+struct Caller {};
+
+TEST_F(LogTest, NothingIsWrittenBeforeSetup) {
+  Log::shared().error(Caller{}, "dropped");  // must not fail
+  EXPECT_EQ(Log::playback().config().value(), LogLevelConfig::none);
+  EXPECT_FALSE(Log::playback().prefix());
+}
+
+TEST_F(LogTest, ComposesPrefixMarkAndMessageForEveryCategory) {
+  fs::path file = setUp(LogLevelConfig::all);
+  struct Case {
+    Log& (*category)();
+    const char* prefix;
+  };
+  const Case cases[] = {{&Log::shared, ""},
+                        {&Log::content, "\U0001F30F "},
+                        {&Log::localization, "\U0001F4D6 "},
+                        {&Log::analytics, "\U0001F4C8 "},
+                        {&Log::onboarding, "\U0001F464 "},
+                        {&Log::paywall, "\U0001F4B0 "},
+                        {&Log::playback, "\U0001F3AC "},
+                        {&Log::chromecast, "[cast] "},
+                        {&Log::shareplay, "\U0001F465 "},
+                        {&Log::ctvActivation, "\U0001F4FA\u2194\uFE0F\U0001F4F1 "},
+                        {&Log::downloads, "\U0001F4BE "},
+                        {&Log::qoe, "\U0001F575\uFE0F "}};
+  std::vector<std::string> expected;
+  for (const Case& c : cases) {
+    c.category().debug(Caller{}, "d");
+    c.category().info(Caller{}, "i");
+    c.category().warning(Caller{}, "w");
+    c.category().error(Caller{}, "e");
+    expected.push_back(std::string(c.prefix) + "d");
+    expected.push_back(std::string(c.prefix) + "i");
+    expected.push_back(std::string(c.prefix) + "\u26A0\uFE0F w");
+    expected.push_back(std::string(c.prefix) + "\u274C e");
+  }
+  std::vector<std::string> written;
+  for (const auto& e : events(file)) written.push_back(e.message);
+  EXPECT_EQ(written, expected);
+  EXPECT_EQ(std::string("\U0001F4FA\u2194\uFE0F\U0001F4F1").size(), 14u);
+}
+
+TEST_F(LogTest, FileThresholdMatrix) {
+  const LogLevel thresholds[] = {LogLevel::none, LogLevel::trace, LogLevel::debug,
+                                 LogLevel::info, LogLevel::warning, LogLevel::error};
+  for (LogLevel threshold : thresholds) {
+    fs::remove(dir_ / "app.log");
+    fs::path file = setUp(LogLevelConfig{LogLevel::error, threshold});
+    Log::shared().debug(Caller{}, "debug");
+    Log::shared().info(Caller{}, "info");
+    Log::shared().warning(Caller{}, "warning");
+    Log::shared().error(Caller{}, "error");
+    std::vector<std::string> written;
+    for (const auto& e : events(file)) written.push_back(e.message);
+    std::vector<std::string> expected;
+    if (threshold <= LogLevel::debug) expected.push_back("debug");
+    if (threshold <= LogLevel::info) expected.push_back("info");
+    if (threshold <= LogLevel::warning) expected.push_back("\u26A0\uFE0F warning");
+    expected.push_back("\u274C error");
+    EXPECT_EQ(written, expected) << "threshold " << rawValue(threshold);
+  }
+}
+
+TEST_F(LogTest, RunTimeLevelReportsTheFacadesLocationAndSkipsNoneAndTrace) {
+  fs::path file = setUp(LogLevelConfig::none);
+  Log::shared().log(Caller{}, LogLevel::none, "none");
+  Log::shared().log(Caller{}, LogLevel::trace, "trace");
+  Log::shared().log(Caller{}, LogLevel::error, "via log");
+  const int line = __LINE__ + 1;
+  Log::shared().error(Caller{}, "direct");
+  auto written = events(file);
+  ASSERT_EQ(written.size(), 2u);
+  EXPECT_EQ(written[0].object.at("file"), "Logging/Log");
+  EXPECT_EQ(written[0].object.at("line"), 129);
+  EXPECT_EQ(written[0].object.at("function"), "log(_:level:message:line:file:function:)");
+  EXPECT_EQ(written[1].object.at("line"), line);
+  EXPECT_NE(std::string(written[1].object.at("file").as_string()).find("LogTest.cpp"),
+            std::string::npos);
+  EXPECT_EQ(written[1].object.at("sender"), "Caller");
+}
+
+TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndSecondSetupKeepsTheFile) {
+  fs::path file = setUp(LogLevelConfig{LogLevel::error, LogLevel::error});
+  Log::playback().info(Caller{}, "hidden");
+  relay_->accept(std::make_shared<UniformConfig>(LogLevelConfig::all));
+  Log::playback().info(Caller{}, "shown");
+  Log::setup(std::nullopt, asBehaviorReader(*relay_));  // no file: keeps the first file logger
+  Log::qoe().info(Caller{}, "still to the file");
+  std::vector<std::string> written;
+  for (const auto& e : events(file)) written.push_back(e.message);
+  EXPECT_EQ(written, (std::vector<std::string>{"\U0001F3AC shown",
+                                               "\U0001F575\uFE0F still to the file"}));
+}
+
+TEST(LogLevelTest, RawValuesOrderAndCoding) {
+  EXPECT_LT(LogLevel::none, LogLevel::trace);
+  EXPECT_LT(LogLevel::warning, LogLevel::error);
+  EXPECT_EQ(logLevelFromRawValue("warning"), LogLevel::warning);
+  EXPECT_EQ(logLevelFromRawValue("Warning"), std::nullopt);
+  EXPECT_EQ(JSONDecoder().decode<LogLevelConfig>(R"({"console":"info","file":"error"})"),
+            (LogLevelConfig{LogLevel::info, LogLevel::error}));
+  EXPECT_THROW(JSONDecoder().decode<LogLevelConfig>(R"({"console":"info"})"), DecodingError);
+  EXPECT_THROW(JSONDecoder().decode<LogLevel>(R"("loud")"), DecodingError);
+  EXPECT_EQ(JSONEncoder().encodeToString(LogLevelConfig::all),
+            R"({"console":"debug","file":"debug"})");
+}
+
+TEST(LogFileTest, ReopeningRemovesOnlyFilesAboveThreeTimesTheBound) {
+  fs::path dir = fs::temp_directory_path() / ("zorlan-logfile-" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  fs::path exact = dir / "exact.log";
+  fs::path above = dir / "above.log";
+  std::ofstream(exact) << std::string(30, 'x');
+  std::ofstream(above) << std::string(31, 'x');
+  auto kept = LogFile::open(exact, 10);
+  auto removed = LogFile::open(above, 10);
+  EXPECT_EQ(fs::file_size(exact), 30u);
+  EXPECT_EQ(fs::file_size(above), 0u);
+  removed->append("{}");
+  EXPECT_EQ(fs::file_size(above), 2u);
+  kept.reset();
+  removed.reset();
+  fs::remove_all(dir);
+}
+
+TEST(LogFileTest, UncreatableFileThrowsCreating) {
+  try {
+    LogFile::open("/nonexistent-folder/zorlan/app.log", 10);
+    FAIL() << "expected creating";
+  } catch (const LogFileError& error) {
+    EXPECT_EQ(error.code(), LogFileError::Code::creating);
+  }
+}
+
+}  // namespace
+}  // namespace zorlan
