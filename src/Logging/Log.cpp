@@ -62,6 +62,9 @@ Log& Log::ctvActivation() { return category(9); }
 Log& Log::downloads() { return category(10); }
 Log& Log::qoe() { return category(11); }
 
+Logger* Log::consoleLogger() noexcept { return gConsoleLogger.load(std::memory_order_acquire); }
+Logger* Log::fileLogger() noexcept { return gFileLogger.load(std::memory_order_acquire); }
+
 bool Log::anyTarget(LogLevelConfig thresholds, LogLevel level) noexcept {
   return (thresholds.console <= level && gConsoleLogger.load(std::memory_order_acquire)) ||
          (thresholds.file <= level && gFileLogger.load(std::memory_order_acquire));

@@ -159,6 +159,30 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndSecondSetupKeepsTheFile)
                                                "\U0001F575\uFE0F still to the file"}));
 }
 
+// Records what reaches a logger, tagged with the logger's name.
+struct RecordingSink : LogSink {
+  RecordingSink(std::string name, std::shared_ptr<std::vector<std::string>> out)
+      : name(std::move(name)), out(std::move(out)) {}
+  void log(const LogEvent& event) noexcept override {
+    out->push_back(name + ": " + std::string(event.message()));
+  }
+  std::string name;
+  std::shared_ptr<std::vector<std::string>> out;
+};
+
+TEST_F(LogTest, ConsoleComesFirstAndEachSinkHasItsOwnThreshold) {
+  setUp(LogLevelConfig{LogLevel::warning, LogLevel::error});
+  auto seen = std::make_shared<std::vector<std::string>>();
+  Log::consoleLogger()->add(std::make_shared<RecordingSink>("console", seen));
+  Log::fileLogger()->add(std::make_shared<RecordingSink>("file", seen));
+  Log::content().info(Caller{}, "i");
+  Log::content().warning(Caller{}, "w");
+  Log::content().error(Caller{}, "e");
+  EXPECT_EQ(*seen, (std::vector<std::string>{"console: \U0001F30F \u26A0\uFE0F w",
+                                             "console: \U0001F30F \u274C e",
+                                             "file: \U0001F30F \u274C e"}));
+}
+
 TEST(LogLevelTest, RawValuesOrderAndCoding) {
   EXPECT_LT(LogLevel::none, LogLevel::trace);
   EXPECT_LT(LogLevel::warning, LogLevel::error);

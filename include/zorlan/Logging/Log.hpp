@@ -55,6 +55,13 @@ class Log {
   static void setup(const std::optional<std::filesystem::path>& fileLocation,
                     const BehaviorReader<std::shared_ptr<const LogConfig>>& config);
 
+  // The process-wide loggers `setup` made: absent before `setup`, and the
+  // file logger also when no file could be opened. Hosts may add sinks of
+  // their own (a crash reporter's breadcrumbs, say). Loggers replaced by a
+  // later `setup` stay alive until the process ends.
+  static Logger* consoleLogger() noexcept;
+  static Logger* fileLogger() noexcept;
+
   template <class Sender>
   void debug(const Sender& sender, std::string_view message,
              SourceLocation where = SourceLocation::current()) const {
