@@ -15,5 +15,7 @@ void reactiveValues();
 void queues();
 // A timer driven by a virtual-time scheduler.
 void virtualTime();
+// The logging facade writing to the console and a log file, read back.
+void logging();
 
 }  // namespace tour

@@ -6,5 +6,6 @@ int main() {
   tour::reactiveValues();
   tour::queues();
   tour::virtualTime();
+  tour::logging();
   return 0;
 }
