@@ -1,0 +1,194 @@
+// Logging: a message that every sink rejects, a durable message into the log
+// file (on disk when the call returns), and appends to a large log file,
+// against spdlog doing the same work.
+#include <benchmark/benchmark.h>
+#include <spdlog/logger.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/null_sink.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "support/Ratio.hpp"
+#include "zorlan/Logging/Log.hpp"
+#include "zorlan/Logging/LogFile.hpp"
+#include "zorlan/Rx/Subjects.hpp"
+
+// Counts heap allocations, so the rejected-message case can show it makes none.
+namespace {
+std::atomic<long> gAllocations{0};
+}  // namespace
+
+void* operator new(std::size_t size) {
+  gAllocations.fetch_add(1, std::memory_order_relaxed);
+  if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+  throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+namespace fs = std::filesystem;
+using zorlan::Log;
+using zorlan::LogLevel;
+using zorlan::LogLevelConfig;
+
+struct BenchCaller {};
+
+// Every category gets the same levels.
+struct UniformConfig final : zorlan::LogConfig {
+  explicit UniformConfig(LogLevelConfig c) : levels(c) {}
+  LogLevelConfig levels;
+  LogLevelConfig shared() const override { return levels; }
+  LogLevelConfig content() const override { return levels; }
+  LogLevelConfig localization() const override { return levels; }
+  LogLevelConfig paywall() const override { return levels; }
+  LogLevelConfig onboarding() const override { return levels; }
+  LogLevelConfig analytics() const override { return levels; }
+  LogLevelConfig playback() const override { return levels; }
+  LogLevelConfig chromecast() const override { return levels; }
+  LogLevelConfig shareplay() const override { return levels; }
+  LogLevelConfig ctvActivation() const override { return levels; }
+  LogLevelConfig downloads() const override { return levels; }
+  LogLevelConfig qoe() const override { return levels; }
+};
+
+using ConfigRelay = zorlan::rx::BehaviorRelay<std::shared_ptr<const zorlan::LogConfig>>;
+
+fs::path benchDirectory() {
+  static const fs::path dir = [] {
+    fs::path d = fs::temp_directory_path() / ("zorlan-logbench-" + std::to_string(::getpid()));
+    fs::create_directories(d);
+    return d;
+  }();
+  return dir;
+}
+
+// The facade is process-wide: set it up once, with a log file, and let each
+// case pick the levels.
+ConfigRelay& facade() {
+  static ConfigRelay* relay = [] {
+    auto* r = new ConfigRelay(std::make_shared<UniformConfig>(LogLevelConfig::none));
+    Log::setup(benchDirectory() / "facade.log", zorlan::asBehaviorReader(*r));
+    return r;
+  }();
+  return *relay;
+}
+
+void useLevels(LogLevelConfig levels) { facade().accept(std::make_shared<UniformConfig>(levels)); }
+
+// --- A message below every threshold ---------------------------------------
+
+void BM_LogDisabled(benchmark::State& state) {
+  // Both sinks exist; `error` thresholds reject `debug` for both.
+  useLevels({LogLevel::error, LogLevel::error});
+  const Log& log = Log::shared();
+  const BenchCaller caller;
+  const long before = gAllocations.load();
+  for (auto _ : state) {
+    log.debug(caller, "a message nobody wants");
+    benchmark::ClobberMemory();
+  }
+  const long allocations = gAllocations.load() - before;
+  state.counters["allocations"] = static_cast<double>(allocations);
+  if (allocations != 0) state.SkipWithError("the rejected message allocated");
+}
+BENCHMARK(BM_LogDisabled);
+
+void BM_SpdlogDisabled(benchmark::State& state) {
+  spdlog::logger logger("disabled", std::make_shared<spdlog::sinks::null_sink_mt>());
+  logger.set_level(spdlog::level::err);
+  for (auto _ : state) {
+    logger.debug("a message nobody wants");
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(BM_SpdlogDisabled);
+
+// --- A durable message ------------------------------------------------------
+
+void BM_LogDurable(benchmark::State& state) {
+  // The console threshold `error` keeps `info` off the console; the file
+  // takes it. The write is on disk (in the kernel) when the call returns.
+  useLevels({LogLevel::error, LogLevel::debug});
+  const Log& log = Log::shared();
+  const BenchCaller caller;
+  for (auto _ : state) log.info(caller, "player started the stream");
+  useLevels({LogLevel::error, LogLevel::error});
+  // A file at its bound refuses appends and would time refusals instead.
+  const auto size = fs::file_size(benchDirectory() / "facade.log");
+  state.counters["file_MiB"] = static_cast<double>(size) / (1 << 20);
+  if (size > (std::uintmax_t{140} << 20)) state.SkipWithError("the log file reached its bound");
+}
+BENCHMARK(BM_LogDurable)->MinTime(0.3);
+
+void BM_SpdlogDurable(benchmark::State& state) {
+  const fs::path path = benchDirectory() / "spdlog.log";
+  spdlog::logger logger("durable",
+                        std::make_shared<spdlog::sinks::basic_file_sink_mt>(path.string(), true));
+  logger.set_level(spdlog::level::trace);
+  logger.flush_on(spdlog::level::trace);
+  for (auto _ : state) logger.info("player started the stream");
+  logger.flush();
+}
+BENCHMARK(BM_SpdlogDurable)->MinTime(0.3);
+
+// --- Appends to a large file ---------------------------------------------------
+
+// Writes a valid events file of about `bytes` bytes.
+void writeEventsFile(const fs::path& path, std::size_t bytes) {
+  const std::string event =
+      R"({"message":"a message already in the file before it was opened","loggedAt":1706745599.5})";
+  std::string block;
+  while (block.size() < (1u << 20)) block += event + ",\n";
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  std::size_t written = 0;
+  while (written + block.size() <= bytes) {
+    out.write(block.data(), static_cast<std::streamsize>(block.size()));
+    written += block.size();
+  }
+  while (written + event.size() + 2 < bytes) {
+    out << event << ",\n";
+    written += event.size() + 2;
+  }
+  out << event;
+}
+
+void BM_LogFileAppend(benchmark::State& state) {
+  const auto mebibytes = static_cast<std::size_t>(state.range(0));
+  const fs::path path = benchDirectory() / ("append-" + std::to_string(mebibytes) + ".log");
+  writeEventsFile(path, mebibytes << 20);
+  // Large enough that neither file nor the appends come near the bound.
+  auto file = zorlan::LogFile::open(path, std::int64_t{1} << 32);
+  (void)file->currentSize();  // waits for the initial load
+  const zorlan::MessageLogEvent event("BenchCaller", zorlan::LoggerLevel::info, "",
+                                      "player started the stream", true, {},
+                                      {"Logging/LoggingBench", 42, "append"});
+  for (auto _ : state) file->log(event);
+  state.counters["file_MiB"] = static_cast<double>(fs::file_size(path)) / (1 << 20);
+  file.reset();
+  fs::remove(path);
+}
+BENCHMARK(BM_LogFileAppend)->Arg(1)->Arg(100)->MinTime(0.5);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int code = zorlan::bench::runBenchmarks(
+      argc, argv,
+      {{"log_disabled_vs_spdlog", "BM_LogDisabled", "BM_SpdlogDisabled"},
+       {"log_durable_vs_spdlog_flush", "BM_LogDurable/min_time:0.300",
+        "BM_SpdlogDurable/min_time:0.300"},
+       {"log_append_100mib_vs_1mib", "BM_LogFileAppend/100/min_time:0.500",
+        "BM_LogFileAppend/1/min_time:0.500"}});
+  std::error_code ignored;
+  fs::remove_all(benchDirectory(), ignored);
+  return code;
+}
