@@ -24,6 +24,10 @@ struct DateEncodingStrategy {
   static DateEncodingStrategy customized(std::function<void(const Date&, Encoder&)> f) {
     return {Kind::custom, std::move(f)};
   }
+  // A custom strategy writing ISO 8601 text with milliseconds
+  // ("2024-01-02T03:04:05.678Z"); EncodingError.invalidValue for a date
+  // outside the years 0000 to 9999. Made once, on first use; thread-safe.
+  static const DateEncodingStrategy& iso8601WithFractionalSeconds();
 };
 
 // How dates are decoded; the mirror of `DateEncodingStrategy`.
@@ -36,6 +40,12 @@ struct DateDecodingStrategy {
   static DateDecodingStrategy customized(std::function<Date(const Decoder&)> f) {
     return {Kind::custom, std::move(f)};
   }
+  // A custom strategy reading ISO 8601 text whose seconds carry a fraction
+  // ("2024-01-02T03:04:05.678Z"; text without one is refused). Throws
+  // dataCorrupted "Date string does not match format expected by formatter"
+  // for other text, typeMismatch for a value that is not a string. Made once,
+  // on first use; thread-safe.
+  static const DateDecodingStrategy& iso8601WithFractionalSeconds();
 };
 
 // How bytes are encoded: base64 text (the default) or custom.

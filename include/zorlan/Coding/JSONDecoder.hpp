@@ -27,6 +27,12 @@ class JSONDecoder {
   DateDecodingStrategy dateDecodingStrategy;
   DataDecodingStrategy dataDecodingStrategy;
 
+  // A decoder reading dates as ISO 8601 text without fractional seconds, all
+  // else default.
+  static JSONDecoder iso8601() {
+    return {DateDecodingStrategy::of(DateDecodingStrategy::Kind::iso8601), {}};
+  }
+
   // Decodes a T from JSON bytes. Throws DecodingError.
   template <class T>
   T decode(const Data& data) const {

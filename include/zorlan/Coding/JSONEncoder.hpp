@@ -21,6 +21,12 @@ class JSONEncoder {
   DateEncodingStrategy dateEncodingStrategy;
   DataEncodingStrategy dataEncodingStrategy;
 
+  // An encoder writing dates as ISO 8601 text without fractional seconds, all
+  // else default.
+  static JSONEncoder iso8601() {
+    return {{}, DateEncodingStrategy::of(DateEncodingStrategy::Kind::iso8601), {}};
+  }
+
   // The value as JSON bytes (UTF-8). Throws EncodingError.
   template <class T>
   Data encode(const T& value) const {
