@@ -1,0 +1,312 @@
+// JSONDecoder against RFC 8259, document by document: what it must read (and
+// the value it must read), and what it must refuse with dataCorrupted.
+#include <gtest/gtest.h>
+
+#include <boost/json/value.hpp>
+#include <cctype>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "zorlan/Coding/JSONDecoder.hpp"
+
+namespace zorlan {
+namespace {
+
+using std::string_literals::operator""s;
+
+std::string cleanName(std::string_view text) {
+  std::string name;
+  for (char c : text) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+  return name;
+}
+
+template <class T>
+T decode(const std::string& text) {
+  return JSONDecoder().decode<T>(Data(text));
+}
+
+// Decodes `text` as any JSON value and expects the decoder's refusal.
+void expectRefused(const std::string& text) {
+  try {
+    decode<boost::json::value>(text);
+    ADD_FAILURE() << "accepted";
+  } catch (const DecodingError& error) {
+    EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
+    EXPECT_EQ(error.context().debugDescription, "The given data was not valid JSON.");
+  }
+}
+
+// ---------------------------------------------------------------- numbers
+
+struct NumberCase {
+  const char* text;
+  double value;
+};
+
+TEST(JSONConformance, NumbersReadTheirValue) {
+  const double kMax = std::numeric_limits<double>::max();
+  const NumberCase cases[] = {
+      {"0", 0},
+      {"-0", 0},
+      {"7", 7},
+      {"-7", -7},
+      {"0.5", 0.5},
+      {"-0.0", 0},
+      {"1E2", 100},
+      {"1e+2", 100},
+      {"1e-2", 0.01},
+      {"1E-02", 0.01},
+      {"-1.5e3", -1500},
+      {"0e0", 0},
+      {"123456789012345678901234567890", 1.2345678901234568e29},
+      {"18446744073709551616", 18446744073709551616.0},
+      {"1.7976931348623157e308", kMax},
+      {"4.9e-324", std::numeric_limits<double>::denorm_min()},
+      {"1e-400", 0},  // underflows to zero
+      {"0.1", 0.1},
+      {"2.2250738585072014e-308", std::numeric_limits<double>::min()},
+  };
+  for (const NumberCase& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(decode<double>(c.text), c.value);
+    EXPECT_EQ(decode<std::vector<double>>("[" + std::string(c.text) + "]").at(0), c.value);
+  }
+  EXPECT_EQ(decode<std::int64_t>("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(decode<std::uint64_t>("18446744073709551615"), std::numeric_limits<std::uint64_t>::max());
+  EXPECT_EQ(decode<int>("1E2"), 100);
+  EXPECT_TRUE(std::signbit(decode<double>("-0.0")));
+}
+
+TEST(JSONConformance, NumbersBeyondDoubleAreNotNumbersOfAnyType) {
+  // Read as infinity, which no number type holds.
+  for (const char* text : {"1e400", "-1e400", "1.8e308"}) {
+    SCOPED_TRACE(text);
+    try {
+      decode<double>(text);
+      ADD_FAILURE() << "decoded";
+    } catch (const DecodingError& error) {
+      EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
+    }
+  }
+  // An exponent past the parser's range is refused as text.
+  expectRefused("1e999999999999");
+  expectRefused("[1e-999999999999]");
+}
+
+const char* const kRefusedNumbers[] = {
+    "01", "-01", "00", "007", "-", "--1", "- 1", "+1", "1.", "-1.", ".5", "-.5", "1.e2",
+    "1e", "1E", "1e+", "1e-", "1e2e3", "1.5.2", "0x10", "0X1", "1_000", "Infinity",
+    "-Infinity", "NaN", "inf", "1e2.5", "\xD9\xA1" /* Arabic-Indic one */, "\xEF\xBC\x91" /* full-width one */,
+};
+
+class RefusedNumber : public ::testing::TestWithParam<const char*> {};
+TEST_P(RefusedNumber, IsNotJSON) {
+  expectRefused(GetParam());
+  expectRefused("[" + std::string(GetParam()) + "]");
+  expectRefused("{\"n\":" + std::string(GetParam()) + "}");
+}
+INSTANTIATE_TEST_SUITE_P(JSONConformance, RefusedNumber, ::testing::ValuesIn(kRefusedNumbers),
+                         [](const auto& info) { return "n" + std::to_string(info.index); });
+
+// ---------------------------------------------------------------- strings
+
+struct StringCase {
+  const char* name;
+  std::string json;
+  std::string value;
+};
+
+std::ostream& operator<<(std::ostream& os, const StringCase& c) { return os << c.name; }
+
+const StringCase kStrings[] = {
+    {"quote", R"("\"")", "\""},
+    {"backslash", R"("\\")", "\\"},
+    {"slash", R"("\/")", "/"},
+    {"backspace", R"("\b")", "\b"},
+    {"form feed", R"("\f")", "\f"},
+    {"line feed", R"("\n")", "\n"},
+    {"carriage return", R"("\r")", "\r"},
+    {"tab", R"("\t")", "\t"},
+    {"escaped NUL", R"("a\u0000b")", "a\0b"s},
+    {"escaped unit separator", R"("\u001F")", "\x1F"},
+    {"two-byte escape", R"("\u00e9")", "\xC3\xA9"},
+    {"upper-case hex", R"("\u00E9")", "\xC3\xA9"},
+    {"U+FFFF escape", R"("\uFFFF")", "\xEF\xBF\xBF"},
+    {"surrogate pair", R"("\ud83d\ude00")", "\xF0\x9F\x98\x80"},
+    {"upper-case surrogate pair", R"("\uD83D\uDE00")", "\xF0\x9F\x98\x80"},
+    {"last scalar as a pair", R"("\uDBFF\uDFFF")", "\xF4\x8F\xBF\xBF"},
+    {"first pair", R"("\uD800\uDC00")", "\xF0\x90\x80\x80"},
+    {"escapes in a row", R"("\\\"\/\n")", "\\\"/\n"},
+    {"raw DEL", "\"\x7F\"", "\x7F"},
+    {"raw U+0080", "\"\xC2\x80\"", "\xC2\x80"},
+    {"raw U+07FF", "\"\xDF\xBF\"", "\xDF\xBF"},
+    {"raw U+0800", "\"\xE0\xA0\x80\"", "\xE0\xA0\x80"},
+    {"raw U+D7FF", "\"\xED\x9F\xBF\"", "\xED\x9F\xBF"},
+    {"raw U+E000", "\"\xEE\x80\x80\"", "\xEE\x80\x80"},
+    {"raw noncharacter U+FFFE", "\"\xEF\xBF\xBE\"", "\xEF\xBF\xBE"},
+    {"raw U+10000", "\"\xF0\x90\x80\x80\"", "\xF0\x90\x80\x80"},
+    {"raw U+10FFFF", "\"\xF4\x8F\xBF\xBF\"", "\xF4\x8F\xBF\xBF"},
+    {"raw byte order mark inside", "\"\xEF\xBB\xBF\"", "\xEF\xBB\xBF"},
+    {"empty", "\"\"", ""},
+};
+
+class AcceptedString : public ::testing::TestWithParam<StringCase> {};
+TEST_P(AcceptedString, ReadsItsValueAsStringAndAsKey) {
+  const StringCase& c = GetParam();
+  EXPECT_EQ(decode<std::string>(c.json), c.value);
+  auto map = decode<std::map<std::string, int>>("{" + c.json + ":1}");
+  ASSERT_EQ(map.size(), 1u);
+  EXPECT_EQ(map.begin()->first, c.value);
+}
+INSTANTIATE_TEST_SUITE_P(JSONConformance, AcceptedString, ::testing::ValuesIn(kStrings),
+                         [](const auto& info) { return cleanName(info.param.name); });
+
+struct RefusedCase {
+  const char* name;
+  std::string text;  // the inside of a string
+};
+
+std::ostream& operator<<(std::ostream& os, const RefusedCase& c) { return os << c.name; }
+
+const RefusedCase kRefusedStrings[] = {
+    // escapes
+    {"hex escape", R"(\x41)"},
+    {"bell escape", R"(\a)"},
+    {"single-quote escape", R"(\')"},
+    {"NUL escape", R"(\0)"},
+    {"upper-case U", R"(\U0041)"},
+    {"short unicode escape", R"(\u12)"},
+    {"non-hex unicode escape", R"(\u12G4)"},
+    {"unicode escape with sign", R"(\u+123)"},
+    {"escaped space", R"(\ )"},
+    {"lone high surrogate", R"(\ud83d)"},
+    {"high surrogate then text", R"(\ud83dx)"},
+    {"high surrogate then a letter escape", R"(\ud83d\u0041)"},
+    {"two high surrogates", R"(\ud83d\ud83d)"},
+    {"high surrogate then newline escape", R"(\ud83d\n)"},
+    {"lone low surrogate", R"(\ude00)"},
+    {"reversed pair", R"(\ude00\ud83d)"},
+    // invalid UTF-8
+    {"overlong slash", "\xC0\xAF"},
+    {"overlong two-byte NUL", "\xC0\x80"},
+    {"overlong C1", "\xC1\xBF"},
+    {"overlong three-byte", "\xE0\x80\xAF"},
+    {"overlong U+07FF", "\xE0\x9F\xBF"},
+    {"overlong four-byte", "\xF0\x80\x80\xAF"},
+    {"overlong U+FFFF", "\xF0\x8F\xBF\xBF"},
+    {"truncated two-byte", "\xC3"},
+    {"truncated three-byte", "\xE2\x82"},
+    {"truncated four-byte", "\xF0\x9F\x98"},
+    {"truncated before a letter", "\xE2\x82x"},
+    {"high surrogate in UTF-8", "\xED\xA0\x80"},
+    {"low surrogate in UTF-8", "\xED\xBF\xBF"},
+    {"surrogate pair in UTF-8", "\xED\xA0\xBD\xED\xB8\x80"},
+    {"past U+10FFFF", "\xF4\x90\x80\x80"},
+    {"F5 lead", "\xF5\x80\x80\x80"},
+    {"five-byte form", "\xF8\x88\x80\x80\x80"},
+    {"FE byte", "\xFE"},
+    {"FF byte", "\xFF"},
+    {"stray continuation", "\x80"},
+    {"Latin-1 e-acute", "caf\xE9"},
+};
+
+class RefusedString : public ::testing::TestWithParam<RefusedCase> {};
+TEST_P(RefusedString, IsNotJSONAsStringNorAsKey) {
+  const std::string quoted = "\"" + GetParam().text + "\"";
+  expectRefused(quoted);
+  expectRefused("{" + quoted + ":1}");
+  expectRefused("[\"ok\"," + quoted + "]");
+}
+INSTANTIATE_TEST_SUITE_P(JSONConformance, RefusedString, ::testing::ValuesIn(kRefusedStrings),
+                         [](const auto& info) { return cleanName(info.param.name); });
+
+TEST(JSONConformance, RawControlCharactersAreRefusedInStrings) {
+  for (int c = 0; c < 0x20; ++c) {
+    SCOPED_TRACE(c);
+    std::string raw(1, static_cast<char>(c));
+    expectRefused("\"a" + raw + "b\"");
+    expectRefused("{\"a" + raw + "\":1}");
+  }
+  expectRefused("\"a\\");  // an escape cut off by the end
+  expectRefused("\"abc");
+}
+
+// ---------------------------------------------------------------- structure
+
+const char* const kRefusedStructures[] = {
+    "", " ", "[1,]", "[,1]", "[1,,2]", "[,]", "{\"a\":1,}", "{,}", "{\"a\":1,,\"b\":2}",
+    "{\"a\"}", "{\"a\":}", "{:1}", "{1:1}", "{null:1}", "{\"a\" 1}", "{\"a\"::1}",
+    "[1 2]", "[1:2]", "{\"a\":1 \"b\":2}", "[", "]", "{", "}", "[}", "{]", "[1]]",
+    "{} x", "{}}", "1 2", "[] []", "\"a\"\"b\"", "truex", "nul", "True", "NULL", "tru e",
+    "'a'", "{'a':1}", "{a:1}", "[1]\x01",
+    // only the four white-space characters of JSON separate tokens
+    "\f[1]", "[1\f]", "\v1", "\xC2\xA0" "1", "1\xC2\xA0", "\xE2\x80\x8B[]",
+    // comments
+    "[1//c\n]", "[1/*c*/]", "# c\n1",
+    // a byte order mark before the document
+    "\xEF\xBB\xBF{}",
+};
+
+class RefusedStructure : public ::testing::TestWithParam<const char*> {};
+TEST_P(RefusedStructure, IsNotJSON) { expectRefused(GetParam()); }
+INSTANTIATE_TEST_SUITE_P(JSONConformance, RefusedStructure, ::testing::ValuesIn(kRefusedStructures),
+                         [](const auto& info) { return "s" + std::to_string(info.index); });
+
+TEST(JSONConformance, TrailingNulIsGarbage) { expectRefused("{}\0"s); }
+
+TEST(JSONConformance, StructuresReadTheirValues) {
+  EXPECT_EQ(decode<std::vector<int>>(" \t\r\n[ 1 ,\t2\r\n, 3 ] \n"), (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(decode<std::vector<int>>("[]"), std::vector<int>{});
+  EXPECT_EQ((decode<std::map<std::string, bool>>(R"({ "a" : true , "" : false })")),
+            (std::map<std::string, bool>{{"a", true}, {"", false}}));
+  // Of duplicate keys the last one is read.
+  EXPECT_EQ((decode<std::map<std::string, int>>(R"({"a":1,"a":2})")),
+            (std::map<std::string, int>{{"a", 2}}));
+  // Any value may be the whole document.
+  EXPECT_EQ(decode<bool>("true"), true);
+  EXPECT_EQ(decode<std::optional<int>>(" null "), std::nullopt);
+  EXPECT_EQ(decode<std::string>("\"x\""), "x");
+}
+
+// ---------------------------------------------------------------- depth
+
+std::string nestedArrays(std::size_t depth) {
+  return std::string(depth, '[') + std::string(depth, ']');
+}
+std::string nestedObjects(std::size_t depth) {
+  std::string text;
+  for (std::size_t i = 0; i < depth; ++i) text += "{\"a\":";
+  text += "1";
+  text += std::string(depth, '}');
+  return text;
+}
+
+TEST(JSONConformance, FiveHundredTwelveLevelsDecode) {
+  boost::json::value arrays = decode<boost::json::value>(nestedArrays(512));
+  std::size_t depth = 0;
+  for (const boost::json::value* v = &arrays; v->is_array() && !v->get_array().empty();
+       v = &v->get_array()[0]) {
+    ++depth;
+  }
+  EXPECT_EQ(depth, 511u);  // the innermost array is empty
+  boost::json::value objects = decode<boost::json::value>(nestedObjects(512));
+  EXPECT_TRUE(objects.is_object());
+  // Mixed: objects holding arrays.
+  std::string mixed;
+  for (int i = 0; i < 256; ++i) mixed += "{\"a\":[";
+  for (int i = 0; i < 256; ++i) mixed += "]}";
+  EXPECT_NO_THROW(decode<boost::json::value>(mixed));
+}
+
+TEST(JSONConformance, DeeperNestingIsDataCorruptedNeverACrash) {
+  for (std::size_t depth : {513u, 600u, 10000u, 1000000u}) {
+    SCOPED_TRACE(depth);
+    expectRefused(nestedArrays(depth));
+    expectRefused(nestedObjects(depth));
+    expectRefused(std::string(depth, '['));  // never closed
+  }
+}
+
+}  // namespace
+}  // namespace zorlan
