@@ -33,81 +33,48 @@ std::vector<std::string> pathOf(const DecodingError& error) {
   return keys;
 }
 
-TEST(EitherTest, CasesHoldTheirPayloads) {
+TEST(EitherTest, CasesHoldTheirPayloadsAndCompareByCase) {
   const auto left = IntOrString::left(5);
-  const auto right = IntOrString::right("x");
   EXPECT_TRUE(left.isLeft());
-  EXPECT_FALSE(left.isRight());
-  EXPECT_EQ(left.which(), IntOrString::Case::left);
-  ASSERT_NE(left.leftValue(), nullptr);
   EXPECT_EQ(*left.leftValue(), 5);
   EXPECT_EQ(left.rightValue(), nullptr);
-  EXPECT_EQ(right.which(), IntOrString::Case::right);
-  EXPECT_EQ(right.leftValue(), nullptr);
-  EXPECT_EQ(*right.rightValue(), "x");
+  EXPECT_EQ(IntOrString::right("x").leftValue(), nullptr);
+  EXPECT_EQ(*IntOrString::right("x").rightValue(), "x");
   EXPECT_EQ(IntOrString(), IntOrString::left(0));
-}
-
-TEST(EitherTest, EqualOnlyForTheSameCaseAndPayload) {
-  EXPECT_EQ(Twins::left(1), Twins::left(1));
+  // Same types on both sides: only the case tells them apart.
   EXPECT_NE(Twins::left(1), Twins::right(1));
   EXPECT_NE(Twins::left(1), Twins::left(2));
   EXPECT_EQ(Twins::right(3), Twins::right(3));
+  EXPECT_EQ(Twins::left(4).first(), 4);
+  EXPECT_EQ(Twins::right(9).first(), 9);
   struct Opaque {};
   static_assert(!std::equality_comparable<Either<int, Opaque>>);
 }
 
-TEST(EitherTest, FirstGivesThePayloadOfEitherSide) {
-  EXPECT_EQ(Twins::left(4).first(), 4);
-  EXPECT_EQ(Twins::right(9).first(), 9);
-}
-
-TEST(EitherTest, MapsTransformOnlyTheirOwnSide) {
+TEST(EitherTest, MapsAndVisitRunOnlyTheActionOfTheCaseHeld) {
   int calls = 0;
   auto length = [&](const std::string& s) {
     ++calls;
     return s.size();
   };
-  auto twice = [&](int v) {
-    ++calls;
-    return v * 2.5;
-  };
   EXPECT_EQ(IntOrString::right("abc").mapRight(length), (Either<int, std::size_t>::right(3)));
   EXPECT_EQ(IntOrString::left(2).mapRight(length), (Either<int, std::size_t>::left(2)));
+  EXPECT_EQ(IntOrString::left(2).mapLeft([](int v) { return v * 2.5; }),
+            (Either<double, std::string>::left(5.0)));
   EXPECT_EQ(calls, 1);
-  EXPECT_EQ(IntOrString::left(2).mapLeft(twice), (Either<double, std::string>::left(5.0)));
-  EXPECT_EQ(IntOrString::right("a").mapLeft(twice), (Either<double, std::string>::right("a")));
-  EXPECT_EQ(calls, 2);
-  // Same types on both sides: the case survives the mapping.
   EXPECT_EQ(Twins::right(1).mapLeft([](int v) { return v + 1; }), Twins::right(1));
   EXPECT_EQ(Twins::left(1).mapRight([](int v) { return v + 1; }), Twins::left(1));
-}
-
-TEST(EitherTest, ErrorsOfMapsAndActionsPassOut) {
+  EXPECT_EQ(Twins::right(2).visit([](int) { return "L"; }, [](int) { return "R"; }),
+            std::string("R"));
   auto fail = [](const auto&) -> int { throw std::runtime_error("boom"); };
-  EXPECT_THROW(IntOrString::left(1).mapLeft(fail), std::runtime_error);
   EXPECT_THROW(IntOrString::right("x").mapRight(fail), std::runtime_error);
   EXPECT_NO_THROW(IntOrString::right("x").mapLeft(fail));
   EXPECT_THROW(IntOrString::right("x").visit([](int) { return 0; }, fail), std::runtime_error);
 }
 
-TEST(EitherTest, VisitCallsExactlyOneAction) {
-  std::vector<std::string> seen;
-  auto record = [&](const IntOrString& value) {
-    value.visit([&](int v) { seen.push_back("left " + std::to_string(v)); },
-                [&](const std::string& s) { seen.push_back("right " + s); });
-  };
-  record(IntOrString::left(7));
-  record(IntOrString::right("seven"));
-  EXPECT_EQ(seen, (std::vector<std::string>{"left 7", "right seven"}));
-  EXPECT_EQ(Twins::right(2).visit([](int) { return "L"; }, [](int) { return "R"; }),
-            std::string("R"));
-}
-
 TEST(EitherTest, EncodesEachCaseUnderItsKeyWithThePayloadUnderUnderscoreZero) {
   EXPECT_EQ(json(IntOrString::left(5)), R"({"left":{"_0":5}})");
   EXPECT_EQ(json(IntOrString::right("x")), R"({"right":{"_0":"x"}})");
-  EXPECT_EQ(json(Twins::right(5)), R"({"right":{"_0":5}})");
   EXPECT_EQ(json(std::vector<Either<std::vector<int>, bool>>{
                 Either<std::vector<int>, bool>::left({1, 2}),
                 Either<std::vector<int>, bool>::right(false)}),
@@ -117,8 +84,6 @@ TEST(EitherTest, EncodesEachCaseUnderItsKeyWithThePayloadUnderUnderscoreZero) {
 TEST(EitherTest, DecodesByTheKeyPresentIgnoringOtherMembers) {
   const JSONDecoder decoder;
   EXPECT_EQ(decoder.decode<IntOrString>(R"({"left":{"_0":1},"other":3})"), IntOrString::left(1));
-  EXPECT_EQ(decoder.decode<IntOrString>(R"({"right":{"_0":"y"}})"), IntOrString::right("y"));
-  EXPECT_EQ(decoder.decode<Twins>(R"({"right":{"_0":1}})"), Twins::right(1));
   for (const auto& value : {Twins::left(-3), Twins::right(8)}) {
     EXPECT_EQ(decoder.decode<Twins>(json(value)), value);
   }
@@ -150,7 +115,6 @@ TEST(EitherTest, PayloadErrorsPassOutUnchanged) {
       {R"({"left":{}})", DecodingError::Kind::keyNotFound, {"left"}},
       {R"({"right":{"_0":2}})", DecodingError::Kind::typeMismatch, {"right", "_0"}},
       {R"({"left":{"_0":"1"}})", DecodingError::Kind::typeMismatch, {"left", "_0"}},
-      {R"({"left":{"_0":null}})", DecodingError::Kind::valueNotFound, {"left", "_0"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);

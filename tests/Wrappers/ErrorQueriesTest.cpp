@@ -12,9 +12,7 @@
 #include "zorlan/Platform/BridgedError.hpp"
 #include "zorlan/Platform/DataFetcherError.hpp"
 #include "zorlan/Platform/URLError.hpp"
-#include "zorlan/Wrappers/AsyncTaskCancelledError.hpp"
 #include "zorlan/Wrappers/Error+Queries.hpp"
-#include "zorlan/Wrappers/FetchPlayerExperienceError.hpp"
 #include "zorlan/Wrappers/NoSelfError.hpp"
 
 namespace zorlan {
@@ -101,11 +99,7 @@ std::vector<Case> cases() {
       {"fetcher error wrapping a plain exception",
        error(DataFetcherError::underlying(error(std::logic_error("bug")))),
        "zorlan::DataFetcherError", 2, {}, "DataFetcherError - logic_error - 1 - []", "2"},
-      {"fetcher error without a wrapped error", error(DataFetcherError::httpStatus(404)),
-       "zorlan::DataFetcherError", 1, {}, "DataFetcherError - 1 - []", "1"},
       {"system error", enoent(), "generic", 2, {}, "system_error - 2 - []", "2"},
-      {"system error, system category", error(std::system_error(13, std::system_category())),
-       "system", 13, {}, "system_error - 13 - []", "13"},
       {"file system error", error(std::filesystem::filesystem_error(
            "open", std::make_error_code(std::errc::permission_denied))),
        "generic", 13, {}, "filesystem_error - 13 - []", "13"},
@@ -115,16 +109,10 @@ std::vector<Case> cases() {
        "std::runtime_error", 1, {}, "runtime_error - 1 - []", "1"},
       {"payload-free error", error(NoSelfError()),
        "zorlan::NoSelfError", 1, {}, "NoSelfError - 1 - []", "1"},
-      {"payload-free error", error(FetchPlayerExperienceError()),
-       "zorlan::FetchPlayerExperienceError", 1, {}, "FetchPlayerExperienceError - 1 - []", "1"},
-      {"payload-free error", error(AsyncTaskCancelledError()),
-       "zorlan::AsyncTaskCancelledError", 1, {}, "AsyncTaskCancelledError - 1 - []", "1"},
       {"template error type", error(Box<URLError>()),
        "zorlan::(anonymous namespace)::Box<zorlan::URLError>", 1, {}, "Box<URLError> - 1 - []", "1"},
       {"client error in the URL domain", error(CustomError("NSURLErrorDomain", -1200)),
        "NSURLErrorDomain", -1200, {}, "CustomError - -1200 - []", "NSURLErrorSecureConnectionFailed"},
-      {"URL code in another domain", error(CustomError("NSCocoaErrorDomain", -1001)),
-       "NSCocoaErrorDomain", -1001, {}, "CustomError - -1001 - []", "-1001"},
       {"nested in a plain exception",
        nestedInside(error(URLError(Code::timedOut)), std::runtime_error("load failed")),
        "std::runtime_error", 1, {-1001}, "runtime_error - 1 - [-1001]", "1"},
@@ -138,6 +126,8 @@ std::vector<Case> cases() {
   // clang-format on
 }
 
+// Each error through the pointer form and, when it is a std::exception, through a
+// base reference, so the queries must look at the dynamic type.
 TEST(ErrorQueriesTest, ReduceErrorsToDomainCodeAndSummaries) {
   for (const Case& c : cases()) {
     SCOPED_TRACE(c.label);
@@ -146,12 +136,6 @@ TEST(ErrorQueriesTest, ReduceErrorsToDomainCodeAndSummaries) {
     EXPECT_EQ(underlyingErrorCodes(c.error), c.underlyingCodes);
     EXPECT_EQ(errorTypeString(c.error), c.typeString);
     EXPECT_EQ(urlErrorCodeName(c.error), c.urlCodeName);
-  }
-}
-
-TEST(ErrorQueriesTest, ReferenceAndPointerFormsAgree) {
-  for (const Case& c : cases()) {
-    SCOPED_TRACE(c.label);
     try {
       std::rethrow_exception(c.error);
     } catch (const std::exception& e) {
@@ -161,16 +145,8 @@ TEST(ErrorQueriesTest, ReferenceAndPointerFormsAgree) {
       EXPECT_EQ(errorTypeString(e), c.typeString);
       EXPECT_EQ(urlErrorCodeName(e), c.urlCodeName);
     } catch (...) {
-      // Values that are not std::exception have only the pointer form.
     }
   }
-}
-
-TEST(ErrorQueriesTest, DynamicTypeNamesTheErrorSeenThroughABaseReference) {
-  const URLError urlError(Code::timedOut);
-  const std::exception& base = urlError;
-  EXPECT_EQ(errorTypeString(base), "URLError - -1001 - []");
-  EXPECT_EQ(urlErrorCodeName(base), "NSURLErrorTimedOut");
 }
 
 TEST(ErrorQueriesTest, URLErrorCodeNamesFollowTheirTable) {
@@ -179,22 +155,16 @@ TEST(ErrorQueriesTest, URLErrorCodeNamesFollowTheirTable) {
     const char* name;
   } table[] = {
       {-1000, "NSURLErrorBadURL"},
-      {-1001, "NSURLErrorTimedOut"},
-      {-1003, "NSURLErrorCannotFindHost"},
       {-1004, "NSURLErrorCannotConnectToHost"},
       {-1017, "NSURLErrorCannotParseResponse"},
       {-1018, "NSURLErrorInternationalRoamingOff"},
       {-1019, "NSURLErrorCallIsActive"},
       {-1020, "NSURLErrorDataNotAllowed"},
-      {-1200, "NSURLErrorSecureConnectionFailed"},
       // Well-known codes left out of the table fall through to decimal.
       {-1002, "-1002"},
       {-1005, "-1005"},
-      {-1009, "-1009"},
       {-999, "-999"},
-      {-1, "-1"},
       {0, "0"},
-      {12345, "12345"},
   };
   for (const auto& row : table) {
     SCOPED_TRACE(row.code);
@@ -219,20 +189,17 @@ TEST(ErrorQueriesTest, URLErrorDescribesItselfAndDropsNullUnderlyingErrors) {
 
 TEST(ErrorQueriesTest, DataFetcherErrorCasesCarryTheirPayloads) {
   const auto wrapped = std::make_exception_ptr(URLError(Code::timedOut));
-  const DataFetcherError cases[] = {DataFetcherError::invalidRequest(),
-                                    DataFetcherError::httpStatus(503),
-                                    DataFetcherError::underlying(wrapped)};
-  EXPECT_EQ(cases[0].kind(), DataFetcherError::Kind::invalidRequest);
-  EXPECT_EQ(cases[0].status(), std::nullopt);
-  EXPECT_EQ(cases[0].underlyingError(), nullptr);
-  EXPECT_STREQ(cases[0].what(), "DataFetcherError.invalidRequest");
-  EXPECT_EQ(cases[1].status(), 503);
-  EXPECT_STREQ(cases[1].what(), "DataFetcherError.httpStatus(503)");
-  EXPECT_EQ(cases[2].underlyingError(), wrapped);
-  EXPECT_STREQ(cases[2].what(),
+  const DataFetcherError invalid = DataFetcherError::invalidRequest();
+  EXPECT_EQ(invalid.status(), std::nullopt);
+  EXPECT_EQ(invalid.underlyingError(), nullptr);
+  EXPECT_STREQ(invalid.what(), "DataFetcherError.invalidRequest");
+  EXPECT_EQ(code(invalid), 0);
+  EXPECT_EQ(DataFetcherError::httpStatus(503).status(), 503);
+  EXPECT_STREQ(DataFetcherError::httpStatus(503).what(), "DataFetcherError.httpStatus(503)");
+  EXPECT_EQ(DataFetcherError::underlying(wrapped).underlyingError(), wrapped);
+  EXPECT_STREQ(DataFetcherError::underlying(wrapped).what(),
                "DataFetcherError.underlying(The operation couldn't be completed. "
                "(NSURLErrorDomain error -1001.))");
-  for (long i = 0; i < 3; ++i) EXPECT_EQ(code(cases[i]), i);
 }
 
 TEST(ErrorQueriesDeathTest, NullErrorsAreRefused) {
@@ -246,13 +213,7 @@ TEST(TypeNameTest, QualifiersAreDroppedEverywhere) {
     const char* qualified;
     const char* unqualified;
   } table[] = {
-      {"int", "int"},
-      {"zorlan::URLError", "URLError"},
-      {"zorlan::detail::Inner", "Inner"},
       {"zorlan::(anonymous namespace)::Local", "Local"},
-      {"zorlan::Either<int, std::__cxx11::basic_string<char, std::char_traits<char>, "
-       "std::allocator<char> > >",
-       "Either<int, basic_string<char, char_traits<char>, allocator<char> > >"},
       {"a::Outer<b::X>::Inner", "Inner"},
       {"a::Pair<a::b::C, std::map<int, x::Y> >", "Pair<C, map<int, Y> >"},
       {"zorlan::Box<unsigned long>", "Box<unsigned long>"},

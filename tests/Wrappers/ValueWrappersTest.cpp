@@ -15,65 +15,40 @@ namespace {
 
 TEST(StackTest, PopsInReverseOrderOfPushesThenGivesAbsent) {
   Stack<int> stack;
-  EXPECT_TRUE(stack.isEmpty());
   EXPECT_EQ(stack.pop(), std::nullopt);
   EXPECT_EQ(stack.peek(), std::nullopt);
-
   stack.push(1);
   stack.push(2);
-  EXPECT_FALSE(stack.isEmpty());
   EXPECT_EQ(stack.items, (std::vector<int>{1, 2}));
   EXPECT_EQ(stack.peek(), 2);
   EXPECT_EQ(stack.items.size(), 2u);  // peek leaves the top in place
   EXPECT_EQ(stack.pop(), 2);
   EXPECT_EQ(stack.pop(), 1);
-  EXPECT_EQ(stack.pop(), std::nullopt);
   EXPECT_TRUE(stack.isEmpty());
-}
-
-TEST(StackTest, TopIsTheLastItemAndCopiesAreIndependent) {
-  Stack<std::string> stack{{"bottom", "middle", "top"}};
-  Stack<std::string> copy = stack;
-  EXPECT_EQ(stack.pop(), "top");
-  EXPECT_EQ(stack.peek(), "middle");
+  // Built from items: the last one is the top; copies are independent.
+  Stack<std::string> built{{"bottom", "top"}};
+  Stack<std::string> copy = built;
+  EXPECT_EQ(built.pop(), "top");
   EXPECT_EQ(copy.peek(), "top");
-  EXPECT_NE(stack, copy);
-  copy.pop();
-  EXPECT_EQ(stack, copy);
+  EXPECT_NE(built, copy);
 }
 
-TEST(LoadingStateTest, OnlyLoadedHasAValue) {
-  const auto loaded = LoadingState<std::string>::loaded("poster");
-  const auto unloaded = LoadingState<std::string>::unloaded();
-  EXPECT_TRUE(loaded.isLoaded());
-  EXPECT_EQ(loaded.which(), LoadingState<std::string>::Case::loaded);
-  EXPECT_EQ(loaded.value(), "poster");
-  EXPECT_FALSE(unloaded.isLoaded());
-  EXPECT_EQ(unloaded.which(), LoadingState<std::string>::Case::unloaded);
-  EXPECT_EQ(unloaded.value(), std::nullopt);
-  EXPECT_EQ(LoadingState<std::string>(), unloaded);
-}
-
-TEST(LoadingStateTest, EqualWhenSameCaseAndPayload) {
+TEST(LoadingStateTest, OnlyLoadedHasAValueEvenAnAbsentOne) {
   using State = LoadingState<int>;
-  EXPECT_EQ(State::loaded(3), State::loaded(3));
+  EXPECT_EQ(State::loaded(3).value(), 3);
+  EXPECT_EQ(State::unloaded().value(), std::nullopt);
+  EXPECT_EQ(State(), State::unloaded());
   EXPECT_NE(State::loaded(3), State::loaded(4));
   EXPECT_NE(State::loaded(0), State::unloaded());
-  EXPECT_EQ(State::unloaded(), State::unloaded());
-}
-
-TEST(LoadingStateTest, LoadedAbsentPayloadIsStillLoaded) {
   // A loaded optional that holds nothing differs from not being loaded.
   const auto state = LoadingState<std::optional<int>>::loaded(std::nullopt);
   EXPECT_TRUE(state.isLoaded());
   ASSERT_TRUE(state.value().has_value());
-  EXPECT_EQ(*state.value(), std::nullopt);
   EXPECT_NE(state, LoadingState<std::optional<int>>::unloaded());
 }
 
 struct NoComparison {};
 static_assert(!std::equality_comparable<LoadingState<NoComparison>>);
-static_assert(std::equality_comparable<LoadingState<int>>);
 
 // A type that conforms through its own members.
 struct Volume {
@@ -86,7 +61,6 @@ TEST(OptionalEquivalentTest, OptionalsAndConformingTypesGiveTheirEmptyValue) {
   static_assert(OptionalEquivalent<std::optional<int>>);
   static_assert(OptionalEquivalent<Volume>);
   static_assert(!OptionalEquivalent<int>);
-  static_assert(!OptionalEquivalent<std::vector<int>>);
   static_assert(std::is_same_v<WrappedValueType<std::optional<std::string>>, std::string>);
   static_assert(std::is_same_v<WrappedValueType<Volume>, int>);
 
@@ -105,11 +79,9 @@ TEST(CountableTest, VectorsStacksAndMemberConformersTellEmptiness) {
   static_assert(Countable<Playlist>);
   static_assert(!Countable<int>);
 
-  EXPECT_TRUE(isEmpty(std::vector<int>{}));
   EXPECT_FALSE(isEmpty(std::vector<int>{0}));
   EXPECT_TRUE(isEmpty(Stack<int>{}));
   EXPECT_FALSE(isEmpty(Stack<int>{{7}}));
-  EXPECT_TRUE(isEmpty(Playlist{}));
   EXPECT_FALSE(isEmpty(Playlist{{"intro"}}));
 }
 
