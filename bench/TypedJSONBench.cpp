@@ -1,0 +1,112 @@
+// A ~50 KB catalog read into the typed JSON tree and written back to bytes,
+// against Boost.JSON parsing the same bytes into its own tree and serializing
+// it; plus the tree's own walks (equality, tolerant comparison, copy and
+// rewrite of one member) for reference.
+#include <benchmark/benchmark.h>
+
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "support/CatalogDocument.hpp"
+#include "support/Ratio.hpp"
+#include "zorlan/Coding/JSONDecoder.hpp"
+#include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/JSON/TypedJSONContainer.hpp"
+
+namespace {
+
+using zorlan::TypedJSON;
+
+const std::string& catalogText() {
+  static const std::string text = zorlan::bench::makeCatalogText();
+  return text;
+}
+
+const TypedJSON& catalogTree() {
+  static const TypedJSON tree = zorlan::JSONDecoder().decode<TypedJSON>(catalogText());
+  return tree;
+}
+
+// Both sides must do the same work: read every value of the same bytes and
+// write text that reads back as the same document.
+void checkSameWork() {
+  const std::string ours = zorlan::JSONEncoder().encodeToString(catalogTree());
+  const std::string theirs = boost::json::serialize(boost::json::parse(catalogText()));
+  const bool same = zorlan::JSONDecoder().decode<TypedJSON>(theirs) == catalogTree() &&
+                    zorlan::JSONDecoder().decode<TypedJSON>(ours) == catalogTree() &&
+                    ours.size() > catalogText().size() / 2;
+  if (!same) {
+    std::fprintf(stderr, "the two round trips disagree on the catalog\n");
+    std::exit(1);
+  }
+}
+
+void BM_TypedJSONRoundTrip(benchmark::State& state) {
+  const std::string& text = catalogText();
+  for (auto _ : state) {
+    TypedJSON tree = zorlan::JSONDecoder().decode<TypedJSON>(text);
+    zorlan::Data bytes = zorlan::JSONEncoder().encode(tree);
+    benchmark::DoNotOptimize(bytes);
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+}
+BENCHMARK(BM_TypedJSONRoundTrip);
+
+void BM_BoostRoundTrip(benchmark::State& state) {
+  const std::string& text = catalogText();
+  for (auto _ : state) {
+    std::string bytes = boost::json::serialize(boost::json::parse(text));
+    benchmark::DoNotOptimize(bytes);
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+}
+BENCHMARK(BM_BoostRoundTrip);
+
+void BM_TypedJSONDecode(benchmark::State& state) {
+  const std::string& text = catalogText();
+  for (auto _ : state) {
+    TypedJSON tree = zorlan::JSONDecoder().decode<TypedJSON>(text);
+    benchmark::DoNotOptimize(tree);
+  }
+}
+BENCHMARK(BM_TypedJSONDecode);
+
+void BM_TypedJSONEncode(benchmark::State& state) {
+  const TypedJSON& tree = catalogTree();
+  for (auto _ : state) {
+    zorlan::Data bytes = zorlan::JSONEncoder().encode(tree);
+    benchmark::DoNotOptimize(bytes);
+  }
+}
+BENCHMARK(BM_TypedJSONEncode);
+
+// Rewriting one member deep in a copy shares everything else.
+void BM_TypedJSONCopyAndRewriteOneMember(benchmark::State& state) {
+  const TypedJSON& tree = catalogTree();
+  for (auto _ : state) {
+    TypedJSON copy = tree;
+    copy["region"] = TypedJSON("US");
+    copy = std::move(copy).renaming("generated", "generatedAt");
+    benchmark::DoNotOptimize(copy);
+  }
+}
+BENCHMARK(BM_TypedJSONCopyAndRewriteOneMember);
+
+void BM_TypedJSONRoughlyEqual(benchmark::State& state) {
+  const TypedJSON& tree = catalogTree();
+  const TypedJSON other = zorlan::JSONDecoder().decode<TypedJSON>(catalogText());
+  for (auto _ : state) benchmark::DoNotOptimize(tree.roughlyEqual(other, 1e-9));
+}
+BENCHMARK(BM_TypedJSONRoughlyEqual);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  checkSameWork();
+  return zorlan::bench::runBenchmarks(
+      argc, argv,
+      {{"typed_json_vs_boost_roundtrip", "BM_TypedJSONRoundTrip", "BM_BoostRoundTrip"}});
+}
