@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <future>
 #include <thread>
 #include <vector>
@@ -13,53 +14,84 @@
 namespace zorlan {
 namespace {
 
-TEST(DispatchQueueConcurrencyTest, ConcurrentAsyncAndSyncAreSerialised) {
-  DispatchQueue queue("com.zorlan.test.concurrent");
-  long counter = 0;  // unprotected: the queue is the only guard
-  std::vector<std::vector<long>> seenByThread(4);
+// Two submitters share `left`; `right` and `root` have one each; all of them
+// end up on `root`, so nothing overlaps and each submitter's order holds.
+TEST(DispatchQueueConcurrencyTest, AsyncAndSyncFromManyThreadsAreSerialisedInSubmitterOrder) {
+  DispatchQueue root("com.zorlan.test.shared-root");
+  DispatchQueue left("com.zorlan.test.left", DispatchQoS::utility, root);
+  DispatchQueue right("com.zorlan.test.right", DispatchQoS::utility, root);
+  const DispatchQueue* queues[] = {&left, &left, &right, &root};
+  long counter = 0;  // unprotected: the shared target is the only guard
+  std::vector<std::vector<int>> received(4);
+  std::vector<std::vector<long>> seenBySync(4);
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < 500; ++i) {
-        queue.async([&] { ++counter; });
-        if (i % 10 == 0) seenByThread[t].push_back(queue.sync([&] { return ++counter; }));
+        queues[t]->async([&, t, i] {
+          ++counter;
+          received[t].push_back(i);
+        });
+        if (i % 10 == 0) seenBySync[t].push_back(queues[t]->sync([&] { return ++counter; }));
       }
     });
   }
   for (auto& thread : threads) thread.join();
-  std::promise<long> total;
-  queue.async([&] { total.set_value(counter); });
-  EXPECT_EQ(total.get_future().get(), 4 * (500 + 50));
-  for (const auto& seen : seenByThread) {
-    for (std::size_t i = 1; i < seen.size(); ++i) EXPECT_LT(seen[i - 1], seen[i]);
+  left.sync([] {});
+  right.sync([] {});
+  EXPECT_EQ(root.sync([&] { return counter; }), 4 * (500 + 50));
+  for (int t = 0; t < 4; ++t) {
+    ASSERT_EQ(received[t].size(), 500u);
+    for (int i = 0; i < 500; ++i) ASSERT_EQ(received[t][i], i);
+    for (std::size_t i = 1; i < seenBySync[t].size(); ++i) {
+      EXPECT_LT(seenBySync[t][i - 1], seenBySync[t][i]);
+    }
   }
 }
 
-TEST(DispatchQueueConcurrencyTest, PerSubmitterOrderHoldsUnderContention) {
-  DispatchQueue queue("com.zorlan.test.fifo");
-  std::vector<std::vector<int>> received(3);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < 1000; ++i) queue.async([&, t, i] { received[t].push_back(i); });
+// Runs `work(i)` for i in [0, n) on n global-queue work items that all start
+// (occupying the whole pool) before any of them goes on; fails the test
+// instead of hanging when they do not all finish.
+template <class Work>
+void onEveryPoolThreadAtOnce(unsigned n, std::function<void()> beforeRelease, Work work) {
+  std::atomic<unsigned> started{0};
+  std::promise<void> gate;
+  std::shared_future<void> opened = gate.get_future().share();
+  std::promise<void> allDone;
+  std::atomic<unsigned> finished{0};
+  for (unsigned i = 0; i < n; ++i) {
+    DispatchQueue::global().async([&, i] {
+      started.fetch_add(1);
+      opened.wait();
+      work(i);
+      if (finished.fetch_add(1) + 1 == n) allDone.set_value();
     });
   }
-  for (auto& thread : threads) thread.join();
-  queue.sync([] {});
-  for (const auto& list : received) {
-    ASSERT_EQ(list.size(), 1000u);
-    for (int i = 0; i < 1000; ++i) ASSERT_EQ(list[i], i);
+  while (started.load() < n) std::this_thread::yield();
+  beforeRelease();
+  gate.set_value();
+  // A guard against a hang, not a timing assertion: a starved queue never finishes.
+  if (allDone.get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+    ADD_FAILURE() << "starved: sync callers never got their turn";
+    std::abort();
   }
 }
 
+// Workers sync onto the main queue (on their own threads) while the host runs
+// it; the last one stops the host's run.
 TEST(DispatchQueueConcurrencyTest, MainQueueSyncFromWorkersWhileTheHostRunsIt) {
   int counter = 0;
   std::vector<std::thread> workers;
   std::atomic<int> finished{0};
+  std::atomic<bool> syncOnOtherThread{false};
   for (int t = 0; t < 3; ++t) {
     workers.emplace_back([&] {
       for (int i = 0; i < 100; ++i) {
-        DispatchQueue::main().sync([&] { ++counter; });
+        const auto self = std::this_thread::get_id();
+        DispatchQueue::main().sync([&] {
+          ++counter;
+          if (std::this_thread::get_id() != self) syncOnOtherThread = true;
+        });
         DispatchQueue::main().async([&] { ++counter; });
       }
       if (finished.fetch_add(1) == 2) DispatchQueue::main().async([] { MainRunLoop::stop(); });
@@ -69,6 +101,7 @@ TEST(DispatchQueueConcurrencyTest, MainQueueSyncFromWorkersWhileTheHostRunsIt) {
   for (auto& worker : workers) worker.join();
   MainRunLoop::runUntilIdle();
   EXPECT_EQ(counter, 600);
+  EXPECT_FALSE(syncOnOtherThread.load());
 }
 
 // Every pool thread runs global-queue work that syncs onto a serial queue whose
@@ -77,55 +110,15 @@ TEST(DispatchQueueConcurrencyTest, MainQueueSyncFromWorkersWhileTheHostRunsIt) {
 TEST(DispatchQueueConcurrencyTest, SyncFromEveryPoolThreadDoesNotStarveTheQueue) {
   const unsigned poolSize = std::max(2u, std::thread::hardware_concurrency());
   DispatchQueue serial("com.zorlan.test.starved");
-  std::atomic<unsigned> started{0};
-  std::promise<void> gate;
-  std::shared_future<void> opened = gate.get_future().share();
   std::vector<int> order;  // guarded by the serial queue
-  std::promise<void> allDone;
-  std::atomic<unsigned> finished{0};
-  for (unsigned i = 0; i < poolSize; ++i) {
-    DispatchQueue::global().async([&, i] {
-      started.fetch_add(1);
-      opened.wait();
-      serial.sync([&] { order.push_back(static_cast<int>(i) + 1); });
-      if (finished.fetch_add(1) + 1 == poolSize) allDone.set_value();
-    });
-  }
-  while (started.load() < poolSize) std::this_thread::yield();
-  serial.async([&] { order.push_back(0); });  // its drain queues behind the busy pool
-  gate.set_value();
-  // A guard against a hang, not a timing assertion: a starved queue never finishes.
-  if (allDone.get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
-    ADD_FAILURE() << "serial queue starved: sync callers never got their turn";
-    std::abort();
-  }
+  onEveryPoolThreadAtOnce(
+      poolSize,
+      [&] { serial.async([&] { order.push_back(0); }); },  // its drain queues behind the pool
+      [&](unsigned i) { serial.sync([&] { order.push_back(static_cast<int>(i) + 1); }); });
   serial.sync([] {});
   ASSERT_EQ(order.size(), poolSize + 1);
   EXPECT_EQ(order.front(), 0);  // the earlier async still ran first
 }
-
-
-TEST(DispatchQueueConcurrencyTest, ChildAndTargetWorkNeverOverlapAcrossThreads) {
-  DispatchQueue root("com.zorlan.test.shared-root");
-  DispatchQueue left("com.zorlan.test.left", DispatchQoS::utility, root);
-  DispatchQueue right("com.zorlan.test.right", DispatchQoS::utility, root);
-  long counter = 0;  // unprotected: the shared target is the only guard
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([&, t] {
-      const DispatchQueue& mine = t == 0 ? left : t == 1 ? right : root;
-      for (int i = 0; i < 300; ++i) {
-        mine.async([&] { ++counter; });
-        if (i % 3 == 0) mine.sync([&] { ++counter; });
-      }
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  left.sync([] {});
-  right.sync([] {});
-  EXPECT_EQ(root.sync([&] { return counter; }), 3 * (300 + 100));
-}
-
 
 // Every pool thread syncs onto its own idle queue, all of them targeting one
 // serial queue: each caller holds the chain on its own thread in turn, with
@@ -137,27 +130,9 @@ TEST(DispatchQueueConcurrencyTest, SyncOntoIdleChildQueuesFromEveryPoolThreadNee
   for (unsigned i = 0; i < poolSize; ++i) {
     children.emplace_back("com.zorlan.test.child", DispatchQoS::unspecified, root);
   }
-  std::atomic<unsigned> started{0};
-  std::promise<void> gate;
-  std::shared_future<void> opened = gate.get_future().share();
   long counter = 0;  // guarded by the shared target
-  std::promise<void> allDone;
-  std::atomic<unsigned> finished{0};
-  for (unsigned i = 0; i < poolSize; ++i) {
-    DispatchQueue::global().async([&, i] {
-      started.fetch_add(1);
-      opened.wait();
-      children[i].sync([&] { ++counter; });
-      if (finished.fetch_add(1) + 1 == poolSize) allDone.set_value();
-    });
-  }
-  while (started.load() < poolSize) std::this_thread::yield();
-  gate.set_value();
-  // A guard against a hang, not a timing assertion.
-  if (allDone.get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
-    ADD_FAILURE() << "child queues starved: sync callers never got their turn";
-    std::abort();
-  }
+  onEveryPoolThreadAtOnce(
+      poolSize, [] {}, [&](unsigned i) { children[i].sync([&] { ++counter; }); });
   EXPECT_EQ(root.sync([&] { return counter; }), static_cast<long>(poolSize));
 }
 
