@@ -19,6 +19,17 @@ struct Collected {
   Disposable subscription;
 };
 
+// The what() of the exception in `e`.
+inline std::string whatOf(std::exception_ptr e) {
+  try {
+    std::rethrow_exception(e);
+  } catch (const std::exception& x) {
+    return x.what();
+  } catch (...) {
+    return "not a std::exception";
+  }
+}
+
 template <class T>
 std::shared_ptr<Collected<T>> collect(const Observable<T>& source) {
   auto c = std::make_shared<Collected<T>>();
@@ -29,13 +40,7 @@ std::shared_ptr<Collected<T>> collect(const Observable<T>& source) {
         if (auto c = weak.lock()) c->elements.push_back(v);
       },
       [weak](std::exception_ptr e) {
-        auto c = weak.lock();
-        if (!c) return;
-        try {
-          std::rethrow_exception(e);
-        } catch (const std::exception& x) {
-          c->error = x.what();
-        }
+        if (auto c = weak.lock()) c->error = whatOf(e);
       },
       [weak] {
         if (auto c = weak.lock()) c->completed = true;
