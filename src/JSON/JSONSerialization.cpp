@@ -36,6 +36,25 @@ void checkFinite(const boost::json::value& value, std::size_t depth) {
   }
 }
 
+// The parser reads a zero with an exponent past the range of double ("0e400")
+// as NaN, which JSON text cannot otherwise produce; its value is zero. Depth
+// is bounded by the parser's limit.
+void repairZeros(boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::double_:
+      if (std::isnan(value.get_double())) value = 0.0;
+      return;
+    case boost::json::kind::array:
+      for (auto& element : value.get_array()) repairZeros(element);
+      return;
+    case boost::json::kind::object:
+      for (auto& member : value.get_object()) repairZeros(member.value());
+      return;
+    default:
+      return;
+  }
+}
+
 }  // namespace
 
 const char* JSONSerializationError::what() const noexcept {
@@ -78,6 +97,7 @@ boost::json::value JSONSerialization::jsonObject(std::string_view text,
                            std::make_exception_ptr(std::system_error(ec)));
   }
   boost::json::value value = parser.release();
+  repairZeros(value);
   if (!options.fragmentsAllowed && !value.is_object() && !value.is_array()) {
     throw JSONReadingError(
         "JSON text did not start with array or object and option to allow fragments not set.",

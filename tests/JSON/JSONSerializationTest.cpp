@@ -116,6 +116,24 @@ TEST(JSONSerialization, ReadsTheDictionaryWithItsValues) {
   EXPECT_TRUE(d.at("u").is_uint64());
 }
 
+TEST(JSONSerialization, ZeroWithAHugeExponentIsZero) {
+  // Not NaN, which would make the dictionary unequal to itself.
+  const std::pair<const char*, const char*> cases[] = {
+      {R"({"n":0e400})", R"({"n":0})"},
+      {R"({"n":-0.000e999})", R"({"n":0})"},
+      {R"({"n":[0E+309]})", R"({"n":[0]})"},
+  };
+  for (const auto& [text, written] : cases) {
+    SCOPED_TRACE(text);
+    JSONDictionary d = JSONSerialization::json(std::string_view(text));
+    EXPECT_EQ(d, d);
+    EXPECT_EQ(JSONSerialization::string(d), written);
+  }
+  // Beyond the range otherwise: infinity, which cannot be written.
+  JSONDictionary huge = JSONSerialization::json(std::string_view(R"({"n":0.1e400})"));
+  EXPECT_THROW(JSONSerialization::string(huge), EncodingError);
+}
+
 TEST(JSONSerialization, AReadingErrorSaysWhereAndWhy) {
   try {
     JSONSerialization::json(std::string_view(R"({"a": x})"));

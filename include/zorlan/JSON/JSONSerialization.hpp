@@ -96,8 +96,11 @@ class JSONSerialization {
  public:
   // The JSON value of `text` (UTF-8, or UTF-8 after a UTF-8 byte order mark,
   // which is skipped). Objects and arrays nested deeper than kMaxCodingDepth
-  // are refused. Throws JSONReadingError for text that is not JSON under
-  // `options`.
+  // are refused. Integers keep their kind (int64, or uint64 above its range);
+  // other numbers are doubles; a zero with any exponent is zero ("0e400"), a
+  // number beyond the range of double (1e400) reads as infinity, which
+  // `string` then refuses to write. Throws
+  // JSONReadingError for text that is not JSON under `options`.
   static boost::json::value jsonObject(std::string_view text, const JSONReadingOptions& options = {});
   static boost::json::value jsonObject(const Data& data, const JSONReadingOptions& options = {});
 
