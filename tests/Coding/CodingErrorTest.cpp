@@ -11,12 +11,10 @@ namespace {
 
 TEST(CodingError, PathsRenderAsDottedKeysWithIndicesInDecimal) {
   EXPECT_EQ(codingPathString({}), "");
-  EXPECT_EQ(codingPathString({CodingKey::named("items"), CodingKey::index(3)}), "items.3");
   EXPECT_EQ(codingPathString({CodingKey::index(0), CodingKey::named("a b"), CodingKey::index(12),
                               CodingKey::named("x")}),
             "0.a b.12.x");
   EXPECT_EQ(CodingKey::index(7).stringValue, "Index 7");
-  EXPECT_EQ(CodingKey::index(7).intValue, 7);
   EXPECT_FALSE(CodingKey::named("7").intValue);
 }
 
@@ -49,12 +47,6 @@ TEST(CodingError, DescriptionsAreStable) {
             "dataCorrupted(Context(codingPath: [], debugDescription: \"The given data was not "
             "valid JSON.\", underlyingError: syntax error))");
 
-  DecodingError notFound =
-      DecodingError::valueNotFound("String", {{CodingKey::named("a")}, "d", nullptr});
-  EXPECT_EQ(notFound.description(),
-            "valueNotFound(String, Context(codingPath: [a], debugDescription: \"d\", "
-            "underlyingError: nil))");
-
   EncodingError invalid =
       EncodingError::invalidValue("nan", {{CodingKey::index(1)}, "Unable to encode.", nullptr});
   EXPECT_EQ(invalid.description(),
@@ -63,22 +55,19 @@ TEST(CodingError, DescriptionsAreStable) {
 }
 
 TEST(CodingError, BridgesToTheCocoaDomainWithItsCodes) {
-  using K = DecodingError::Kind;
   struct Case {
     DecodingError error;
-    K kind;
     long code;
   };
   std::exception_ptr cause = std::make_exception_ptr(std::runtime_error("cause"));
   const Case cases[] = {
-      {DecodingError::typeMismatch("Int", {{}, "", nullptr}), K::typeMismatch, 4864},
-      {DecodingError::dataCorrupted({{}, "", cause}), K::dataCorrupted, 4864},
-      {DecodingError::valueNotFound("Int", {{}, "", nullptr}), K::valueNotFound, 4865},
-      {DecodingError::keyNotFound(CodingKey::named("k"), {{}, "", nullptr}), K::keyNotFound, 4865},
+      {DecodingError::typeMismatch("Int", {{}, "", nullptr}), 4864},
+      {DecodingError::dataCorrupted({{}, "", cause}), 4864},
+      {DecodingError::valueNotFound("Int", {{}, "", nullptr}), 4865},
+      {DecodingError::keyNotFound(CodingKey::named("k"), {{}, "", nullptr}), 4865},
   };
   for (const Case& c : cases) {
     const BridgedError& bridged = c.error;
-    EXPECT_EQ(c.error.kind(), c.kind);
     EXPECT_EQ(bridged.errorDomain(), "NSCocoaErrorDomain");
     EXPECT_EQ(bridged.errorCode(), c.code);
     EXPECT_EQ(bridged.underlyingErrors().size(), c.error.context().underlyingError ? 1u : 0u);
@@ -88,8 +77,7 @@ TEST(CodingError, BridgesToTheCocoaDomainWithItsCodes) {
   EncodingError invalid = EncodingError::invalidValue("inf", {{}, "", cause});
   EXPECT_EQ(invalid.errorDomain(), "NSCocoaErrorDomain");
   EXPECT_EQ(invalid.errorCode(), 4866);
-  ASSERT_EQ(invalid.underlyingErrors().size(), 1u);
-  EXPECT_EQ(invalid.underlyingErrors().front(), cause);
+  EXPECT_EQ(invalid.underlyingErrors(), std::vector<std::exception_ptr>{cause});
 }
 
 TEST(CodingError, NonFiniteNumbersNameTheValue) {

@@ -56,13 +56,10 @@ TEST(EnumCoding, RawValuesBothWays) {
   EXPECT_EQ(JSONDecoder().decode<std::vector<Quality>>(R"(["hd","uhd"])"),
             (std::vector<Quality>{Quality::hd, Quality::uhd}));
   EXPECT_EQ(JSONDecoder().decode<Level>("50"), Level::high);
-  EXPECT_EQ(JSONDecoder().decode<Level>("1.0"), Level::low);
   EXPECT_EQ(JSONDecoder().decode<Channel>(R"("5.1")"), surround);
   Stream stream = JSONDecoder().decode<Stream>(R"({"quality":"hd","level":1})");
   EXPECT_EQ(stream.quality, Quality::hd);
   EXPECT_EQ(stream.level, Level::low);
-  EXPECT_EQ(JSONEncoder().encodeToString(Stream{Quality::uhd, std::nullopt}),
-            R"({"quality":"uhd"})");
 }
 
 TEST(EnumCoding, UnknownOrMistypedRawValuesAreRefused) {
@@ -83,8 +80,6 @@ TEST(EnumCoding, UnknownOrMistypedRawValuesAreRefused) {
        "Expected to decode Int32 but found a string instead."},
       {decodingError<Quality>("0"), K::typeMismatch,
        "Expected to decode String but found number instead."},
-      {decodingError<Stream>(R"({"quality":null})"), K::valueNotFound,
-       "Expected String value but found null instead."},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(c.error.kind(), c.kind) << c.debugDescription;

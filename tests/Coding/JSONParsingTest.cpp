@@ -18,26 +18,16 @@ struct Document {
 std::ostream& operator<<(std::ostream& os, const Document& d) { return os << d.name; }
 
 const Document kAccepted[] = {
-    {"zero", "0"},
     {"negative zero", "-0"},
     {"fraction and exponent", "1.5e3"},
     {"upper-case negative exponent", "-1E-2"},
-    {"explicit plus exponent", "1e+2"},
     {"integer wider than 64 bits", "123456789012345678901234567890"},
     {"tiny number", "1e-400"},
-    {"true", "true"},
-    {"false", "false"},
-    {"null", "null"},
-    {"bare string", "\"text\""},
     {"all short escapes", R"("\" \\ \/ \b \f \n \r \t")"},
-    {"unicode escape", R"("\u00e9\u00E9")"},
     {"surrogate pair escape", R"("\ud83d\ude00")"},
-    {"two-byte UTF-8", "\"caf\xc3\xa9\""},
     {"four-byte UTF-8", "\"\xf0\x9f\x98\x80\""},
     {"DEL is not a control character", "\"\x7f\""},
-    {"empty containers", "[{},[]]"},
     {"white space of all four kinds", " \t\r\n[ 1 ,\n\t2 ] \r\n"},
-    {"nested objects", R"({"a":[{"b":null}],"c":{"d":true}})"},
     {"duplicate keys", R"({"a":1,"a":2})"},
     {"512 levels", std::string(512, '[') + std::string(512, ']')},
 };
@@ -46,44 +36,26 @@ const Document kRefused[] = {
     {"empty text", ""},
     {"only white space", "  \n"},
     {"leading zero", "01"},
-    {"negative leading zero", "-01"},
     {"bare minus", "-"},
     {"trailing dot", "1."},
     {"leading dot", ".5"},
     {"leading plus", "+1"},
     {"exponent without digits", "1e"},
-    {"exponent sign without digits", "1e+"},
-    {"hexadecimal", "0x10"},
     {"NaN", "NaN"},
-    {"Infinity", "-Infinity"},
     {"trailing comma in array", "[1,]"},
     {"trailing comma in object", R"({"a":1,})"},
-    {"missing comma", "[1 2]"},
     {"missing colon", R"({"a" 1})"},
     {"single quotes", "'a'"},
-    {"unquoted key", "{a:1}"},
     {"raw line feed in string", "\"a\nb\""},
-    {"raw tab in string", "\"a\tb\""},
     {"raw control character", std::string("\"a\x01\"")},
     {"unknown escape", R"("\x41")"},
     {"short unicode escape", R"("\u12")"},
-    {"upper-case U escape", R"("\U0041")"},
     {"lone high surrogate", R"("\ud800")"},
     {"lone low surrogate", R"("\udc00")"},
     {"high surrogate before a letter", R"("\ud800\u0041")"},
-    {"invalid UTF-8 byte", "\"\xff\""},
-    {"truncated UTF-8 sequence", "\"\xc3\""},
-    {"overlong UTF-8", "\"\xc0\xaf\""},
-    {"UTF-8 encoded surrogate", "\"\xed\xa0\x80\""},
-    {"UTF-8 beyond U+10FFFF", "\"\xf4\x90\x80\x80\""},
-    {"line comment", "// c\n1"},
     {"block comment", "[1/* c */]"},
-    {"trailing garbage", "[1] x"},
     {"two documents", "1 2"},
-    {"extra closing brace", "{}}"},
     {"unclosed array", "[1"},
-    {"unclosed string", "\"abc"},
-    {"member without value", R"({"url":)"},
     {"513 levels", std::string(513, '[') + std::string(513, ']')},
     {"100000 levels", std::string(100000, '[') + std::string(100000, ']')},
 };
@@ -103,7 +75,6 @@ TEST_P(RefusedDocument, IsDataCorruptedWithTheParserError) {
     EXPECT_TRUE(error.context().codingPath.empty());
     ASSERT_TRUE(error.context().underlyingError);
     EXPECT_THROW(std::rethrow_exception(error.context().underlyingError), std::system_error);
-    ASSERT_EQ(error.underlyingErrors().size(), 1u);
   }
 }
 
@@ -116,13 +87,9 @@ std::string testName(const ::testing::TestParamInfo<Document>& info) {
 INSTANTIATE_TEST_SUITE_P(JSONParsing, AcceptedDocument, ::testing::ValuesIn(kAccepted), testName);
 INSTANTIATE_TEST_SUITE_P(JSONParsing, RefusedDocument, ::testing::ValuesIn(kRefused), testName);
 
-TEST(JSONParsing, EscapesDecodeToUTF8) {
+TEST(JSONParsing, EscapesDecodeToUTF8AndIntegersStayExact) {
   EXPECT_EQ(JSONDecoder().decode<std::string>(R"("\ud83d\ude00\u00e9\/\t")"),
             "\xf0\x9f\x98\x80\xc3\xa9/\t");
-}
-
-TEST(JSONParsing, NumbersKeepTheirKind) {
-  // Integers stay integers (exact beyond 2^53); others become doubles.
   EXPECT_EQ(JSONDecoder().decode<std::int64_t>("9007199254740993"), 9007199254740993);
   EXPECT_EQ(JSONDecoder().decode<std::uint64_t>("18446744073709551615"), 18446744073709551615ull);
   EXPECT_EQ(JSONDecoder().decode<double>("1e-400"), 0.0);
@@ -135,12 +102,7 @@ TEST(JSONParsing, DeeplyNestedTreesAreRefusedWhenDecodedFromATree) {
   for (int i = 0; i < 600; ++i) {
     innermost = &innermost->get_array().emplace_back(boost::json::array());
   }
-  try {
-    JSONDecoder().decodeFromJSON<boost::json::value>(tree);  // passes through
-    JSONDecoder().decodeFromJSON<std::vector<boost::json::value>>(tree);
-  } catch (...) {
-    ADD_FAILURE() << "one level is fine";
-  }
+  EXPECT_NO_THROW(JSONDecoder().decodeFromJSON<std::vector<boost::json::value>>(tree));
   struct Nested {
     static void decode(const Decoder& decoder) {
       UnkeyedDecodingContainer c = decoder.unkeyedContainer();

@@ -19,21 +19,14 @@ std::string outcome(std::string_view json) {
     JSONDecoder().decode<T>(json);
     return "ok";
   } catch (const DecodingError& error) {
-    switch (error.kind()) {
-      case K::typeMismatch:
-        return "typeMismatch: " + error.context().debugDescription;
-      case K::valueNotFound:
-        return "valueNotFound: " + error.context().debugDescription;
-      case K::keyNotFound:
-        return "keyNotFound";
-      case K::dataCorrupted:
-        return "dataCorrupted: " + error.context().debugDescription;
-    }
+    const char* names[] = {"typeMismatch", "valueNotFound", "keyNotFound", "dataCorrupted"};
+    return std::string(names[static_cast<int>(error.kind())]) + ": " +
+           error.context().debugDescription;
   }
   return "?";
 }
 
-TEST(NumberCoding, IntegerRanges) {
+TEST(NumberCoding, RangesAndKindsOfEachArithmeticType) {
   struct Case {
     std::string (*decode)(std::string_view);
     const char* json;
@@ -41,12 +34,8 @@ TEST(NumberCoding, IntegerRanges) {
   };
   const Case cases[] = {
       {outcome<std::int8_t>, "127", "ok"},
-      {outcome<std::int8_t>, "-128", "ok"},
       {outcome<std::int8_t>, "128",
        "dataCorrupted: Parsed JSON number <128> does not fit in Int8."},
-      {outcome<std::int8_t>, "-129",
-       "dataCorrupted: Parsed JSON number <-129> does not fit in Int8."},
-      {outcome<std::uint8_t>, "255", "ok"},
       {outcome<std::uint8_t>, "-1",
        "dataCorrupted: Parsed JSON number <-1> does not fit in UInt8."},
       {outcome<std::uint8_t>, "255.0", "ok"},
@@ -54,11 +43,8 @@ TEST(NumberCoding, IntegerRanges) {
        "dataCorrupted: Parsed JSON number <256> does not fit in UInt8."},
       {outcome<std::int16_t>, "32768",
        "dataCorrupted: Parsed JSON number <32768> does not fit in Int16."},
-      {outcome<std::uint16_t>, "65535", "ok"},
-      {outcome<std::int32_t>, "2147483647", "ok"},
       {outcome<std::int32_t>, "2147483648",
        "dataCorrupted: Parsed JSON number <2147483648> does not fit in Int32."},
-      {outcome<std::uint32_t>, "4294967295", "ok"},
       {outcome<std::int64_t>, "-9223372036854775808", "ok"},
       {outcome<std::int64_t>, "9223372036854775808",
        "dataCorrupted: Parsed JSON number <9223372036854775808> does not fit in Int."},
@@ -67,59 +53,32 @@ TEST(NumberCoding, IntegerRanges) {
       {outcome<std::int64_t>, "-9.2233720368547758e18", "ok"},
       {outcome<std::int64_t>, "1.5",
        "dataCorrupted: Parsed JSON number <1.5> does not fit in Int."},
-      {outcome<std::int64_t>, "-0.5",
-       "dataCorrupted: Parsed JSON number <-0.5> does not fit in Int."},
       {outcome<std::int64_t>, "1e2", "ok"},
       {outcome<std::int64_t>, "1e400",
        "dataCorrupted: Parsed JSON number <inf> does not fit in Int."},
-      {outcome<std::uint64_t>, "18446744073709551615", "ok"},
       {outcome<std::uint64_t>, "18446744073709551616",
        "dataCorrupted: Parsed JSON number <18446744073709551616> does not fit in UInt."},
       {outcome<std::uint64_t>, "-0", "ok"},
       {outcome<std::int64_t>, "true",
        "typeMismatch: Expected to decode Int but found bool instead."},
-      {outcome<std::int64_t>, "\"1\"",
-       "typeMismatch: Expected to decode Int but found a string instead."},
       {outcome<std::int64_t>, "null", "valueNotFound: Expected Int value but found null instead."},
       {outcome<std::int64_t>, "[1]",
        "typeMismatch: Expected to decode Int but found an array instead."},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(c.decode(c.json), c.expected) << c.json;
-  }
-  EXPECT_EQ(JSONDecoder().decode<std::uint8_t>("255.0"), 255);
-  EXPECT_EQ(JSONDecoder().decode<std::int64_t>("-9.2233720368547758e18"),
-            std::numeric_limits<std::int64_t>::min());
-}
-
-TEST(NumberCoding, FloatingPointAndBooleans) {
-  struct Case {
-    std::string (*decode)(std::string_view);
-    const char* json;
-    const char* expected;
-  };
-  const Case cases[] = {
-      {outcome<double>, "3", "ok"},
       {outcome<double>, "18446744073709551615", "ok"},
       {outcome<double>, "1e400", "dataCorrupted: Parsed JSON number <inf> does not fit in Double."},
       {outcome<double>, "false", "typeMismatch: Expected to decode Double but found bool instead."},
-      {outcome<double>, "\"1.5\"",
-       "typeMismatch: Expected to decode Double but found a string instead."},
       {outcome<float>, "3.4e38", "ok"},
       {outcome<float>, "1e39", "dataCorrupted: Parsed JSON number <1e+39> does not fit in Float."},
-      {outcome<bool>, "true", "ok"},
       {outcome<bool>, "1", "typeMismatch: Expected to decode Bool but found number instead."},
-      {outcome<bool>, "0", "typeMismatch: Expected to decode Bool but found number instead."},
       {outcome<bool>, "\"true\"",
        "typeMismatch: Expected to decode Bool but found a string instead."},
-      {outcome<std::string>, "1",
-       "typeMismatch: Expected to decode String but found number instead."},
       {outcome<std::string>, "{}",
        "typeMismatch: Expected to decode String but found a dictionary instead."},
   };
-  for (const Case& c : cases) {
-    EXPECT_EQ(c.decode(c.json), c.expected) << c.json;
-  }
+  for (const Case& c : cases) EXPECT_EQ(c.decode(c.json), c.expected) << c.json;
+  EXPECT_EQ(JSONDecoder().decode<std::uint8_t>("255.0"), 255);
+  EXPECT_EQ(JSONDecoder().decode<std::int64_t>("-9.2233720368547758e18"),
+            std::numeric_limits<std::int64_t>::min());
 }
 
 TEST(NumberCoding, EncodedForms) {
@@ -134,7 +93,6 @@ TEST(NumberCoding, EncodedForms) {
             "[-9223372036854775808,0,42]");
   EXPECT_EQ(encoder.encodeToString(std::numeric_limits<std::uint64_t>::max()),
             "18446744073709551615");
-  EXPECT_EQ(encoder.encodeToString(std::vector<std::uint8_t>{0, 255}), "[0,255]");
   EXPECT_EQ(encoder.encodeToString(std::vector<bool>{true, false}), "[true,false]");
 }
 
