@@ -241,7 +241,7 @@ const char* const kRefusedStructures[] = {
     "{} x", "{}}", "1 2", "[] []", "\"a\"\"b\"", "truex", "nul", "True", "NULL", "tru e",
     "'a'", "{'a':1}", "{a:1}", "[1]\x01",
     // only the four white-space characters of JSON separate tokens
-    "\f[1]", "[1\f]", "\v1", "\xC2\xA0" "1", "1\xC2\xA0", "\xE2\x80\x8B[]",
+    "\f[1]", "[1\f]", "\v1", "\xC2\xA0\x31", "1\xC2\xA0", "\xE2\x80\x8B[]",
     // comments
     "[1//c\n]", "[1/*c*/]", "# c\n1",
     // a byte order mark before the document
