@@ -3,13 +3,22 @@
 #include <chrono>
 #include <cmath>
 
+#include "zorlan/Logging/Log.hpp"
+
 namespace zorlan {
 namespace detail {
 
-// Reports that `i(double)` was given NaN. The message is meant for the error
-// level of the Extensions log category, with this file as its source; until
-// the logging facade is part of the library this hook reports nothing.
-void reportNaNConversionToInteger() noexcept {}
+// Reports that `i(double)` was given NaN: one error line on the shared
+// category, with this file, its line 37 and the function "i" as its source.
+void reportNaNConversionToInteger() noexcept {
+  struct NaNConversion {};
+  try {
+    Log::shared().error(NaNConversion{}, "Attempting to convert NaN into 0",
+                        SourceLocation("Extensions/Numbers+Conversions", 37, "i"));
+  } catch (...) {
+    // Out of memory while reporting: the conversion still gives 0.
+  }
+}
 
 }  // namespace detail
 
