@@ -3,8 +3,11 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <unordered_map>
+
+#include <unicode/uchar.h>
 
 #include "zorlan/Platform/Unicode.hpp"
 
@@ -74,7 +77,65 @@ void findByte(std::string_view folded, char byte, std::vector<std::uint32_t>& po
   }
 }
 
+// The folded forms of the characters U+0080 to U+07FF (two bytes of UTF-8)
+// that never join a neighbour into one user-perceived character.
+struct TwoByteForms {
+  // Empty for a character that may join a neighbour (a combining mark, say).
+  std::array<std::string, 0x800> forms;
+};
+
+const TwoByteForms& twoByteForms() {
+  static const TwoByteForms* table = [] {
+    auto* built = new TwoByteForms();
+    for (UChar32 c = 0x80; c < 0x800; ++c) {
+      // Characters of these classes break from both neighbours unless a
+      // neighbour is an extending or prepended character, and such a
+      // neighbour is not in this table; so a text made of ASCII other than
+      // CR LF and of these characters has one character per code point.
+      const auto kind = static_cast<UGraphemeClusterBreak>(
+          u_getIntPropertyValue(c, UCHAR_GRAPHEME_CLUSTER_BREAK));
+      if (kind != U_GCB_OTHER && kind != U_GCB_CONTROL) continue;
+      const char utf8[2] = {static_cast<char>(0xC0 | (c >> 6)),
+                            static_cast<char>(0x80 | (c & 0x3F))};
+      built->forms[static_cast<std::size_t>(c)] = fold(std::string_view(utf8, 2));
+    }
+    return built;
+  }();
+  return *table;
+}
+
+// Folds a candidate made of ASCII (without CR LF) and of two-byte characters
+// that never join a neighbour: each code point is then one character, and its
+// form comes from the table. False for any other candidate.
+bool foldTwoByte(std::string_view candidate, Scratch& scratch) {
+  const TwoByteForms& table = twoByteForms();
+  scratch.folded.clear();
+  scratch.starts.clear();
+  const std::size_t n = candidate.size();
+  for (std::size_t i = 0; i < n;) {
+    scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
+    const auto c = static_cast<unsigned char>(candidate[i]);
+    if (c < 0x80) {
+      if (c == '\r' && i + 1 < n && candidate[i + 1] == '\n') return false;
+      scratch.folded += lowerAscii(static_cast<char>(c));
+      ++i;
+      continue;
+    }
+    // A well-formed two-byte sequence (C2..DF, then a continuation byte).
+    if (c < 0xC2 || c > 0xDF || i + 1 >= n) return false;
+    const auto next = static_cast<unsigned char>(candidate[i + 1]);
+    if ((next & 0xC0) != 0x80) return false;
+    const std::string& form = table.forms[((c & 0x1Fu) << 6) | (next & 0x3Fu)];
+    if (form.empty()) return false;
+    scratch.folded += form;
+    i += 2;
+  }
+  scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
+  return true;
+}
+
 void foldUnicode(std::string_view candidate, Scratch& scratch) {
+  if (foldTwoByte(candidate, scratch)) return;
   scratch.folded.clear();
   scratch.starts.clear();
   for (const std::string_view character : unicode::characters(candidate)) {
@@ -94,6 +155,39 @@ void foldUnicode(std::string_view candidate, Scratch& scratch) {
   scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
 }
 
+// The square roots of 0 to 255 in 32-bit float, made once at load time.
+const std::array<float, 256> kSmallRoots = [] {
+  std::array<float, 256> roots{};
+  for (std::size_t i = 0; i < roots.size(); ++i) roots[i] = std::sqrt(static_cast<float>(i));
+  return roots;
+}();
+
+// sqrt(gap) in 32-bit float; small gaps from the table of the same values.
+inline float sqrtOfGap(std::int64_t gap) noexcept {
+  if (static_cast<std::uint64_t>(gap) < kSmallRoots.size()) {
+    return kSmallRoots[static_cast<std::size_t>(gap)];
+  }
+  return std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
+}
+
+// Whether `text` is ASCII without CR LF, so that every byte is a character.
+bool isPlainAscii(std::string_view text) noexcept {
+  const std::size_t n = text.size();
+  std::size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text.data() + i, sizeof word);
+    if (word & 0x8080808080808080ull) return false;
+  }
+  for (; i < n; ++i) {
+    if (static_cast<unsigned char>(text[i]) >= 0x80) return false;
+  }
+  for (auto cr = text.find('\r'); cr != std::string_view::npos; cr = text.find('\r', cr + 1)) {
+    if (cr + 1 < n && text[cr + 1] == '\n') return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 FuzzyMatcher::FuzzyMatcher(std::string_view term) {
@@ -109,8 +203,138 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
       }
     } else {
       bytes_.push_back(-1);
+      if (characters_.size() <= 64) {
+        longForms_.emplace_back(std::uint64_t{1} << (characters_.size() - 1), form);
+      }
     }
   }
+  for (int c = 0; c < 128; ++c) {
+    asciiMatches_[static_cast<std::size_t>(c)] =
+        byteMatches_[static_cast<unsigned char>(lowerAscii(static_cast<char>(c)))];
+  }
+  onePass_ = !characters_.empty() && characters_.size() <= 64 && bytes_[0] >= 0;
+}
+
+// Scores in one pass over the candidate, all term characters at once, a
+// candidate whose characters are each one code point: ASCII other than CR LF
+// and the two-byte characters of the table. `scored` is false for any other
+// candidate. At each position the matching term characters are taken in term
+// order, so that a term character's entry at j is part of the choice of the
+// next term character at the same j. For each term character t >= 1 the
+// choice is the best entry of the row of t - 1 so far, as the general scorer
+// keeps it.
+std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate,
+                                                  bool& scored) const noexcept {
+  constexpr float kAbsent = -std::numeric_limits<float>::max();
+  constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+  const std::size_t m = characters_.size();
+  const std::size_t last = m - 1;
+  // For each term character t >= 1, its choice: the value and position of the
+  // best entry so far of the row of t - 1 (kAbsent and kNone while absent).
+  float chosenValue[64];
+  std::uint32_t chosenPosition[64];
+  for (std::size_t t = 0; t < m; ++t) {
+    chosenValue[t] = kAbsent;
+    chosenPosition[t] = kNone;
+  }
+  // Whether the lower-cased candidate contains the first term character; a
+  // longer form can hold it as one of its bytes.
+  bool firstOccurs = false;
+  bool hasResult = false;
+  float result = 0.0f;
+  // The entries of the term characters in `bits` at position j, in term
+  // order: the first term character's, those in between, the last one's.
+  const std::uint64_t firstBit = 1;
+  const std::uint64_t lastBit = std::uint64_t{1} << last;
+  const auto step = [&](std::uint64_t bits, std::uint32_t j) {
+    if (bits & firstBit) {
+      firstOccurs = true;
+      if (last == 0) {
+        if (!hasResult) {
+          result = 1.0f;
+          hasResult = true;
+        }
+        return;
+      }
+      // The choice starts at position 0 whatever that entry holds (even NaN);
+      // later entries replace it when it is not greater.
+      if (j == 0 || chosenValue[1] <= 1.0f) {
+        chosenValue[1] = 1.0f;
+        chosenPosition[1] = j;
+      }
+    }
+    const auto valueAt = [&](std::size_t t) {
+      return chosenPosition[t] == kNone
+                 ? 1.0f
+                 : (chosenValue[t] + 1.0f) -
+                       sqrtOfGap(static_cast<std::int64_t>(j) - chosenPosition[t] - 1);
+    };
+    for (std::uint64_t middle = bits & ~(firstBit | lastBit); middle != 0; middle &= middle - 1) {
+      const auto t = static_cast<std::size_t>(__builtin_ctzll(middle));
+      const float value = valueAt(t);
+      if (j == 0 || chosenValue[t + 1] <= value) {
+        chosenValue[t + 1] = value;
+        chosenPosition[t + 1] = j;
+      }
+    }
+    if (last != 0 && (bits & lastBit)) {
+      const float value = valueAt(last);
+      // Strict, so the first of equal values (and a NaN in first place) stays.
+      if (!hasResult || value > result) {
+        result = value;
+        hasResult = true;
+      }
+    }
+  };
+
+  const std::size_t n = candidate.size();
+  if (isPlainAscii(candidate)) {
+    for (std::uint32_t j = 0; j < n; ++j) {
+      const std::uint64_t bits = asciiMatches_[static_cast<unsigned char>(candidate[j])];
+      if (bits != 0) step(bits, j);
+    }
+  } else {
+    const TwoByteForms& table = twoByteForms();
+    std::uint32_t j = 0;  // the character's position
+    for (std::size_t i = 0; i < n; ++i, ++j) {
+      const auto c = static_cast<unsigned char>(candidate[i]);
+      std::uint64_t bits;
+      if (c < 0x80) {
+        if (c == '\r' && i + 1 < n && candidate[i + 1] == '\n') {
+          scored = false;
+          return std::nullopt;
+        }
+        bits = asciiMatches_[c];
+      } else {
+        // A well-formed two-byte sequence (C2..DF, then a continuation byte)
+        // of a character that never joins a neighbour.
+        const auto next = i + 1 < n ? static_cast<unsigned char>(candidate[i + 1]) : 0u;
+        if (c < 0xC2 || c > 0xDF || (next & 0xC0u) != 0x80u) {
+          scored = false;
+          return std::nullopt;
+        }
+        const std::string& form = table.forms[((c & 0x1Fu) << 6) | (next & 0x3Fu)];
+        if (form.empty()) {
+          scored = false;
+          return std::nullopt;
+        }
+        ++i;
+        if (form.size() == 1) {
+          bits = byteMatches_[static_cast<unsigned char>(form[0])];
+        } else {
+          bits = 0;
+          for (const auto& [bit, termForm] : longForms_) {
+            if (termForm == form) bits |= bit;
+          }
+          if (form.find(characters_[0][0]) != std::string::npos) firstOccurs = true;
+        }
+      }
+      if (bits != 0) step(bits, j);
+    }
+  }
+  scored = true;
+  if (!firstOccurs || !hasResult) return std::nullopt;
+  return result;
 }
 
 std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
@@ -120,6 +344,11 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
 
 std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& scratch) const {
   if (characters_.empty()) return std::nullopt;
+  if (onePass_) {
+    bool scored = false;
+    std::optional<float> result = scoreInOnePass(candidate, scored);
+    if (scored) return result;
+  }
   const std::size_t m = characters_.size();
   scratch.matches.resize(m);
   for (auto& positions : scratch.matches) positions.clear();
@@ -216,6 +445,62 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& sc
   }
   return result;
 }
+
+namespace detail {
+
+void sortByScoreDescending(std::vector<std::pair<std::size_t, float>>& pairs) {
+  const auto byScore = [](const auto& lhs, const auto& rhs) { return lhs.second > rhs.second; };
+  for (const auto& pair : pairs) {
+    if (std::isnan(pair.second)) {
+      // NaN compares false both ways, which is no ordering: only the very same
+      // merge sort gives the same order.
+      std::stable_sort(pairs.begin(), pairs.end(), byScore);
+      return;
+    }
+  }
+  if (pairs.size() < 64 || pairs.size() > std::numeric_limits<std::uint32_t>::max()) {
+    std::stable_sort(pairs.begin(), pairs.end(), byScore);
+    return;
+  }
+  // Without NaN the stable order is unique; a radix sort finds it in four
+  // passes over keys that order like the scores, highest first (0 and -0
+  // compare equal, so both get the key of 0).
+  struct Keyed {
+    std::uint32_t key;
+    std::uint32_t position;
+  };
+  const std::size_t n = pairs.size();
+  std::vector<Keyed> keyed(n), spare(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    const float score = pairs[i].second == 0.0f ? 0.0f : pairs[i].second;
+    std::uint32_t bits;
+    std::memcpy(&bits, &score, sizeof bits);
+    const std::uint32_t ascending = (bits & 0x80000000u) ? ~bits : (bits | 0x80000000u);
+    keyed[i] = Keyed{~ascending, static_cast<std::uint32_t>(i)};
+  }
+  std::array<std::array<std::uint32_t, 256>, 4> counts{};
+  for (const Keyed& k : keyed) {
+    for (int digit = 0; digit < 4; ++digit) ++counts[digit][(k.key >> (8 * digit)) & 0xFFu];
+  }
+  for (int digit = 0; digit < 4; ++digit) {
+    auto& count = counts[digit];
+    if (count[(keyed[0].key >> (8 * digit)) & 0xFFu] == n) continue;  // one value: no move
+    std::uint32_t offset = 0;
+    for (auto& c : count) {
+      const std::uint32_t here = c;
+      c = offset;
+      offset += here;
+    }
+    for (const Keyed& k : keyed) spare[count[(k.key >> (8 * digit)) & 0xFFu]++] = k;
+    keyed.swap(spare);
+  }
+  std::vector<std::pair<std::size_t, float>> sorted;
+  sorted.reserve(n);
+  for (const Keyed& k : keyed) sorted.push_back(pairs[k.position]);
+  pairs.swap(sorted);
+}
+
+}  // namespace detail
 
 std::optional<float> fuzzyMatchScore(std::string_view candidate, std::string_view term) {
   return FuzzyMatcher(term).score(candidate);

@@ -143,6 +143,49 @@ TEST(FuzzyMatchScoreTest, MatchesThePlainAlgorithmBitForBit) {
   EXPECT_GT(nans, 100);
 }
 
+// Every two-byte character, alone, next to ASCII, doubled, before a combining
+// mark (which joins it into one character) and after CR: the same score as the
+// plain algorithm, bit for bit.
+TEST(FuzzyMatchScoreTest, EveryTwoByteCharacterScoresAsThePlainAlgorithm) {
+  const auto utf8 = [](std::uint32_t c) {
+    return std::string{static_cast<char>(0xC0 | (c >> 6)), static_cast<char>(0x80 | (c & 0x3F))};
+  };
+  for (std::uint32_t c = 0x80; c < 0x800; ++c) {
+    const std::string x = utf8(c);
+    const std::string candidates[] = {"a" + x + "b" + x, x + "\xcc\x81" "b" + x, "\r" + x + "Ab",
+                                      x + x + "a"};
+    const std::string terms[] = {x + "b", "a" + x, x + x, "b"};
+    for (const auto& candidate : candidates) {
+      for (const auto& term : terms) {
+        const auto fast = fuzzyMatchScore(candidate, term);
+        const auto plain = reference::fuzzyMatchScore(candidate, term);
+        ASSERT_EQ(fast.has_value(), plain.has_value()) << "U+" << std::hex << c << " in "
+                                                       << candidate << " / " << term;
+        if (fast) {
+          ASSERT_EQ(bitsOf(*fast), bitsOf(*plain)) << "U+" << std::hex << c;
+        }
+      }
+    }
+  }
+}
+
+// Terms longer than 64 characters, and terms whose first character is not
+// ASCII, are scored without the one-pass scorer; the results are the same.
+TEST(FuzzyMatchScoreTest, LongAndNonAsciiTermsScoreAsThePlainAlgorithm) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 300; ++round) {
+    const std::string candidate = randomText(random, 90, round % 2 == 0);
+    std::string term = round % 3 == 0 ? "\xc3\x89" : "";
+    while (term.size() < 70) term += randomText(random, 8, true);
+    const auto fast = fuzzyMatchScore(candidate, term);
+    const auto plain = reference::fuzzyMatchScore(candidate, term);
+    ASSERT_EQ(fast.has_value(), plain.has_value()) << round;
+    if (fast) {
+      ASSERT_EQ(bitsOf(*fast), bitsOf(*plain)) << round;
+    }
+  }
+}
+
 struct Item {
   std::string name;
   std::optional<std::string> title;
@@ -202,6 +245,28 @@ TEST(FuzzySearchTest, AgreesWithThePlainSearch) {
     ASSERT_EQ(namesOf(fuzzySearch(items, term, title, forced)),
               namesOf(reference::fuzzySearch(items, term, title, forced)))
         << "round " << round;
+  }
+}
+
+// Large result sets: equal, negative and forced scores keep the input order
+// among equals; with NaN scores the order is still the plain search's.
+TEST(FuzzySearchTest, LargeSearchesAgreeWithThePlainSearch) {
+  std::mt19937 random(5);
+  const std::string terms[] = {"abe", "xb", "ab-e", "aa", "eae"};
+  for (int round = 0; round < 8; ++round) {
+    std::vector<Item> items;
+    for (int i = 0; i < 400; ++i) {
+      Item item{std::to_string(i), randomText(random, 30, round % 4 != 0), std::nullopt};
+      if (random() % 10 == 0) item.forced = random() % 3 != 0;
+      items.push_back(item);
+    }
+    for (const auto& term : terms) {
+      const auto title = [](const Item& item) { return item.title; };
+      const auto forced = [](const Item& item) { return item.forced; };
+      ASSERT_EQ(namesOf(fuzzySearch(items, term, title, forced)),
+                namesOf(reference::fuzzySearch(items, term, title, forced)))
+          << "round " << round << ", term " << term;
+    }
   }
 }
 

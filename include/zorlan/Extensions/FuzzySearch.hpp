@@ -66,7 +66,26 @@ class FuzzyMatcher {
   // For each lower-cased candidate byte, which of the first 64 term
   // characters it matches, as bits.
   std::array<std::uint64_t, 256> byteMatches_{};
+  // The same for each ASCII candidate byte before lower-casing.
+  std::array<std::uint64_t, 128> asciiMatches_{};
+  // For each of the first 64 term characters whose form is longer than one
+  // byte: its bit and its form.
+  std::vector<std::pair<std::uint64_t, std::string>> longForms_;
+  // Whether candidates of one- and two-byte characters are scored in one
+  // pass: at most 64 term characters, the first of one byte.
+  bool onePass_ = false;
+
+  std::optional<float> scoreInOnePass(std::string_view candidate, bool& scored) const noexcept;
 };
+
+namespace detail {
+
+// Orders (index, score) pairs by score, highest first, keeping the input order
+// of equal scores: the order std::stable_sort gives with `a.second >
+// b.second`, also when a score is NaN.
+void sortByScoreDescending(std::vector<std::pair<std::size_t, float>>& pairs);
+
+}  // namespace detail
 
 // `FuzzyMatcher(term).score(candidate)`: hello / hl gives 1.0, hello / he 2.0,
 // Apple / AP 2.0, Apple / x absent, ab / aa NaN.
@@ -103,8 +122,7 @@ std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::st
       kept.emplace_back(index, score && *score > 1.0f ? *score : 1.0f);
     }
   }
-  std::stable_sort(kept.begin(), kept.end(),
-                   [](const auto& lhs, const auto& rhs) { return lhs.second > rhs.second; });
+  detail::sortByScoreDescending(kept);
   std::vector<T> result;
   result.reserve(kept.size());
   for (const auto& entry : kept) result.push_back(elements[entry.first]);
