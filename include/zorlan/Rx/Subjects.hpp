@@ -9,6 +9,7 @@
 #pragma once
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -82,9 +83,40 @@ struct AtomicMirror : std::false_type {};
 template <class T>
 struct AtomicMirror<T, true> : std::bool_constant<std::atomic<T>::is_always_lock_free> {};
 
+// The unsigned integer whose bits can hold a small, padding-free, trivially
+// copyable T (a pair of one-byte enumerations, say); void when none can.
+template <class T, bool = std::is_trivially_copyable_v<T> &&
+                          std::has_unique_object_representations_v<T> && !std::is_scalar_v<T>>
+struct MirrorBits {
+  using type = void;
+};
+template <class T>
+struct MirrorBits<T, true> {
+  using type = std::conditional_t<
+      sizeof(T) == 1, std::uint8_t,
+      std::conditional_t<sizeof(T) == 2, std::uint16_t,
+                         std::conditional_t<sizeof(T) == 4, std::uint32_t,
+                                            std::conditional_t<sizeof(T) == 8, std::uint64_t,
+                                                               void>>>>;
+};
+template <class T>
+using MirrorBitsT = typename MirrorBits<T>::type;
+
+enum class CellKind { locked, atomic, atomicBits };
+template <class T>
+constexpr CellKind cellKind() {
+  if constexpr (AtomicMirror<T>::value) {
+    return CellKind::atomic;
+  } else if constexpr (!std::is_void_v<MirrorBitsT<T>>) {
+    if constexpr (std::atomic<MirrorBitsT<T>>::is_always_lock_free) return CellKind::atomicBits;
+  }
+  return CellKind::locked;
+}
+
 // Holds a subject's value: readable under the subject's mutex, or with one
-// atomic load when T allows it.
-template <class T, bool Atomic = AtomicMirror<T>::value>
+// atomic load when T allows it (only atomics of scalars are used: a small
+// struct is mirrored as the bits of an unsigned integer).
+template <class T, CellKind Kind = cellKind<T>()>
 class ValueCell {
  public:
   explicit ValueCell(T v) : value_(std::move(v)) {}
@@ -100,7 +132,7 @@ class ValueCell {
 };
 
 template <class T>
-class ValueCell<T, true> {
+class ValueCell<T, CellKind::atomic> {
  public:
   explicit ValueCell(T v) : value_(v), atomic_(v) {}
   T load(std::mutex&) const { return atomic_.load(std::memory_order_acquire); }
@@ -113,6 +145,27 @@ class ValueCell<T, true> {
  private:
   T value_;
   std::atomic<T> atomic_;
+};
+
+template <class T>
+class ValueCell<T, CellKind::atomicBits> {
+  using Bits = MirrorBitsT<T>;
+
+ public:
+  explicit ValueCell(T v) : value_(v), bits_(toBits(v)) {}
+  T load(std::mutex&) const {
+    return std::bit_cast<T>(bits_.load(std::memory_order_acquire));
+  }
+  void store(const T& v) {  // caller holds the mutex
+    value_ = v;
+    bits_.store(toBits(v), std::memory_order_release);
+  }
+  const T& locked() const { return value_; }
+
+ private:
+  static Bits toBits(const T& v) { return std::bit_cast<Bits>(v); }
+  T value_;
+  std::atomic<Bits> bits_;
 };
 
 }  // namespace detail
