@@ -74,6 +74,8 @@ std::string LogFileStorage::writeTail() {
   const char* data = unwritten_.data();
   std::size_t left = unwritten_.size();
   off_t offset = static_cast<off_t>(diskGoodLength_);
+  // Until this write is through, the file's length is not known.
+  const bool lengthWasKnown = std::exchange(diskLengthKnown_, false);
   while (left > 0) {
     ssize_t written = ::pwrite(fd_, data, left, offset);
     if (written < 0) {
@@ -85,13 +87,18 @@ std::string LogFileStorage::writeTail() {
     left -= static_cast<std::size_t>(written);
     offset += written;
   }
-  struct stat info {};
-  if (::fstat(fd_, &info) != 0) return errnoText(errno);
-  if (info.st_size != static_cast<off_t>(contentLength_) &&
-      ::ftruncate(fd_, static_cast<off_t>(contentLength_)) != 0) {
-    return errnoText(errno);
+  // A file known to end at `diskGoodLength_` now ends at the content's end:
+  // nothing to cut, and no need to ask the file system.
+  if (!lengthWasKnown) {
+    struct stat info {};
+    if (::fstat(fd_, &info) != 0) return errnoText(errno);
+    if (info.st_size != static_cast<off_t>(contentLength_) &&
+        ::ftruncate(fd_, static_cast<off_t>(contentLength_)) != 0) {
+      return errnoText(errno);
+    }
   }
   diskGoodLength_ = contentLength_;
+  diskLengthKnown_ = true;
   unwritten_.clear();
   return {};
 }

@@ -78,6 +78,9 @@ class LogFileStorage {
   bool deleted_ = false;
   std::int64_t contentLength_ = 0;
   std::int64_t diskGoodLength_ = 0;
+  // True when the file is known to be exactly `diskGoodLength_` long (after
+  // a complete write through `fd_`); then a write needs no size check.
+  bool diskLengthKnown_ = false;
   std::string unwritten_;
   int fd_ = -1;
 };
