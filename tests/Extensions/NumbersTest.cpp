@@ -108,6 +108,7 @@ TEST(ConversionsTest, ConvertAndTruncateTowardZero) {
     EXPECT_EQ(checkedI(c.value), c.expected) << c.value;
   }
   EXPECT_EQ(i(-2.9f), -2);
+  EXPECT_EQ(i(kNaN), 0);  // the one conversion that forgives NaN
 }
 
 TEST(ConversionsDeathTest, ConversionsStopOnValuesWithoutAResult) {
