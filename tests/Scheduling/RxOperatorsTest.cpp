@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "Rx/RxTestSupport.hpp"
 #include "zorlan/Dispatch/MainRunLoop.hpp"
 #include "zorlan/Rx/DisposeBag.hpp"
 #include "zorlan/Rx/Subjects.hpp"
@@ -19,19 +20,26 @@ std::vector<T> elements(const rx::Observable<T>& source) {
   return out;
 }
 
-TEST(RxOperatorsTest, NeighbourPairs) {
+// Sends 1, then fails.
+rx::Observable<int> oneThenError() {
+  return rx::Observable<int>::create([](const rx::AnyObserver<int>& o) {
+    o.onNext(1);
+    o.onError(std::make_exception_ptr(std::runtime_error("broken")));
+    return rx::Disposable();
+  });
+}
+
+TEST(RxOperatorsTest, NeighbourAndOptionalHelpers) {
   auto source = rx::Observable<int>::from({1, 2, 3});
   EXPECT_EQ(elements(withPrevious(source)), (std::vector<std::pair<int, int>>{{1, 2}, {2, 3}}));
   EXPECT_EQ(elements(withPreviousOptional(source)),
             (std::vector<std::pair<std::optional<int>, int>>{{std::nullopt, 1}, {1, 2}, {2, 3}}));
   EXPECT_EQ(elements(previous(source)), (std::vector<int>{1, 2}));
   EXPECT_TRUE(elements(withPrevious(rx::Observable<int>::just(1))).empty());
-}
 
-TEST(RxOperatorsTest, OptionalHelpers) {
-  auto source = rx::Observable<std::optional<int>>::from({1, std::nullopt, 3});
-  EXPECT_EQ(elements(unwrap(source)), (std::vector<int>{1, 3}));
-  EXPECT_EQ(elements(orZero(source)), (std::vector<int>{1, 0, 3}));
+  auto optionals = rx::Observable<std::optional<int>>::from({1, std::nullopt, 3});
+  EXPECT_EQ(elements(unwrap(optionals)), (std::vector<int>{1, 3}));
+  EXPECT_EQ(elements(orZero(optionals)), (std::vector<int>{1, 0, 3}));
   EXPECT_EQ(elements(asOptional(rx::Observable<int>::just(2))),
             (std::vector<std::optional<int>>{2}));
   EXPECT_EQ(elements(arrayMap(rx::Observable<std::vector<int>>::just({1, 2}),
@@ -84,12 +92,7 @@ TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
 }
 
 TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
-  auto failing = rx::Observable<int>::create([](const rx::AnyObserver<int>& o) {
-    o.onNext(1);
-    o.onError(std::make_exception_ptr(std::runtime_error("broken")));
-    return rx::Disposable();
-  });
-  auto results = elements(result(failing));
+  auto results = elements(result(oneThenError()));
   ASSERT_EQ(results.size(), 2u);
   EXPECT_EQ(*results[0].value(), 1);
   EXPECT_FALSE(results[1].isSuccess());
@@ -140,22 +143,13 @@ TEST(AsyncSequenceTest, RunsOneAfterAnotherAndStopsAtTheFirstFailure) {
 
   std::vector<int> ran;
   std::string failure;
-  asyncForEach(std::vector<int>{1, 2, 3},
-               [&](int i) {
-                 ran.push_back(i);
-                 if (i == 2) {
-                   return rx::Single<int>::error(std::make_exception_ptr(std::runtime_error("2")));
-                 }
-                 return rx::Single<int>::just(i);
-               })
-      .subscribe([] {},
-                 [&](std::exception_ptr e) {
-                   try {
-                     std::rethrow_exception(e);
-                   } catch (const std::runtime_error& x) {
-                     failure = x.what();
-                   }
-                 });
+  asyncForEach(std::vector<int>{1, 2, 3}, [&](int i) {
+    ran.push_back(i);
+    if (i == 2) {
+      return rx::Single<int>::error(std::make_exception_ptr(std::runtime_error("2")));
+    }
+    return rx::Single<int>::just(i);
+  }).subscribe([] {}, [&](std::exception_ptr e) { failure = rx::testing::whatOf(e); });
   EXPECT_EQ(ran, (std::vector<int>{1, 2}));
   EXPECT_EQ(failure, "2");
 
@@ -239,16 +233,11 @@ TEST(RxOperatorsTest, DriverAndSignalTraitsObserveOnTheSchedulerReplaceErrorsAnd
 }
 
 TEST(RxOperatorsTest, ErrorsEndQuietlyOrBecomeResults) {
-  auto failing = rx::Observable<int>::create([](const rx::AnyObserver<int>& o) {
-    o.onNext(1);
-    o.onError(std::make_exception_ptr(std::runtime_error("lost")));
-    return rx::Disposable();
-  });
   MainRunLoop::runUntilIdle();
   std::vector<int> seen;
   bool completed = false;
   rx::DisposeBag bag;
-  asDriverIgnoringErrors(failing)
+  asDriverIgnoringErrors(oneThenError())
       .drive([&](int v) { seen.push_back(v); }, [&] { completed = true; })
       .disposed(bag);
   std::vector<bool> results;
