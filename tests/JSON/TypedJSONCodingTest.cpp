@@ -63,8 +63,9 @@ TEST(TypedJSONCodingTest, EveryKindOfDocumentDecodesToItsCase) {
     Kind kind;
   };
   const Case cases[] = {
-      {R"("1")", Kind::value}, {"1", Kind::value},    {"true", Kind::value},
-      {"null", Kind::null},    {"[]", Kind::array},   {"{}", Kind::object},
+      {R"("1")", Kind::value}, {"1", Kind::value},
+      {"true", Kind::value},   {"null", Kind::null},
+      {"[]", Kind::array},     {"{}", Kind::object},
       {"[null]", Kind::array}, {R"({"a":[]})", Kind::object},
   };
   for (const auto& c : cases) EXPECT_EQ(parse(c.json).kind(), c.kind) << c.json;
@@ -73,8 +74,8 @@ TEST(TypedJSONCodingTest, EveryKindOfDocumentDecodesToItsCase) {
   EXPECT_EQ(parse("true"), TypedJSON(TypedJSONValue::boolean(true)));
   EXPECT_EQ(parse("[null]"), TypedJSON::array({TypedJSON()}));
   EXPECT_EQ(parse(R"({"a":{"b":[1,"x",false,null]}})"),
-            TypedJSON::object({{"a", TypedJSON::object(
-                                         {{"b", TypedJSON::array({1, "x", false, nullptr})}})}}));
+            TypedJSON::object(
+                {{"a", TypedJSON::object({{"b", TypedJSON::array({1, "x", false, nullptr})}})}}));
 }
 
 // The order at each level is: object, array, leaf, null. Leaf types that can
@@ -209,7 +210,7 @@ TEST(TypedJSONCodingTest, RoughlyEqualWalksNestedTreesWithTheTolerance) {
       {R"({"a":{"b":[1.0,2.0]},"c":"x"})", R"({"c":"y","a":{"b":[1.0,2.0]}})", 1.0, false},
       {R"({"a":1})", R"({"a":1,"b":2})", 1.0, false},  // more members
       {R"({"a":1,"b":2})", R"({"a":1})", 1.0, false},
-      {R"({"a":1})", R"({"b":1})", 1.0, false},        // same count, other key
+      {R"({"a":1})", R"({"b":1})", 1.0, false},  // same count, other key
       {R"({"a":null})", R"({"a":null})", 0.0, true},
       {R"({"a":null})", R"({"a":0})", 1.0, false},
       {"[1,2,3]", "[1,2]", 0.001, true},  // lengths are not compared
@@ -240,7 +241,8 @@ TEST(TypedJSONCodingTest, RoughlyEqualWalksNestedTreesWithTheTolerance) {
 }
 
 TEST(TypedJSONCodingTest, TypedJSONRepresentationIsWhatTheEncodedBytesReadAs) {
-  const Shelf shelf{"Hero", {{"https://a/1.jpg", 1.78, "hero"}, {"u", 0.5, std::nullopt}}, {{"n", 3}}};
+  const Shelf shelf{
+      "Hero", {{"https://a/1.jpg", 1.78, "hero"}, {"u", 0.5, std::nullopt}}, {{"n", 3}}};
   const TypedJSON tree = typedJSONRepresentation(shelf);
   EXPECT_EQ(text(tree),
             R"({"artwork":[{"aspectRatio":1.78,"label":"hero","url":"https:\/\/a\/1.jpg"},)"
@@ -275,13 +277,14 @@ TEST(TypedJSONCodingTest, CodableValuesCompareRoughlyThroughTheirTrees) {
 }
 
 TEST(TypedJSONCodingTest, ContainersCodeInsideOtherValues) {
-  const Envelope envelope =
-      JSONDecoder().decode<Envelope>(std::string_view(R"({"version":2,"payload":{"k":["a",null]}})"));
+  const Envelope envelope = JSONDecoder().decode<Envelope>(
+      std::string_view(R"({"version":2,"payload":{"k":["a",null]}})"));
   EXPECT_EQ(envelope.version, 2);
   EXPECT_EQ(JSONEncoder().encodeToString(envelope), R"({"version":2,"payload":{"k":["a",null]}})");
 
   const std::map<std::string, TypedJSON> map =
-      JSONDecoder().decode<std::map<std::string, TypedJSON>>(std::string_view(R"({"a":1,"b":null})"));
+      JSONDecoder().decode<std::map<std::string, TypedJSON>>(
+          std::string_view(R"({"a":1,"b":null})"));
   EXPECT_EQ(map.at("a"), TypedJSON(1));
   EXPECT_TRUE(map.at("b").isNull());
 }

@@ -1,5 +1,3 @@
-#include "zorlan/JSON/TypedJSONContainer.hpp"
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,6 +6,7 @@
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/JSON/TypedJSONContainer.hpp"
 
 namespace zorlan {
 namespace {
@@ -126,12 +125,12 @@ TEST(TypedJSONContainerTest, RenamingMovesAMemberOnlyWhenTheSourceExists) {
     const char* expected;
   };
   const Case cases[] = {
-      {R"({"a":1,"b":2})", "a", "b", R"({"b":1})"},     // the target is replaced
-      {R"({"b":2})", "a", "b", R"({"b":2})"},           // no source: b untouched
+      {R"({"a":1,"b":2})", "a", "b", R"({"b":1})"},  // the target is replaced
+      {R"({"b":2})", "a", "b", R"({"b":2})"},        // no source: b untouched
       {R"({"a":{"x":1}})", "a", "c", R"({"c":{"x":1}})"},
-      {R"({"a":null})", "a", "c", R"({"c":null})"},     // a null member still moves
+      {R"({"a":null})", "a", "c", R"({"c":null})"},  // a null member still moves
       {R"({"a":1})", "a", "a", R"({"a":1})"},
-      {R"([{"a":1}])", "a", "b", R"([{"a":1}])"},       // only the receiver's own members
+      {R"([{"a":1}])", "a", "b", R"([{"a":1}])"},  // only the receiver's own members
       {R"("a")", "a", "b", R"("a")"},
       {"null", "a", "b", "null"},
   };
@@ -167,7 +166,8 @@ TEST(TypedJSONContainerTest, ProvideDefaultFillsMissingMembersOrOverwrites) {
         << c.json << " overwrite " << c.overwrite;
     EXPECT_EQ(text(tree), text(parse(c.json)));
   }
-  EXPECT_EQ(text(parse(R"({"k":1})").provideDefault("k", fallback)), R"({"k":1})");  // default: keep
+  EXPECT_EQ(text(parse(R"({"k":1})").provideDefault("k", fallback)),
+            R"({"k":1})");  // default: keep
 }
 
 TEST(TypedJSONContainerTest, ObjectsAreUnorderedMapsWithTheLastOfRepeatedKeys) {

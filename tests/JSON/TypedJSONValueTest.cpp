@@ -1,5 +1,3 @@
-#include "zorlan/JSON/TypedJSONValue.hpp"
-
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -9,6 +7,7 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Extensions/RoughlyEqual.hpp"
+#include "zorlan/JSON/TypedJSONValue.hpp"
 
 namespace zorlan {
 namespace {
@@ -116,24 +115,17 @@ TEST(TypedJSONValueTest, RoughlyEqualComparesNumbersStrictlyWithinTheToleranceAn
     bool expected;
   };
   const Case cases[] = {
-      {1.0, 1.05, 0.1, true},
-      {1.0, 1.05, 0.05, false},
+      {1.0, 1.05, 0.1, true},    {1.0, 1.05, 0.05, false},
       {2.0, 2.5, 0.5, false},  // a difference equal to the tolerance is too much
-      {2.5, 2.0, 0.51, true},
-      {-1.0, 1.0, 2.5, true},
-      {3.0, 3.0, 0.0, false},
-      {"a", "a", 0.0, true},
-      {"a", "A", 100.0, false},
-      {"1", 1.0, 100.0, false},
-      {true, true, 0.0, true},
-      {true, false, 100.0, false},
-      {true, 1.0, 100.0, false},
-      {false, "", 100.0, false},
+      {2.5, 2.0, 0.51, true},    {-1.0, 1.0, 2.5, true},
+      {3.0, 3.0, 0.0, false},    {"a", "a", 0.0, true},
+      {"a", "A", 100.0, false},  {"1", 1.0, 100.0, false},
+      {true, true, 0.0, true},   {true, false, 100.0, false},
+      {true, 1.0, 100.0, false}, {false, "", 100.0, false},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.lhs.roughlyEqual(c.rhs, c.within), c.expected)
-        << c.lhs.debugDescription() << " vs " << c.rhs.debugDescription() << " within "
-        << c.within;
+        << c.lhs.debugDescription() << " vs " << c.rhs.debugDescription() << " within " << c.within;
     EXPECT_EQ(zorlan::roughlyEqual(c.lhs, c.rhs, c.within), c.expected);
   }
 }

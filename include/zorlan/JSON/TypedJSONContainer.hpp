@@ -92,8 +92,8 @@ class TypedJSONContainer {
   template <class U>
   requires(!std::same_as<std::remove_cvref_t<U>, TypedJSONContainer> &&
            !std::same_as<std::remove_cvref_t<U>, T> &&
-           !std::same_as<std::remove_cvref_t<U>, std::nullptr_t> &&
-           std::constructible_from<T, U>) TypedJSONContainer(U&& leaf)
+           !std::same_as<std::remove_cvref_t<U>, std::nullptr_t> && std::constructible_from<T, U>)
+      TypedJSONContainer(U&& leaf)
       : payload_(std::in_place_index<2>, std::forward<U>(leaf)) {}
 
   static TypedJSONContainer null() noexcept { return TypedJSONContainer(); }
@@ -256,8 +256,7 @@ class TypedJSONContainer {
   // to the shorter length) are pairwise roughly equal, so an array is
   // roughly equal to any longer array it starts; two leaves by T's rule; two
   // nulls always; different cases never.
-  bool roughlyEqual(const TypedJSONContainer& other, double within) const
-      requires RoughlyEqual<T> {
+  bool roughlyEqual(const TypedJSONContainer& other, double within) const requires RoughlyEqual<T> {
     if (payload_.index() != other.payload_.index()) return false;
     switch (payload_.index()) {
       case 0: {
@@ -308,7 +307,8 @@ class TypedJSONContainer {
     }
   }
 
-  std::size_t hashValue() const requires requires(const T& t) { std::hash<T>()(t); } {
+  std::size_t hashValue() const requires requires(const T& t) { std::hash<T>()(t); }
+  {
     constexpr std::size_t kMix = 0x9E3779B97F4A7C15ull;
     std::size_t h = payload_.index();
     auto combine = [&h](std::size_t v) { h = (h ^ v) * kMix + (h >> 7); };
