@@ -15,6 +15,7 @@ TEST(CodingError, PathsRenderAsDottedKeysWithIndicesInDecimal) {
                               CodingKey::named("x")}),
             "0.a b.12.x");
   EXPECT_EQ(CodingKey::index(7).stringValue, "Index 7");
+  EXPECT_EQ(CodingKey::index(7).intValue, 7);
   EXPECT_FALSE(CodingKey::named("7").intValue);
 }
 

@@ -144,6 +144,7 @@ TEST(Containers, KeyedQueries) {
   EXPECT_THROW(c.decodeIfPresent<int>("c"), DecodingError);
   EXPECT_TRUE(c.superDecoder("z").decodeNil());
   EXPECT_EQ(c.superDecoder("c").decode<std::string>(), "x");
+  EXPECT_EQ(codingPathString(c.superDecoder("z").codingPath()), "z");
 }
 
 TEST(Containers, UnkeyedNilAndOptionalElements) {

@@ -19,6 +19,7 @@ const MediaTime kMinusInf = MediaTime::negativeInfinity();
 TEST(MediaTimeTest, SpecialTimesAndConstruction) {
   EXPECT_FALSE(MediaTime().isValid());
   EXPECT_FALSE(MediaTime(5, 0).isValid());
+  EXPECT_FALSE(MediaTime(5, -1).isValid());
   EXPECT_TRUE(kIndefinite.isValid());
   EXPECT_FALSE(kIndefinite.isNumeric());
   EXPECT_TRUE(std::isnan(kIndefinite.seconds()));
@@ -56,6 +57,7 @@ TEST(MediaTimeTest, ArithmeticOnNumbersIsExactAtTheCommonTimescale) {
   EXPECT_EQ(difference.value(), -1);
   EXPECT_EQ(difference.timescale(), 2);
   EXPECT_EQ(abs(difference), MediaTime(1, 2));
+  EXPECT_EQ(-MediaTime(5, 4), MediaTime(-5, 4));
   EXPECT_EQ(MediaTime(kMax, 1) + MediaTime(1, 1), kPlusInf);  // overflow turns infinite
   EXPECT_EQ(MediaTime(-kMax, 1) - MediaTime(2, 1), kMinusInf);
   EXPECT_EQ(abs(MediaTime(std::numeric_limits<std::int64_t>::min(), 1)), kPlusInf);

@@ -24,6 +24,7 @@ TEST(URL, Components) {
       {"http://[::1]:8080/p", "http", "::1", "/p", false},
       {"http://user@host:99/p", "http", "host", "/p", false},
       {"file:///tmp/a%20b.txt", "file", std::nullopt, "/tmp/a b.txt", true},
+      {"FILE:///tmp", "FILE", std::nullopt, "/tmp", true},
       {"myapp://home", "myapp", "home", "", false},
       {"mailto:someone@example.com", "mailto", std::nullopt, "someone@example.com", false},
       {"relative/path", std::nullopt, std::nullopt, "relative/path", false},
@@ -44,6 +45,7 @@ TEST(URL, Components) {
   EXPECT_EQ(full.components().params().size(), 2u);
   URL bare = *URL::fromString("https://h/p");
   EXPECT_FALSE(bare.port());
+  EXPECT_FALSE(bare.query());
   EXPECT_FALSE(bare.fragment());
   EXPECT_EQ(URL::fromString("https://h/?")->query(), "");
 }

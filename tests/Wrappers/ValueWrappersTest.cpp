@@ -31,6 +31,8 @@ TEST(StackTest, PopsInReverseOrderOfPushesThenGivesAbsent) {
   EXPECT_EQ(built.pop(), "top");
   EXPECT_EQ(copy.peek(), "top");
   EXPECT_NE(built, copy);
+  copy.pop();
+  EXPECT_EQ(built, copy);
 }
 
 TEST(LoadingStateTest, OnlyLoadedHasAValueEvenAnAbsentOne) {
@@ -38,6 +40,7 @@ TEST(LoadingStateTest, OnlyLoadedHasAValueEvenAnAbsentOne) {
   EXPECT_EQ(State::loaded(3).value(), 3);
   EXPECT_EQ(State::unloaded().value(), std::nullopt);
   EXPECT_EQ(State(), State::unloaded());
+  EXPECT_EQ(State::loaded(3), State::loaded(3));
   EXPECT_NE(State::loaded(3), State::loaded(4));
   EXPECT_NE(State::loaded(0), State::unloaded());
   // A loaded optional that holds nothing differs from not being loaded.
