@@ -1,5 +1,6 @@
 #include "zorlan/Extensions/FuzzySearch.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -39,6 +40,8 @@ class FuzzyMatcher::Scratch {
   std::vector<float> previousValues, currentValues;
   // Folded forms of the multi-byte characters seen lately.
   std::unordered_map<std::string, std::string> foldCache;
+  // The (position, term character) pairs of a plain ASCII candidate.
+  std::vector<std::uint32_t> pairs;
 
 };
 
@@ -170,6 +173,18 @@ inline float sqrtOfGap(std::int64_t gap) noexcept {
   return std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
 }
 
+// `condition ? a : b`, computed on the bits without a branch.
+inline float selectFloat(bool condition, float a, float b) noexcept {
+  std::uint32_t aBits, bBits;
+  std::memcpy(&aBits, &a, sizeof aBits);
+  std::memcpy(&bBits, &b, sizeof bBits);
+  const std::uint32_t mask = 0u - static_cast<std::uint32_t>(condition);
+  const std::uint32_t bits = (aBits & mask) | (bBits & ~mask);
+  float result;
+  std::memcpy(&result, &bits, sizeof result);
+  return result;
+}
+
 // Whether `text` is ASCII without CR LF, so that every byte is a character.
 bool isPlainAscii(std::string_view text) noexcept {
   const std::size_t n = text.size();
@@ -213,6 +228,18 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
         byteMatches_[static_cast<unsigned char>(lowerAscii(static_cast<char>(c)))];
   }
   onePass_ = !characters_.empty() && characters_.size() <= 64 && bytes_[0] >= 0;
+  repeats_ = 0;
+  for (std::size_t c = 0; c < 128; ++c) {
+    std::size_t count = 0;
+    for (std::uint64_t bits = asciiMatches_[c]; bits != 0; bits &= bits - 1, ++count) {
+      if (count < kMaxRepeats) {
+        asciiTerms_[c][count] = static_cast<std::uint8_t>(__builtin_ctzll(bits));
+      }
+    }
+    asciiTermCount_[c] = static_cast<std::uint8_t>(std::min(count, kMaxRepeats));
+    repeats_ = count > kMaxRepeats ? kMaxRepeats + 1 : std::max(repeats_, count);
+  }
+  if (repeats_ > kMaxRepeats) repeats_ = 0;
 }
 
 // Scores in one pass over the candidate, all term characters at once, a
@@ -223,75 +250,63 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
 // next term character at the same j. For each term character t >= 1 the
 // choice is the best entry of the row of t - 1 so far, as the general scorer
 // keeps it.
-std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate,
-                                                  bool& scored) const noexcept {
+std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Scratch& scratch,
+                                                  bool& scored) const {
   constexpr float kAbsent = -std::numeric_limits<float>::max();
-  constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
   const std::size_t m = characters_.size();
-  const std::size_t last = m - 1;
-  // For each term character t >= 1, its choice: the value and position of the
-  // best entry so far of the row of t - 1 (kAbsent and kNone while absent).
-  float chosenValue[64];
-  std::uint32_t chosenPosition[64];
-  for (std::size_t t = 0; t < m; ++t) {
-    chosenValue[t] = kAbsent;
-    chosenPosition[t] = kNone;
+  // Slot t (1 <= t < m) is the choice of term character t: whether there is
+  // one yet, and the value and position of the best entry so far of the row
+  // of t - 1 (while there is none, the value is kAbsent). Slot m is the
+  // result: the greatest entry of the last row so far. Slot 0 stays empty, so
+  // the first term character's entries are all 1.0.
+  float slotValue[65];
+  std::uint32_t slotPosition[65];
+  bool slotPresent[65];
+  for (std::size_t t = 0; t <= m; ++t) {
+    slotValue[t] = kAbsent;
+    slotPosition[t] = 0;
+    slotPresent[t] = false;
   }
   // Whether the lower-cased candidate contains the first term character; a
   // longer form can hold it as one of its bytes.
   bool firstOccurs = false;
-  bool hasResult = false;
-  float result = 0.0f;
-  // The entries of the term characters in `bits` at position j, in term
-  // order: the first term character's, those in between, the last one's.
-  const std::uint64_t firstBit = 1;
-  const std::uint64_t lastBit = std::uint64_t{1} << last;
-  const auto step = [&](std::uint64_t bits, std::uint32_t j) {
-    if (bits & firstBit) {
-      firstOccurs = true;
-      if (last == 0) {
-        if (!hasResult) {
-          result = 1.0f;
-          hasResult = true;
-        }
-        return;
-      }
-      // The choice starts at position 0 whatever that entry holds (even NaN);
-      // later entries replace it when it is not greater.
-      if (j == 0 || chosenValue[1] <= 1.0f) {
-        chosenValue[1] = 1.0f;
-        chosenPosition[1] = j;
-      }
-    }
-    const auto valueAt = [&](std::size_t t) {
-      return chosenPosition[t] == kNone
-                 ? 1.0f
-                 : (chosenValue[t] + 1.0f) -
-                       sqrtOfGap(static_cast<std::int64_t>(j) - chosenPosition[t] - 1);
-    };
-    for (std::uint64_t middle = bits & ~(firstBit | lastBit); middle != 0; middle &= middle - 1) {
-      const auto t = static_cast<std::size_t>(__builtin_ctzll(middle));
-      const float value = valueAt(t);
-      if (j == 0 || chosenValue[t + 1] <= value) {
-        chosenValue[t + 1] = value;
-        chosenPosition[t + 1] = j;
-      }
-    }
-    if (last != 0 && (bits & lastBit)) {
-      const float value = valueAt(last);
-      // Strict, so the first of equal values (and a NaN in first place) stays.
-      if (!hasResult || value > result) {
-        result = value;
-        hasResult = true;
-      }
-    }
+  // The entry of term character t at position j, offered to slot t + 1. The
+  // choice starts at position 0 whatever that entry holds (even NaN); later
+  // entries replace it when it is not greater. The result keeps the first of
+  // equal values (and a NaN in first place). Written without branches on the
+  // values, which follow the text and would be mispredicted.
+  const auto visit = [&](std::size_t t, std::uint32_t j) {
+    firstOccurs |= t == 0;
+    const std::int64_t gap = static_cast<std::int64_t>(j) - slotPosition[t] - 1;
+    const float root = static_cast<std::uint64_t>(gap) < kSmallRoots.size()
+                           ? kSmallRoots[static_cast<std::size_t>(gap)]
+                           : std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
+    const float value = selectFloat(slotPresent[t], (slotValue[t] + 1.0f) - root, 1.0f);
+    const std::size_t s = t + 1;
+    const bool isResult = s == m;
+    const bool replaces = (isResult & ((!slotPresent[s]) | (slotValue[s] < value))) |
+                          ((!isResult) & ((j == 0) | (slotValue[s] <= value)));
+    slotValue[s] = selectFloat(replaces, value, slotValue[s]);
+    const std::uint32_t keep = replaces ? 0u : ~0u;
+    slotPosition[s] = (slotPosition[s] & keep) | (j & ~keep);
+    slotPresent[s] = slotPresent[s] | replaces;
   };
 
   const std::size_t n = candidate.size();
-  if (isPlainAscii(candidate)) {
+  if (repeats_ != 0 && n < (std::size_t{1} << 24) && isPlainAscii(candidate)) {
+    // First the (position, term character) pairs in order, written without
+    // branching on the text, then each pair in turn.
+    std::vector<std::uint32_t>& pairs = scratch.pairs;
+    pairs.resize(n * repeats_ + kMaxRepeats);
+    std::uint32_t* out = pairs.data();
     for (std::uint32_t j = 0; j < n; ++j) {
-      const std::uint64_t bits = asciiMatches_[static_cast<unsigned char>(candidate[j])];
-      if (bits != 0) step(bits, j);
+      const auto c = static_cast<unsigned char>(candidate[j]);
+      const std::array<std::uint8_t, kMaxRepeats>& terms = asciiTerms_[c];
+      for (std::size_t k = 0; k < repeats_; ++k) out[k] = (j << 6) | terms[k];
+      out += asciiTermCount_[c];
+    }
+    for (const std::uint32_t* pair = pairs.data(); pair != out; ++pair) {
+      visit(*pair & 63u, *pair >> 6);
     }
   } else {
     const TwoByteForms& table = twoByteForms();
@@ -329,12 +344,12 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate,
           if (form.find(characters_[0][0]) != std::string::npos) firstOccurs = true;
         }
       }
-      if (bits != 0) step(bits, j);
+      for (; bits != 0; bits &= bits - 1) visit(static_cast<std::size_t>(__builtin_ctzll(bits)), j);
     }
   }
   scored = true;
-  if (!firstOccurs || !hasResult) return std::nullopt;
-  return result;
+  if (!firstOccurs || !slotPresent[m]) return std::nullopt;
+  return slotValue[m];
 }
 
 std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
@@ -346,7 +361,7 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& sc
   if (characters_.empty()) return std::nullopt;
   if (onePass_) {
     bool scored = false;
-    std::optional<float> result = scoreInOnePass(candidate, scored);
+    std::optional<float> result = scoreInOnePass(candidate, scratch, scored);
     if (scored) return result;
   }
   const std::size_t m = characters_.size();

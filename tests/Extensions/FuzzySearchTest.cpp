@@ -169,9 +169,19 @@ TEST(FuzzyMatchScoreTest, EveryTwoByteCharacterScoresAsThePlainAlgorithm) {
   }
 }
 
-// Terms longer than 64 characters, and terms whose first character is not
-// ASCII, are scored without the one-pass scorer; the results are the same.
+// Terms longer than 64 characters, terms whose first character is not ASCII
+// and terms repeating one letter many times are scored without the one-pass
+// scorer; the results are the same.
 TEST(FuzzyMatchScoreTest, LongAndNonAsciiTermsScoreAsThePlainAlgorithm) {
+  for (std::size_t repeats = 1; repeats <= 7; ++repeats) {
+    for (const std::string& term : {std::string(repeats, 'a') + "b", "b" + std::string(repeats, 'A')}) {
+      for (const char* candidate : {"aaaaaaaab", "b a a a a a a a", "ab-ba-aab", "BAAAAAAAAAA"}) {
+        const auto fast = fuzzyMatchScore(candidate, term);
+        const auto plain = reference::fuzzyMatchScore(candidate, term);
+        ASSERT_EQ(describe(fast), describe(plain)) << candidate << " / " << term;
+      }
+    }
+  }
   std::mt19937 random(3);
   for (int round = 0; round < 300; ++round) {
     const std::string candidate = randomText(random, 90, round % 2 == 0);

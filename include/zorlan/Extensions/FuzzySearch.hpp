@@ -74,8 +74,17 @@ class FuzzyMatcher {
   // Whether candidates of one- and two-byte characters are scored in one
   // pass: at most 64 term characters, the first of one byte.
   bool onePass_ = false;
+  // For each ASCII candidate byte, the term characters it matches in term
+  // order (at most kMaxRepeats; the rest unused) and how many there are.
+  static constexpr std::size_t kMaxRepeats = 4;
+  std::array<std::array<std::uint8_t, kMaxRepeats>, 128> asciiTerms_{};
+  std::array<std::uint8_t, 128> asciiTermCount_{};
+  // The most term characters any one byte matches; 0 when some byte matches
+  // more than kMaxRepeats of them.
+  std::size_t repeats_ = 0;
 
-  std::optional<float> scoreInOnePass(std::string_view candidate, bool& scored) const noexcept;
+  std::optional<float> scoreInOnePass(std::string_view candidate, Scratch& scratch,
+                                      bool& scored) const;
 };
 
 namespace detail {
