@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -182,6 +183,19 @@ TEST(TypedJSONContainerTest, ObjectsAreUnorderedMapsWithTheLastOfRepeatedKeys) {
   ASSERT_NE(repeated.members(), nullptr);
   EXPECT_EQ(repeated.members()->size(), 2u);
   EXPECT_EQ(repeated.members()->front().first, "j");
+}
+
+TEST(TypedJSONContainerTest, LargeObjectsAreSortedAndKeepTheLastOfRepeatedKeysToo) {
+  TypedJSON::Members members;
+  for (int i = 59; i >= 0; --i) members.emplace_back("k" + std::to_string(i % 40), i);
+  const TypedJSON big = TypedJSON::object(std::move(members));
+  ASSERT_EQ(big.members()->size(), 40u);
+  for (int i = 0; i < 40; ++i) {
+    // Keys k0..k19 came twice, from i + 40 and then from i: the later one counts.
+    EXPECT_EQ(big[("k" + std::to_string(i))], TypedJSON(i)) << i;
+  }
+  EXPECT_TRUE(std::is_sorted(big.members()->begin(), big.members()->end(),
+                             [](const auto& a, const auto& b) { return a.first < b.first; }));
 }
 
 TEST(TypedJSONContainerTest, EqualityAndHashingGoByCaseThenStructure) {

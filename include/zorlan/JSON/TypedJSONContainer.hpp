@@ -393,7 +393,22 @@ class TypedJSONContainer {
         })) {
       return;
     }
-    std::stable_sort(members.begin(), members.end(), KeyLess());
+    if (members.size() <= 32) {
+      // Insertion sort: stable, and no buffer for the small objects of most
+      // documents.
+      for (auto it = members.begin() + 1; it != members.end(); ++it) {
+        if (!(it->first < (it - 1)->first)) continue;
+        Member moving = std::move(*it);
+        auto hole = it;
+        do {
+          *hole = std::move(*(hole - 1));
+          --hole;
+        } while (hole != members.begin() && moving.first < (hole - 1)->first);
+        *hole = std::move(moving);
+      }
+    } else {
+      std::stable_sort(members.begin(), members.end(), KeyLess());
+    }
     // Of each run of one key, keep the last (moved to the run's end).
     auto out = members.begin();
     for (auto it = members.begin(); it != members.end();) {
