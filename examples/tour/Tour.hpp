@@ -17,5 +17,7 @@ void queues();
 void virtualTime();
 // The logging facade writing to the console and a log file, read back.
 void logging();
+// Fuzzy search over a catalogue, an error summary, versions compared.
+void coreValues();
 
 }  // namespace tour

@@ -7,5 +7,6 @@ int main() {
   tour::queues();
   tour::virtualTime();
   tour::logging();
+  tour::coreValues();
   return 0;
 }

@@ -165,14 +165,6 @@ const std::array<float, 256> kSmallRoots = [] {
   return roots;
 }();
 
-// sqrt(gap) in 32-bit float; small gaps from the table of the same values.
-inline float sqrtOfGap(std::int64_t gap) noexcept {
-  if (static_cast<std::uint64_t>(gap) < kSmallRoots.size()) {
-    return kSmallRoots[static_cast<std::size_t>(gap)];
-  }
-  return std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
-}
-
 // `condition ? a : b`, computed on the bits without a branch.
 inline float selectFloat(bool condition, float a, float b) noexcept {
   std::uint32_t aBits, bBits;
