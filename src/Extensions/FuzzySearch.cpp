@@ -259,16 +259,16 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
     slotPosition[t] = 0;
     slotPresent[t] = false;
   }
-  // Whether the lower-cased candidate contains the first term character; a
-  // longer form can hold it as one of its bytes.
-  bool firstOccurs = false;
+  // Whether a longer form of the candidate holds the first term character as
+  // one of its bytes. (Slot 1 takes the first entry it is offered, so it is
+  // present exactly when the first term character matches a character.)
+  bool firstInLongerForm = false;
   // The entry of term character t at position j, offered to slot t + 1. The
   // choice starts at position 0 whatever that entry holds (even NaN); later
   // entries replace it when it is not greater. The result keeps the first of
   // equal values (and a NaN in first place). Written without branches on the
   // values, which follow the text and would be mispredicted.
   const auto visit = [&](std::size_t t, std::uint32_t j) {
-    firstOccurs |= t == 0;
     const std::int64_t gap = static_cast<std::int64_t>(j) - slotPosition[t] - 1;
     const float root = static_cast<std::uint64_t>(gap) < kSmallRoots.size()
                            ? kSmallRoots[static_cast<std::size_t>(gap)]
@@ -285,10 +285,23 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
   };
 
   const std::size_t n = candidate.size();
-  if (repeats_ != 0 && n < (std::size_t{1} << 24) && isPlainAscii(candidate)) {
-    // First the (position, term character) pairs in order, written without
-    // branching on the text, then each pair in turn.
-    std::vector<std::uint32_t>& pairs = scratch.pairs;
+  if (n >= (std::size_t{1} << 24)) {
+    scored = false;  // positions must fit the pairs' 26 bits
+    return std::nullopt;
+  }
+  // First the (position, term character) pairs in order, written without
+  // branching on the text, then each pair in turn.
+  std::vector<std::uint32_t>& pairs = scratch.pairs;
+  if (repeats_ != 0 && isPlainAscii(candidate)) {
+    // Without the first term character there is no score (a quick look, as
+    // a quarter of a catalogue typically lacks it).
+    const char first = characters_[0][0];
+    const char firstUpper = first >= 'a' && first <= 'z' ? static_cast<char>(first - 32) : first;
+    if (candidate.find(first) == std::string_view::npos &&
+        (firstUpper == first || candidate.find(firstUpper) == std::string_view::npos)) {
+      scored = true;
+      return std::nullopt;
+    }
     pairs.resize(n * repeats_ + kMaxRepeats);
     std::uint32_t* out = pairs.data();
     for (std::uint32_t j = 0; j < n; ++j) {
@@ -297,10 +310,9 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
       for (std::size_t k = 0; k < repeats_; ++k) out[k] = (j << 6) | terms[k];
       out += asciiTermCount_[c];
     }
-    for (const std::uint32_t* pair = pairs.data(); pair != out; ++pair) {
-      visit(*pair & 63u, *pair >> 6);
-    }
+    pairs.resize(static_cast<std::size_t>(out - pairs.data()));
   } else {
+    pairs.clear();
     const TwoByteForms& table = twoByteForms();
     std::uint32_t j = 0;  // the character's position
     for (std::size_t i = 0; i < n; ++i, ++j) {
@@ -333,14 +345,17 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
           for (const auto& [bit, termForm] : longForms_) {
             if (termForm == form) bits |= bit;
           }
-          if (form.find(characters_[0][0]) != std::string::npos) firstOccurs = true;
+          if (form.find(characters_[0][0]) != std::string::npos) firstInLongerForm = true;
         }
       }
-      for (; bits != 0; bits &= bits - 1) visit(static_cast<std::size_t>(__builtin_ctzll(bits)), j);
+      for (; bits != 0; bits &= bits - 1) {
+        pairs.push_back((j << 6) | static_cast<std::uint32_t>(__builtin_ctzll(bits)));
+      }
     }
   }
+  for (const std::uint32_t pair : pairs) visit(pair & 63u, pair >> 6);
   scored = true;
-  if (!firstOccurs || !slotPresent[m]) return std::nullopt;
+  if (!(firstInLongerForm || slotPresent[1]) || !slotPresent[m]) return std::nullopt;
   return slotValue[m];
 }
 
