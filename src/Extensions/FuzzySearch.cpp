@@ -269,7 +269,9 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
   // equal values (and a NaN in first place). Written without branches on the
   // values, which follow the text and would be mispredicted.
   const auto visit = [&](std::size_t t, std::uint32_t j) {
-    const std::int64_t gap = static_cast<std::int64_t>(j) - slotPosition[t] - 1;
+    // (An absent choice's value is not used; its gap is taken as 0.)
+    const std::int64_t gap = (static_cast<std::int64_t>(j) - slotPosition[t] - 1) &
+                             -static_cast<std::int64_t>(slotPresent[t]);
     const float root = static_cast<std::uint64_t>(gap) < kSmallRoots.size()
                            ? kSmallRoots[static_cast<std::size_t>(gap)]
                            : std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
@@ -292,6 +294,7 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
   // First the (position, term character) pairs in order, written without
   // branching on the text, then each pair in turn.
   std::vector<std::uint32_t>& pairs = scratch.pairs;
+  std::size_t pairCount = 0;
   if (repeats_ != 0 && isPlainAscii(candidate)) {
     // Without the first term character there is no score (a quick look, as
     // a quarter of a catalogue typically lacks it).
@@ -302,7 +305,8 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
       scored = true;
       return std::nullopt;
     }
-    pairs.resize(n * repeats_ + kMaxRepeats);
+    // Grown only: shrinking and growing again would clear the new space.
+    if (pairs.size() < n * repeats_ + kMaxRepeats) pairs.resize(n * repeats_ + kMaxRepeats);
     std::uint32_t* out = pairs.data();
     for (std::uint32_t j = 0; j < n; ++j) {
       const auto c = static_cast<unsigned char>(candidate[j]);
@@ -310,7 +314,7 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
       for (std::size_t k = 0; k < repeats_; ++k) out[k] = (j << 6) | terms[k];
       out += asciiTermCount_[c];
     }
-    pairs.resize(static_cast<std::size_t>(out - pairs.data()));
+    pairCount = static_cast<std::size_t>(out - pairs.data());
   } else {
     pairs.clear();
     const TwoByteForms& table = twoByteForms();
@@ -352,8 +356,9 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
         pairs.push_back((j << 6) | static_cast<std::uint32_t>(__builtin_ctzll(bits)));
       }
     }
+    pairCount = pairs.size();
   }
-  for (const std::uint32_t pair : pairs) visit(pair & 63u, pair >> 6);
+  for (std::size_t p = 0; p < pairCount; ++p) visit(pairs[p] & 63u, pairs[p] >> 6);
   scored = true;
   if (!(firstInLongerForm || slotPresent[1]) || !slotPresent[m]) return std::nullopt;
   return slotValue[m];
