@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <boost/json/monotonic_resource.hpp>
-#include <boost/json/parser.hpp>
 #include <system_error>
+
+#include "Coding/PreciseJSONParser.hpp"
 
 namespace zorlan {
 
@@ -21,16 +22,15 @@ boost::json::value JSONDecoder::parse(std::string_view text, boost::json::storag
   boost::json::parse_options options;
   options.max_depth = kMaxDepth;
   // Comments, trailing commas and invalid UTF-8 stay refused (the defaults).
-  unsigned char scratch[4096];
-  boost::json::parser parser({}, options, scratch, sizeof scratch);
-  parser.reset(std::move(storage));
+  std::size_t consumed = 0;
   boost::system::error_code ec;
-  parser.write(text.data(), text.size(), ec);
+  boost::json::value value =
+      detail::parseJSONPrecisely(text, options, std::move(storage), consumed, ec);
   if (ec) {
     throw DecodingError::dataCorrupted(
         {{}, "The given data was not valid JSON.", std::make_exception_ptr(std::system_error(ec))});
   }
-  return parser.release();
+  return value;
 }
 
 }  // namespace zorlan

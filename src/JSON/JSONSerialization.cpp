@@ -1,12 +1,10 @@
 #include "zorlan/JSON/JSONSerialization.hpp"
 
-#include <boost/json/basic_parser_impl.hpp>
-#include <boost/json/value_stack.hpp>
-#include <charconv>
 #include <cmath>
 #include <string>
 #include <system_error>
 
+#include "Coding/PreciseJSONParser.hpp"
 #include "zorlan/Coding/CodingError.hpp"
 
 namespace zorlan {
@@ -38,92 +36,6 @@ void checkFinite(const boost::json::value& value, std::size_t depth) {
       return;
   }
 }
-
-// Builds the value as Boost.JSON's own parser does, but reads every
-// non-integer number from its text with std::from_chars, correctly rounded.
-// Boost.JSON 1.81 rounds some numbers to a neighbouring double (text the
-// writer printed would not read back exactly) and reads a zero with an
-// exponent past the range of double ("0e400") as NaN.
-struct PreciseHandler {
-  static constexpr std::size_t max_object_size = boost::json::object::max_size();
-  static constexpr std::size_t max_array_size = boost::json::array::max_size();
-  static constexpr std::size_t max_key_size = boost::json::string::max_size();
-  static constexpr std::size_t max_string_size = boost::json::string::max_size();
-
-  using ec_t = boost::system::error_code;
-  using sv_t = boost::json::string_view;
-
-  boost::json::value_stack st;
-  std::string number;
-
-  bool on_document_begin(ec_t&) { return true; }
-  bool on_document_end(ec_t&) { return true; }
-  bool on_object_begin(ec_t&) { return true; }
-  bool on_object_end(std::size_t n, ec_t&) {
-    st.push_object(n);
-    return true;
-  }
-  bool on_array_begin(ec_t&) { return true; }
-  bool on_array_end(std::size_t n, ec_t&) {
-    st.push_array(n);
-    return true;
-  }
-  bool on_key_part(sv_t s, std::size_t, ec_t&) {
-    st.push_chars(s);
-    return true;
-  }
-  bool on_key(sv_t s, std::size_t, ec_t&) {
-    st.push_key(s);
-    return true;
-  }
-  bool on_string_part(sv_t s, std::size_t, ec_t&) {
-    st.push_chars(s);
-    return true;
-  }
-  bool on_string(sv_t s, std::size_t, ec_t&) {
-    st.push_string(s);
-    return true;
-  }
-  bool on_number_part(sv_t s, ec_t&) {
-    number.append(s.data(), s.size());
-    return true;
-  }
-  bool on_int64(std::int64_t i, sv_t, ec_t&) {
-    number.clear();
-    st.push_int64(i);
-    return true;
-  }
-  bool on_uint64(std::uint64_t u, sv_t, ec_t&) {
-    number.clear();
-    st.push_uint64(u);
-    return true;
-  }
-  bool on_double(double d, sv_t s, ec_t&) {
-    number.append(s.data(), s.size());
-    double exact = 0;
-    auto [end, ec] = std::from_chars(number.data(), number.data() + number.size(), exact);
-    if (ec == std::errc() && end == number.data() + number.size()) {
-      d = exact;
-    } else if (std::isnan(d)) {
-      // Out of range with a zero mantissa: a zero.
-      d = number.starts_with('-') ? -0.0 : 0.0;
-    }
-    // Otherwise out of range: Boost.JSON's infinity or zero stands.
-    number.clear();
-    st.push_double(d);
-    return true;
-  }
-  bool on_bool(bool b, ec_t&) {
-    st.push_bool(b);
-    return true;
-  }
-  bool on_null(ec_t&) {
-    st.push_null();
-    return true;
-  }
-  bool on_comment_part(sv_t, ec_t&) { return true; }
-  bool on_comment(sv_t, ec_t&) { return true; }
-};
 
 }  // namespace
 
@@ -159,16 +71,13 @@ boost::json::value JSONSerialization::jsonObject(std::string_view text,
   parseOptions.max_depth = kMaxCodingDepth;
   parseOptions.allow_comments = options.allowComments;
   parseOptions.allow_trailing_commas = options.allowTrailingCommas;
-  boost::json::basic_parser<PreciseHandler> parser(parseOptions);
-  parser.handler().st.reset();
+  std::size_t consumed = 0;
   boost::system::error_code ec;
-  std::size_t consumed = parser.write_some(false, text.data(), text.size(), ec);
-  if (!ec && consumed < text.size()) ec = boost::json::error::extra_data;
+  boost::json::value value = detail::parseJSONPrecisely(text, parseOptions, {}, consumed, ec);
   if (ec) {
     throw JSONReadingError(ec.message(), skipped + consumed,
                            std::make_exception_ptr(std::system_error(ec)));
   }
-  boost::json::value value = parser.handler().st.release();
   if (!options.fragmentsAllowed && !value.is_object() && !value.is_array()) {
     throw JSONReadingError(
         "JSON text did not start with array or object and option to allow fragments not set.",

@@ -177,7 +177,7 @@ TEST(TypedJSONCodingTest, EncodingThenDecodingGivesAnEqualTree) {
     EXPECT_EQ(text(parse(once)), once) << json;
   }
   // Integers come back as doubles, written in their shortest form.
-  EXPECT_EQ(text(parse(R"({"n":3,"m":-0,"f":2.50})")), R"({"f":2.5,"m":0,"n":3})");
+  EXPECT_EQ(text(parse(R"({"n":3,"m":-0,"f":2.50})")), R"({"f":2.5,"m":-0,"n":3})");
   EXPECT_EQ(*parse("3").leaf(), TypedJSONValue::number(3.0));
 }
 

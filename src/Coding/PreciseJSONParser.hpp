@@ -1,0 +1,29 @@
+// Parsing JSON text into a Boost.JSON tree with every number read correctly
+// rounded, so that each number the writer prints reads back as the same double.
+#pragma once
+
+#include <boost/json/basic_parser.hpp>
+#include <boost/json/storage_ptr.hpp>
+#include <boost/json/value.hpp>
+#include <boost/system/error_code.hpp>
+
+#include <cstddef>
+#include <string_view>
+
+namespace zorlan::detail {
+
+// Parses the whole of `text` with `options` into a tree whose storage is
+// `storage`. On failure sets `ec` (trailing text after the document is
+// `extra_data`), sets `consumed` to where parsing stopped and returns null.
+//
+// Boost.JSON 1.81 rounds some decimal numbers to a neighbouring double and
+// reads a zero with an exponent beyond the range of double ("0e400") as NaN;
+// here every number that is not an integer is read from its text with
+// std::from_chars instead. Numbers beyond the range of double keep Boost.JSON's
+// infinity or zero.
+boost::json::value parseJSONPrecisely(std::string_view text,
+                                      const boost::json::parse_options& options,
+                                      boost::json::storage_ptr storage, std::size_t& consumed,
+                                      boost::system::error_code& ec);
+
+}  // namespace zorlan::detail
