@@ -39,10 +39,10 @@ class FileLogEvent final : public LogEvent {
   LoggerLevel level() const override { return LoggerLevel::none; }
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "FileLogEvent"; }
-  boost::json::value toJSON() const override {
-    boost::json::object object;
-    object["message"] = message_;
-    object["loggedAt"] = now_().timeIntervalSince1970();
+  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
+    boost::json::object object(2, storage);
+    object.emplace("message", message_);
+    object.emplace("loggedAt", now_().timeIntervalSince1970());
     return object;
   }
 

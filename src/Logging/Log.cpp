@@ -70,7 +70,11 @@ bool Log::anyTarget(LogLevelConfig thresholds, LogLevel level) noexcept {
          (thresholds.file <= level && gFileLogger.load(std::memory_order_acquire));
 }
 
-void Log::writeComposed(LogLevel level, const char* senderType, std::string_view message,
+const std::string& Log::senderTypeName(const char* mangled) {
+  return *new std::string(detail::demangledTypeName(mangled));  // one per type, kept for good
+}
+
+void Log::writeComposed(LogLevel level, std::string_view sender, std::string_view message,
                         const SourceLocation& where) const {
   Logger* targets[2] = {nullptr, nullptr};
   int count = 0;
@@ -91,7 +95,6 @@ void Log::writeComposed(LogLevel level, const char* senderType, std::string_view
   }
   if (!line.empty()) line += ' ';
   line += message;
-  const std::string sender = detail::demangledTypeName(senderType);
   for (int i = 0; i < count; ++i) {
     targets[i]->log(sender, static_cast<LoggerLevel>(level), "", line, true, {}, where.line(),
                     where.file_name(), where.function_name());

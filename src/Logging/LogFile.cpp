@@ -9,6 +9,8 @@
 
 #include "Logging/LogFileStorage.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
+
+#include <boost/json/monotonic_resource.hpp>
 #include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
@@ -91,9 +93,16 @@ std::int64_t LogFile::currentSize() const {
 
 void LogFile::log(const LogEvent& event) noexcept {
   try {
-    std::optional<std::string> encoded;
+    // The event's tree lives in a stack arena and its text in a buffer this
+    // thread reuses: no heap allocation per event once the buffer has grown.
+    thread_local std::string text;
+    text.clear();
+    std::optional<std::string_view> encoded;
     try {
-      encoded = writeJSON(event.toJSON());
+      unsigned char buffer[2048];
+      boost::json::monotonic_resource arena(buffer, sizeof buffer);
+      writeJSON(event.toJSON(boost::json::storage_ptr(&arena)), {}, text);
+      encoded = text;
     } catch (const std::exception& error) {
       detail::printLogFileDiagnostic("failed to encode log item from " +
                                      std::string(event.typeName()) +

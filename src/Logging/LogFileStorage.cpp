@@ -44,21 +44,14 @@ void LogFileStorage::checkedAdd(std::int64_t bytes) {
 void LogFileStorage::append(std::string_view bytes) {
   if (deleted_) return;
   checkedAdd(static_cast<std::int64_t>(bytes.size()));
-  if (contentLength_ > 0) {
-    std::string chunk;
-    chunk.reserve(kSeparator.size() + bytes.size());
-    chunk.append(kSeparator).append(bytes);
-    grow(chunk);
-  } else {
-    grow(bytes);
-  }
+  grow(contentLength_ > 0 ? kSeparator : std::string_view(), bytes);
 }
 
-void LogFileStorage::grow(std::string_view chunk) {
-  const auto length = static_cast<std::int64_t>(chunk.size());
+void LogFileStorage::grow(std::string_view separator, std::string_view bytes) {
+  const auto length = static_cast<std::int64_t>(separator.size() + bytes.size());
   contentLength_ += length;
   currentSize_ += length;
-  unwritten_.append(chunk);
+  unwritten_.append(separator).append(bytes);
   std::string error = writeTail();
   if (!error.empty()) {
     printer_("failed appending data at: " + path_.string() + " error: " + error);

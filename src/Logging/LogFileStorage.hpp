@@ -63,8 +63,9 @@ class LogFileStorage {
   const std::filesystem::path& path() const noexcept { return path_; }
 
  private:
-  // Grows the content by `chunk` (size already checked) and writes it.
-  void grow(std::string_view chunk);
+  // Grows the content by the chunk `separator` + `bytes` (size already
+  // checked) and writes it.
+  void grow(std::string_view separator, std::string_view bytes);
   // Writes `unwritten_` at `diskGoodLength_` and cuts the file to the
   // content's length. Returns an error description on failure.
   std::string writeTail();

@@ -70,17 +70,20 @@ class ScopedEnv {
   std::optional<std::string> old_;
 };
 
-// A date source the test moves by hand; safe to read from the logger's queue.
+// A date source the test moves by hand; safe to read from the logger's queue,
+// also after the test's clock is gone (the end marker is encoded after the
+// logger's destruction).
 class ManualClock {
  public:
-  explicit ManualClock(double secondsSince1970) : seconds_(secondsSince1970) {}
-  void set(double secondsSince1970) { seconds_.store(secondsSince1970); }
+  explicit ManualClock(double secondsSince1970)
+      : seconds_(std::make_shared<std::atomic<double>>(secondsSince1970)) {}
+  void set(double secondsSince1970) { seconds_->store(secondsSince1970); }
   FileLogger::DateSource source() {
-    return [this] { return Date::fromTimeIntervalSince1970(seconds_.load()); };
+    return [seconds = seconds_] { return Date::fromTimeIntervalSince1970(seconds->load()); };
   }
 
  private:
-  std::atomic<double> seconds_;
+  std::shared_ptr<std::atomic<double>> seconds_;
 };
 
 // Waits until the logger's queue has run everything submitted so far.
@@ -300,6 +303,7 @@ TEST_F(FileLoggerTest, EventsHoldExactlyTheMessageAndTheMomentOfEncoding) {
     logger.log("first \"quoted\" \u00e9");
     clock.set(1706745612.5);  // when the queue gets to it
   }
+  drain(logger.serialQueue());
   clock.set(1706745700.75);
   logger.log("second");
   drain(logger.serialQueue());

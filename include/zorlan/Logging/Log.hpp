@@ -102,10 +102,13 @@ class Log {
     const LogLevelConfig thresholds = config_.value();
     if (!anyTarget(thresholds, level)) return;  // the common, allocation-free path
     using Plain = std::remove_cv_t<std::remove_pointer_t<std::decay_t<Sender>>>;
-    writeComposed(level, typeid(Plain).name(), message, where);
+    static const std::string& senderName = senderTypeName(typeid(Plain).name());
+    writeComposed(level, senderName, message, where);
   }
+  // The unqualified, demangled name, made once per type and kept.
+  static const std::string& senderTypeName(const char* mangled);
   static bool anyTarget(LogLevelConfig thresholds, LogLevel level) noexcept;
-  void writeComposed(LogLevel level, const char* senderType, std::string_view message,
+  void writeComposed(LogLevel level, std::string_view sender, std::string_view message,
                      const SourceLocation& where) const;
   static SourceLocation fixedLocation(LogLevel level) noexcept;
 

@@ -50,9 +50,10 @@ class LogEvent {
   virtual const std::optional<LogSource>& source() const = 0;
   // The unqualified name of the event's type, for diagnostics.
   virtual std::string_view typeName() const = 0;
-  // The event as one JSON object. May throw when the event cannot be
+  // The event as one JSON object, its memory from `storage` (the file sink
+  // passes a short-lived arena). May throw when the event cannot be
   // represented (sinks report that and drop the event).
-  virtual boost::json::value toJSON() const = 0;
+  virtual boost::json::value toJSON(boost::json::storage_ptr storage = {}) const = 0;
 };
 
 // The event that `Logger::log(sender, level, ...)` builds. It encodes as
@@ -70,7 +71,7 @@ class MessageLogEvent final : public LogEvent {
   LoggerLevel level() const override { return level_; }
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "MessageLogEvent"; }
-  boost::json::value toJSON() const override;
+  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override;
 
   const std::string& sender() const { return sender_; }
   const LogInfo& info() const { return info_; }
@@ -147,7 +148,10 @@ class Logger {
   std::atomic<std::uint8_t> verbosity_{0};
   std::atomic<std::size_t> sinkCount_{0};
   mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<LogSink>> sinks_;
+  // Replaced, never changed in place: logging takes a reference under the
+  // mutex and calls the sinks outside it, without copying the list.
+  std::shared_ptr<const std::vector<std::shared_ptr<LogSink>>> sinks_ =
+      std::make_shared<const std::vector<std::shared_ptr<LogSink>>>();
 };
 
 }  // namespace zorlan
