@@ -50,24 +50,6 @@ using zorlan::LogLevelConfig;
 
 struct BenchCaller {};
 
-// Every category gets the same levels.
-struct UniformConfig final : zorlan::LogConfig {
-  explicit UniformConfig(LogLevelConfig c) : levels(c) {}
-  LogLevelConfig levels;
-  LogLevelConfig shared() const override { return levels; }
-  LogLevelConfig content() const override { return levels; }
-  LogLevelConfig localization() const override { return levels; }
-  LogLevelConfig paywall() const override { return levels; }
-  LogLevelConfig onboarding() const override { return levels; }
-  LogLevelConfig analytics() const override { return levels; }
-  LogLevelConfig playback() const override { return levels; }
-  LogLevelConfig chromecast() const override { return levels; }
-  LogLevelConfig shareplay() const override { return levels; }
-  LogLevelConfig ctvActivation() const override { return levels; }
-  LogLevelConfig downloads() const override { return levels; }
-  LogLevelConfig qoe() const override { return levels; }
-};
-
 using ConfigRelay = zorlan::rx::BehaviorRelay<std::shared_ptr<const zorlan::LogConfig>>;
 
 fs::path benchDirectory() {
@@ -83,14 +65,14 @@ fs::path benchDirectory() {
 // case pick the levels.
 ConfigRelay& facade() {
   static ConfigRelay* relay = [] {
-    auto* r = new ConfigRelay(std::make_shared<UniformConfig>(LogLevelConfig::none));
+    auto* r = new ConfigRelay(std::make_shared<zorlan::UniformLogConfig>(LogLevelConfig::none));
     Log::setup(benchDirectory() / "facade.log", zorlan::asBehaviorReader(*r));
     return r;
   }();
   return *relay;
 }
 
-void useLevels(LogLevelConfig levels) { facade().accept(std::make_shared<UniformConfig>(levels)); }
+void useLevels(LogLevelConfig levels) { facade().accept(std::make_shared<zorlan::UniformLogConfig>(levels)); }
 
 // --- A message below every threshold ---------------------------------------
 

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "zorlan/Platform/Unicode.hpp"
+
 namespace zorlan {
 
 namespace {
@@ -45,24 +47,6 @@ bool nextScalar(std::string_view text, std::size_t& at, char32_t& scalar) {
   }
   at += length;
   return true;
-}
-
-void appendUTF8(std::string& out, char32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
 }
 
 void appendUnit(std::string& out, std::uint16_t unit, bool bigEndian) {
@@ -109,7 +93,7 @@ std::optional<std::string> utf16ToUTF8(std::string_view text, bool bigEndian) {
       unit = 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
       i += 2;
     }
-    appendUTF8(out, unit);
+    unicode::appendUTF8(out, unit);
   }
   return out;
 }
@@ -192,7 +176,7 @@ std::optional<std::string> decodeText(std::string_view text, StringEncoding enco
     case StringEncoding::isoLatin1: {
       std::string out;
       out.reserve(text.size() * 2);
-      for (char c : text) appendUTF8(out, static_cast<unsigned char>(c));
+      for (char c : text) unicode::appendUTF8(out, static_cast<unsigned char>(c));
       return out;
     }
   }

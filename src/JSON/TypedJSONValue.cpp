@@ -4,27 +4,10 @@
 #include <cmath>
 #include <cstdint>
 
+#include "zorlan/Platform/Unicode.hpp"
+
 namespace zorlan {
 namespace {
-
-// Appends the code point `c` as UTF-8.
-void appendUTF8(char32_t c, std::string& out) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-}
 
 // The length of the well-formed UTF-8 sequence at `p` (before `end`), or 0
 // for an ill-formed one (overlong forms, surrogates, values past U+10FFFF).
@@ -89,7 +72,7 @@ std::string quotedDebugText(std::string_view text) {
           p += n;
           continue;
         } else {
-          appendUTF8(U'\uFFFD', out);
+          unicode::appendUTF8(out, U'\uFFFD');
         }
     }
     ++p;

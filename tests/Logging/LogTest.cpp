@@ -15,24 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Every category gets the same levels.
-struct UniformConfig : LogConfig {
-  explicit UniformConfig(LogLevelConfig c) : levels(c) {}
-  LogLevelConfig levels;
-  LogLevelConfig shared() const override { return levels; }
-  LogLevelConfig content() const override { return levels; }
-  LogLevelConfig localization() const override { return levels; }
-  LogLevelConfig paywall() const override { return levels; }
-  LogLevelConfig onboarding() const override { return levels; }
-  LogLevelConfig analytics() const override { return levels; }
-  LogLevelConfig playback() const override { return levels; }
-  LogLevelConfig chromecast() const override { return levels; }
-  LogLevelConfig shareplay() const override { return levels; }
-  LogLevelConfig ctvActivation() const override { return levels; }
-  LogLevelConfig downloads() const override { return levels; }
-  LogLevelConfig qoe() const override { return levels; }
-};
-
 class LogTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -47,7 +29,7 @@ class LogTest : public ::testing::Test {
   fs::path setUp(LogLevelConfig levels) {
     fs::path file = dir_ / "app.log";
     relay_ = std::make_unique<rx::BehaviorRelay<std::shared_ptr<const LogConfig>>>(
-        std::make_shared<UniformConfig>(levels));
+        std::make_shared<UniformLogConfig>(levels));
     Log::setup(file, asBehaviorReader(*relay_));
     return file;
   }
@@ -149,7 +131,7 @@ TEST_F(LogTest, RunTimeLevelReportsTheFacadesLocationAndSkipsNoneAndTrace) {
 TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndSecondSetupKeepsTheFile) {
   fs::path file = setUp(LogLevelConfig{LogLevel::error, LogLevel::error});
   Log::playback().info(Caller{}, "hidden");
-  relay_->accept(std::make_shared<UniformConfig>(LogLevelConfig::all));
+  relay_->accept(std::make_shared<UniformLogConfig>(LogLevelConfig::all));
   Log::playback().info(Caller{}, "shown");
   Log::setup(std::nullopt, asBehaviorReader(*relay_));  // no file: keeps the first file logger
   Log::qoe().info(Caller{}, "still to the file");

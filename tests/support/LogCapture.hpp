@@ -27,7 +27,7 @@ class LogCapture {
   explicit LogCapture(LogLevelConfig levels = LogLevelConfig::all)
       : events_(std::make_shared<Events>()) {
     Log::setup(std::nullopt, BehaviorReader<std::shared_ptr<const LogConfig>>::just(
-                                 std::make_shared<UniformConfig>(levels)));
+                                 std::make_shared<UniformLogConfig>(levels)));
     Log::consoleLogger()->add(std::make_shared<Sink>(events_));
   }
 
@@ -59,22 +59,6 @@ class LogCapture {
       events->list.push_back(std::move(captured));
     }
     std::shared_ptr<Events> events;
-  };
-  struct UniformConfig : LogConfig {
-    explicit UniformConfig(LogLevelConfig c) : levels(c) {}
-    LogLevelConfig levels;
-    LogLevelConfig shared() const override { return levels; }
-    LogLevelConfig content() const override { return levels; }
-    LogLevelConfig localization() const override { return levels; }
-    LogLevelConfig paywall() const override { return levels; }
-    LogLevelConfig onboarding() const override { return levels; }
-    LogLevelConfig analytics() const override { return levels; }
-    LogLevelConfig playback() const override { return levels; }
-    LogLevelConfig chromecast() const override { return levels; }
-    LogLevelConfig shareplay() const override { return levels; }
-    LogLevelConfig ctvActivation() const override { return levels; }
-    LogLevelConfig downloads() const override { return levels; }
-    LogLevelConfig qoe() const override { return levels; }
   };
 
   std::shared_ptr<Events> events_;

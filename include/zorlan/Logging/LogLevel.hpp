@@ -63,4 +63,26 @@ class LogConfig {
   virtual LogLevelConfig qoe() const = 0;
 };
 
+// The same levels for every category: for apps without per-category
+// settings, and for tests.
+class UniformLogConfig final : public LogConfig {
+ public:
+  explicit UniformLogConfig(LogLevelConfig levels) : levels_(levels) {}
+  LogLevelConfig shared() const override { return levels_; }
+  LogLevelConfig content() const override { return levels_; }
+  LogLevelConfig localization() const override { return levels_; }
+  LogLevelConfig paywall() const override { return levels_; }
+  LogLevelConfig onboarding() const override { return levels_; }
+  LogLevelConfig analytics() const override { return levels_; }
+  LogLevelConfig playback() const override { return levels_; }
+  LogLevelConfig chromecast() const override { return levels_; }
+  LogLevelConfig shareplay() const override { return levels_; }
+  LogLevelConfig ctvActivation() const override { return levels_; }
+  LogLevelConfig downloads() const override { return levels_; }
+  LogLevelConfig qoe() const override { return levels_; }
+
+ private:
+  LogLevelConfig levels_;
+};
+
 }  // namespace zorlan

@@ -35,4 +35,8 @@ std::string normalizedNFC(std::string_view text);
 // U+000D and U+0085.
 bool isWhitespaceOrNewline(char32_t scalar) noexcept;
 
+// Appends the Unicode scalar `scalar` (at most U+10FFFF, not a surrogate) to
+// `out` as UTF-8.
+void appendUTF8(std::string& out, char32_t scalar);
+
 }  // namespace zorlan::unicode
