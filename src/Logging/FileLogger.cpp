@@ -7,7 +7,6 @@
 #include <unicode/unistr.h>
 #include <unistd.h>
 
-#include <boost/json/object.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -40,10 +39,12 @@ class FileLogEvent final : public LogEvent {
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "FileLogEvent"; }
   boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
-    boost::json::object object(2, storage);
-    object.emplace("message", message_);
-    object.emplace("loggedAt", now_().timeIntervalSince1970());
-    return object;
+    return logEventFieldsJSON(*this, 2, std::move(storage));
+  }
+  bool writeFields(LogEventFields& fields) const override {
+    fields.string("message", message_);
+    fields.number("loggedAt", now_().timeIntervalSince1970());
+    return true;
   }
 
  private:

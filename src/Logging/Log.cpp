@@ -1,6 +1,7 @@
 #include "zorlan/Logging/Log.hpp"
 
 #include <atomic>
+#include <cstring>
 #include <mutex>
 #include <vector>
 
@@ -39,11 +40,11 @@ Log& category(int index) {
   return *categories[index];
 }
 
-const char* mark(LogLevel level) {
+std::string_view mark(LogLevel level) {
   switch (level) {
     case LogLevel::warning: return "\u26A0\uFE0F";
     case LogLevel::error: return "\u274C";
-    default: return nullptr;
+    default: return {};
   }
 }
 
@@ -78,23 +79,42 @@ void Log::writeComposed(LogLevel level, std::string_view sender, std::string_vie
                         const SourceLocation& where) const {
   Logger* targets[2] = {nullptr, nullptr};
   int count = 0;
+  const LogLevelConfig thresholds = config_.value();
   if (Logger* console = gConsoleLogger.load(std::memory_order_acquire);
-      console && config_.value().console <= level) {
+      console && thresholds.console <= level) {
     targets[count++] = console;
   }
   if (Logger* file = gFileLogger.load(std::memory_order_acquire);
-      file && config_.value().file <= level) {
+      file && thresholds.file <= level) {
     targets[count++] = file;
   }
   if (count == 0) return;
-  std::string line;
-  if (prefix_) line += *prefix_;
-  if (const char* m = mark(level)) {
-    if (!line.empty()) line += ' ';
-    line += m;
+  // The line: prefix, mark and message joined by single spaces. Composed on
+  // the stack when it fits (sinks may log in turn, so no shared buffer).
+  const std::string_view prefix = prefix_ ? std::string_view(*prefix_) : std::string_view();
+  const std::string_view levelMark = mark(level);
+  char stack[512];
+  std::string heap;
+  const std::size_t length = prefix.size() + levelMark.size() + message.size() + 2;
+  char* out = stack;
+  if (length > sizeof stack) {
+    heap.resize(length);
+    out = heap.data();
   }
-  if (!line.empty()) line += ' ';
-  line += message;
+  char* end = out;
+  auto put = [&end](std::string_view part) {
+    if (part.empty()) return;
+    std::memcpy(end, part.data(), part.size());
+    end += part.size();
+  };
+  put(prefix);
+  if (!levelMark.empty()) {
+    if (end != out) *end++ = ' ';
+    put(levelMark);
+  }
+  if (end != out) *end++ = ' ';
+  put(message);
+  const std::string_view line(out, static_cast<std::size_t>(end - out));
   for (int i = 0; i < count; ++i) {
     targets[i]->log(sender, static_cast<LoggerLevel>(level), "", line, true, {}, where.line(),
                     where.file_name(), where.function_name());

@@ -3,14 +3,17 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
+#include <boost/json/monotonic_resource.hpp>
+
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <fstream>
+#include <map>
+#include <utility>
 
 #include "Logging/LogFileStorage.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
-
-#include <boost/json/monotonic_resource.hpp>
 #include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
@@ -91,17 +94,78 @@ std::int64_t LogFile::currentSize() const {
   return queue_.sync([this] { return storage_->currentSize(); });
 }
 
+namespace {
+
+// Writes an event's members straight into JSON text, exactly as the JSON
+// writer writes the event's tree (compact, "/" escaped, members in order).
+class TextFields final : public LogEventFields {
+ public:
+  explicit TextFields(std::string& out) : out_(out) { out_ += '{'; }
+
+  void string(std::string_view key, std::string_view value) override {
+    writeKey(key);
+    writeJSONString(value, {}, out_);
+  }
+  void number(std::string_view key, double value) override {
+    writeKey(key);
+    writeJSONNumber(value, out_);
+  }
+  void integer(std::string_view key, std::int64_t value) override {
+    writeKey(key);
+    char buffer[24];
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    out_.append(buffer, end);
+  }
+  void strings(std::string_view key, const std::map<std::string, std::string>& value) override {
+    writeKey(key);
+    out_ += '{';
+    bool first = true;
+    for (const auto& [k, v] : value) {
+      if (!std::exchange(first, false)) out_ += ',';
+      writeJSONString(k, {}, out_);
+      out_ += ':';
+      writeJSONString(v, {}, out_);
+    }
+    out_ += '}';
+  }
+  void finish() { out_ += '}'; }
+
+ private:
+  void writeKey(std::string_view key) {
+    if (!std::exchange(first_, false)) out_ += ',';
+    writeJSONString(key, {}, out_);
+    out_ += ':';
+  }
+
+  std::string& out_;
+  bool first_ = true;
+};
+
+// The event's JSON text, written into the empty `out`: member by member when the event
+// offers its members, else through its tree (kept in a stack arena).
+void encodeEvent(const LogEvent& event, std::string& out) {
+  TextFields fields(out);
+  if (event.writeFields(fields)) {
+    fields.finish();
+    return;
+  }
+  out.clear();
+  unsigned char buffer[2048];
+  boost::json::monotonic_resource arena(buffer, sizeof buffer);
+  writeJSON(event.toJSON(boost::json::storage_ptr(&arena)), {}, out);
+}
+
+}  // namespace
+
 void LogFile::log(const LogEvent& event) noexcept {
   try {
-    // The event's tree lives in a stack arena and its text in a buffer this
-    // thread reuses: no heap allocation per event once the buffer has grown.
+    // The text lives in a buffer this thread reuses: no heap allocation per
+    // event once the buffer has grown.
     thread_local std::string text;
     text.clear();
     std::optional<std::string_view> encoded;
     try {
-      unsigned char buffer[2048];
-      boost::json::monotonic_resource arena(buffer, sizeof buffer);
-      writeJSON(event.toJSON(boost::json::storage_ptr(&arena)), {}, text);
+      encodeEvent(event, text);
       encoded = text;
     } catch (const std::exception& error) {
       detail::printLogFileDiagnostic("failed to encode log item from " +

@@ -38,41 +38,77 @@ MessageLogEvent::MessageLogEvent(std::string sender, LoggerLevel level, std::str
 
 namespace {
 
-// The JSON form of a message event, shared by the owning and the borrowing event.
-boost::json::value messageEventJSON(std::string_view message, LoggerLevel level,
-                                    std::string_view sender,
-                                    std::optional<std::string_view> file, int line,
-                                    std::string_view function, std::string_view type,
-                                    const LogInfo& info, boost::json::storage_ptr storage) {
-  const double loggedAt =
-      std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-  boost::json::object object(file ? 10 : 7, storage);
-  object.emplace("message", message);
-  object.emplace("loggedAt", loggedAt);
-  object.emplace("level", loggerLevelName(level));
-  object.emplace("sender", sender);
-  if (file) {
-    object.emplace("file", *file);
-    object.emplace("line", line);
-    object.emplace("function", function);
-  }
-  if (!type.empty()) object.emplace("type", type);
-  if (!info.empty()) {
-    boost::json::object infoObject(storage);
-    for (const auto& [key, value] : info) infoObject[key] = value;
-    object.emplace("info", std::move(infoObject));
-  }
-  return object;
+double secondsSince1970Now() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+      .count();
 }
+
+// The members of a message event, shared by the owning and the borrowing
+// event: "message", "loggedAt", "level", "sender", then "file", "line" and
+// "function" when there is a source, then "type" and "info" when not empty.
+void writeMessageEventFields(LogEventFields& fields, std::string_view message,
+                             LoggerLevel level, std::string_view sender,
+                             std::optional<std::string_view> file, int line,
+                             std::string_view function, std::string_view type,
+                             const LogInfo& info) {
+  fields.string("message", message);
+  fields.number("loggedAt", secondsSince1970Now());
+  fields.string("level", loggerLevelName(level));
+  fields.string("sender", sender);
+  if (file) {
+    fields.string("file", *file);
+    fields.integer("line", line);
+    fields.string("function", function);
+  }
+  if (!type.empty()) fields.string("type", type);
+  if (!info.empty()) fields.strings("info", info);
+}
+
+// Collects members into a JSON object.
+class TreeFields final : public LogEventFields {
+ public:
+  TreeFields(std::size_t capacity, boost::json::storage_ptr storage)
+      : object_(capacity, std::move(storage)) {}
+
+  void string(std::string_view key, std::string_view value) override {
+    object_.emplace(key, value);
+  }
+  void number(std::string_view key, double value) override { object_.emplace(key, value); }
+  void integer(std::string_view key, std::int64_t value) override {
+    object_.emplace(key, value);
+  }
+  void strings(std::string_view key, const std::map<std::string, std::string>& value) override {
+    boost::json::object members(object_.storage());
+    for (const auto& [k, v] : value) members[k] = v;
+    object_.emplace(key, std::move(members));
+  }
+
+  boost::json::object take() { return std::move(object_); }
+
+ private:
+  boost::json::object object_;
+};
 
 }  // namespace
 
+boost::json::value logEventFieldsJSON(const LogEvent& event, std::size_t memberCount,
+                                      boost::json::storage_ptr storage) {
+  TreeFields tree(memberCount, std::move(storage));
+  event.writeFields(tree);
+  return tree.take();
+}
+
 boost::json::value MessageLogEvent::toJSON(boost::json::storage_ptr storage) const {
+  return logEventFieldsJSON(*this, source_ ? 9 : 6, std::move(storage));
+}
+
+bool MessageLogEvent::writeFields(LogEventFields& fields) const {
   std::optional<std::string_view> file;
   if (source_) file = source_->file;
-  return messageEventJSON(message_, level_, sender_, file, source_ ? source_->line : 0,
+  writeMessageEventFields(fields, message_, level_, sender_, file, source_ ? source_->line : 0,
                           source_ ? std::string_view(source_->function) : std::string_view(),
-                          type_, info_, std::move(storage));
+                          type_, info_);
+  return true;
 }
 
 void OSLogSink::log(const LogEvent& event) noexcept {
@@ -103,15 +139,16 @@ Logger& Logger::shared() {
 void Logger::add(std::shared_ptr<LogSink> sink) {
   if (!sink) return;
   std::lock_guard lock(mutex_);
-  auto grown = std::make_shared<std::vector<std::shared_ptr<LogSink>>>(*sinks_);
+  auto grown = std::make_unique<SinkList>();
+  if (const SinkList* current = sinks_.load(std::memory_order_relaxed)) *grown = *current;
   grown->push_back(std::move(sink));
-  sinkCount_.store(grown->size(), std::memory_order_release);
-  sinks_ = std::move(grown);
+  sinks_.store(grown.get(), std::memory_order_release);
+  sinkLists_.push_back(std::move(grown));
 }
 
 std::vector<std::shared_ptr<LogSink>> Logger::sinks() const {
-  std::lock_guard lock(mutex_);
-  return *sinks_;
+  const SinkList* current = sinks_.load(std::memory_order_acquire);
+  return current ? *current : SinkList{};
 }
 
 namespace {
@@ -142,8 +179,12 @@ class BorrowedMessageEvent final : public LogEvent {
   }
   std::string_view typeName() const override { return "MessageLogEvent"; }
   boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
-    return messageEventJSON(message_, level_, sender_, file_, line_, function_, type_, info_,
-                            std::move(storage));
+    return logEventFieldsJSON(*this, 9, std::move(storage));
+  }
+  bool writeFields(LogEventFields& fields) const override {
+    writeMessageEventFields(fields, message_, level_, sender_, file_, line_, function_, type_,
+                            info_);
+    return true;
   }
 
  private:
@@ -165,17 +206,14 @@ class BorrowedMessageEvent final : public LogEvent {
 void Logger::log(std::string_view sender, LoggerLevel level, std::string_view type,
                  std::string_view message, bool isPublic, const LogInfo& info, int line,
                  std::string_view file, std::string_view function) noexcept {
-  if (!isEnabled() || sinkCount_.load(std::memory_order_acquire) == 0) return;
+  if (!isEnabled() || sinks_.load(std::memory_order_acquire) == nullptr) return;
   log(BorrowedMessageEvent(sender, level, type, message, isPublic, info, line, file, function));
 }
 
 void Logger::log(const LogEvent& event) noexcept {
   if (!isEnabled()) return;
-  std::shared_ptr<const std::vector<std::shared_ptr<LogSink>>> targets;
-  {
-    std::lock_guard lock(mutex_);
-    targets = sinks_;
-  }
+  const SinkList* targets = sinks_.load(std::memory_order_acquire);
+  if (targets == nullptr) return;
   for (const auto& sink : *targets) sink->log(event);
 }
 

@@ -59,10 +59,19 @@ TEST(JSONWriter, StringEscapes) {
   };
   JSONWritingOptions keepSlashes;
   keepSlashes.withoutEscapingSlashes = true;
+  // Plain text is skipped in words of eight bytes: every case also sits at
+  // every offset inside longer plain text.
+  const std::string plain = "plain text around it, long enough";
   for (const Case& c : cases) {
-    boost::json::value v = boost::json::string(c.raw);
-    EXPECT_EQ(writeJSON(v), c.escaped);
-    EXPECT_EQ(writeJSON(v, keepSlashes), c.withoutEscapingSlashes);
+    for (std::size_t before = 0; before <= 9; ++before) {
+      const std::string head = plain.substr(0, before), tail = plain.substr(before, 11);
+      auto wrap = [&](std::string escaped) {
+        return '"' + head + escaped.substr(1, escaped.size() - 2) + tail + '"';
+      };
+      boost::json::value v = boost::json::string(head + c.raw + tail);
+      EXPECT_EQ(writeJSON(v), wrap(c.escaped)) << before;
+      EXPECT_EQ(writeJSON(v, keepSlashes), wrap(c.withoutEscapingSlashes)) << before;
+    }
   }
   // Keys are escaped the same way.
   EXPECT_EQ(writeJSON(boost::json::object{{"a/b", 1}}), R"({"a\/b":1})");
@@ -75,6 +84,10 @@ TEST(JSONWriter, RefusesTextThatIsNotUTF8) {
                           "\xe0\x80\xaf", "\x80", "\xf0\x9f\x98"}) {
     EXPECT_THROW(writeJSON(boost::json::string(bad)), EncodingError) << bad;
     EXPECT_THROW(writeJSON(boost::json::object{{bad, 1}}), EncodingError) << bad;
+    for (std::size_t before = 1; before <= 9; ++before) {
+      std::string longer = std::string(before, 'a') + bad + std::string(9, 'z');
+      EXPECT_THROW(writeJSON(boost::json::string(longer)), EncodingError) << before;
+    }
   }
   for (const char* good : {"\xc2\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xf4\x8f\xbf\xbf",
                            "\xe0\xa0\x80"}) {

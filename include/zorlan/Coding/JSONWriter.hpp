@@ -5,6 +5,7 @@
 
 #include <boost/json/value.hpp>
 #include <string>
+#include <string_view>
 
 namespace zorlan {
 
@@ -26,5 +27,13 @@ std::string writeJSON(const boost::json::value& value, const JSONWritingOptions&
 // Appends to `out`.
 void writeJSON(const boost::json::value& value, const JSONWritingOptions& options,
                std::string& out);
+
+// The pieces of the above, for writers that produce JSON without a tree (the
+// log file writes its events this way). Appends `text` as a JSON string;
+// throws EncodingError.invalidValue when it is not UTF-8.
+void writeJSONString(std::string_view text, const JSONWritingOptions& options, std::string& out);
+// Appends `number` as the writer does: integral values without a fraction,
+// others in shortest round-trip form, non-finite ones as null.
+void writeJSONNumber(double number, std::string& out);
 
 }  // namespace zorlan

@@ -36,6 +36,21 @@ struct LogSource {
   friend bool operator==(const LogSource&, const LogSource&) = default;
 };
 
+// Receives the members of an event's JSON object one by one, in order. A
+// sink that writes JSON text implements it to write an event without
+// building a tree first.
+class LogEventFields {
+ public:
+  virtual void string(std::string_view key, std::string_view value) = 0;
+  virtual void number(std::string_view key, double value) = 0;
+  virtual void integer(std::string_view key, std::int64_t value) = 0;
+  // A member whose value is an object of strings.
+  virtual void strings(std::string_view key, const std::map<std::string, std::string>& value) = 0;
+
+ protected:
+  ~LogEventFields() = default;
+};
+
 // One event handed to sinks. Each event has a JSON form, one object, which
 // the log file sink writes.
 class LogEvent {
@@ -54,7 +69,17 @@ class LogEvent {
   // passes a short-lived arena). May throw when the event cannot be
   // represented (sinks report that and drop the event).
   virtual boost::json::value toJSON(boost::json::storage_ptr storage = {}) const = 0;
+  // Hands the members of the JSON form to `fields`, in order, and returns
+  // true; or returns false, having handed nothing, when the JSON form is not
+  // a flat object of those kinds (sinks then use `toJSON`). Both forms must
+  // describe the same object. May throw as `toJSON` does.
+  virtual bool writeFields(LogEventFields& /*fields*/) const { return false; }
 };
+
+// The JSON form of an event as a tree, built from its fields: for events
+// whose `toJSON` is their `writeFields`.
+boost::json::value logEventFieldsJSON(const LogEvent& event, std::size_t memberCount,
+                                      boost::json::storage_ptr storage);
 
 // The event that `Logger::log(sender, level, ...)` builds. It encodes as
 // {"message", "loggedAt" (seconds since 1970 at encoding), "level", "sender",
@@ -72,6 +97,7 @@ class MessageLogEvent final : public LogEvent {
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "MessageLogEvent"; }
   boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override;
+  bool writeFields(LogEventFields& fields) const override;
 
   const std::string& sender() const { return sender_; }
   const LogInfo& info() const { return info_; }
@@ -144,14 +170,16 @@ class Logger {
   void log(const LogEvent& event) noexcept;
 
  private:
+  using SinkList = std::vector<std::shared_ptr<LogSink>>;
+
   std::atomic<bool> enabled_{false};
   std::atomic<std::uint8_t> verbosity_{0};
-  std::atomic<std::size_t> sinkCount_{0};
-  mutable std::mutex mutex_;
-  // Replaced, never changed in place: logging takes a reference under the
-  // mutex and calls the sinks outside it, without copying the list.
-  std::shared_ptr<const std::vector<std::shared_ptr<LogSink>>> sinks_ =
-      std::make_shared<const std::vector<std::shared_ptr<LogSink>>>();
+  // The current sink list (null: none). `add` replaces it and never changes a
+  // list in place; every list stays alive as long as the logger, so logging
+  // reads the current one without a lock or a reference count.
+  std::atomic<const SinkList*> sinks_{nullptr};
+  mutable std::mutex mutex_;  // serialises `add`
+  std::vector<std::unique_ptr<const SinkList>> sinkLists_;
 };
 
 }  // namespace zorlan
