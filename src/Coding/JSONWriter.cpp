@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -27,36 +28,38 @@ constexpr std::array<bool, 256> escapeTable(bool slash) {
 constexpr std::array<bool, 256> kEscapeWithSlash = escapeTable(true);
 constexpr std::array<bool, 256> kEscapeWithoutSlash = escapeTable(false);
 
-void writeEscape(unsigned char c, std::string& out) {
+// Where written text goes: appended to a string, or written at a pointer
+// the caller gave room enough.
+struct StringOut {
+  std::string& text;
+  void put(char c) { text += c; }
+  void put(const char* bytes, std::size_t count) { text.append(bytes, count); }
+};
+struct RawOut {
+  char* at;
+  void put(char c) { *at++ = c; }
+  void put(const char* bytes, std::size_t count) {
+    if (count == 0) return;
+    std::memcpy(at, bytes, count);
+    at += count;
+  }
+};
+
+template <class Out>
+void writeEscape(unsigned char c, Out& out) {
   static constexpr char kHex[] = "0123456789abcdef";
   switch (c) {
-    case '"':
-      out += "\\\"";
-      return;
-    case '\\':
-      out += "\\\\";
-      return;
-    case '/':
-      out += "\\/";
-      return;
-    case '\n':
-      out += "\\n";
-      return;
-    case '\r':
-      out += "\\r";
-      return;
-    case '\t':
-      out += "\\t";
-      return;
-    case '\b':
-      out += "\\b";
-      return;
-    case '\f':
-      out += "\\f";
-      return;
+    case '"': return out.put("\\\"", 2);
+    case '\\': return out.put("\\\\", 2);
+    case '/': return out.put("\\/", 2);
+    case '\n': return out.put("\\n", 2);
+    case '\r': return out.put("\\r", 2);
+    case '\t': return out.put("\\t", 2);
+    case '\b': return out.put("\\b", 2);
+    case '\f': return out.put("\\f", 2);
     default: {
       const char unicode[] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 15]};
-      out.append(unicode, sizeof unicode);
+      out.put(unicode, sizeof unicode);
     }
   }
 }
@@ -83,39 +86,88 @@ std::size_t utf8SequenceLength(const unsigned char* p, const unsigned char* end)
   return 0;
 }
 
-// Whether any of the eight bytes of `word` needs a look of its own: a byte
-// of a multi-byte sequence, a control character, '"', '\\' or (when
-// `slash`) '/'. Exact (no false negatives); used to skip plain text eight
-// bytes at a time.
-bool needsAttention(std::uint64_t word, bool slash) {
+// The bytes of `word` that need a look of their own (a byte of a multi-byte
+// sequence, a control character, '"', '\\' or, when `slash`, '/'), as a
+// mask whose lowest set bit lies in the first such byte (little-endian
+// order). Bits above that byte may be set spuriously; zero means none.
+std::uint64_t attentionMask(std::uint64_t word, bool slash) {
   constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
   constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
-  auto hasZeroByte = [](std::uint64_t x) { return (x - kOnes) & ~x & kHigh; };
+  auto zeroBytes = [](std::uint64_t x) { return (x - kOnes) & ~x & kHigh; };
   std::uint64_t found = word & kHigh;
-  found |= (word - kOnes * 0x20) & ~word & kHigh;  // a byte below 0x20
-  found |= hasZeroByte(word ^ (kOnes * '"'));
-  found |= hasZeroByte(word ^ (kOnes * '\\'));
-  if (slash) found |= hasZeroByte(word ^ (kOnes * '/'));
-  return found != 0;
+  found |= (word - kOnes * 0x20) & ~word & kHigh;  // bytes below 0x20
+  found |= zeroBytes(word ^ (kOnes * '"'));
+  found |= zeroBytes(word ^ (kOnes * '\\'));
+  if (slash) found |= zeroBytes(word ^ (kOnes * '/'));
+  return found;
 }
 
-void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
-  const bool slash = !options.withoutEscapingSlashes;
-  const std::array<bool, 256>& escapes = slash ? kEscapeWithSlash : kEscapeWithoutSlash;
-  out += '"';
+// The first byte at or after `p` that needs a look (or `end`). Plain text is
+// skipped eight bytes at a time; the last few bytes of a long text are read
+// as the text's last eight bytes, ignoring those before `p`.
+const unsigned char* nextAttention(const unsigned char* begin, const unsigned char* p,
+                                   const unsigned char* end, bool slash,
+                                   const std::array<bool, 256>& escapes) {
+  std::uint64_t word = 0;
+  while (end - p >= 8) {
+    std::memcpy(&word, p, sizeof word);
+    if (std::uint64_t found = attentionMask(word, slash)) {
+      return p + std::countr_zero(found) / 8;
+    }
+    p += 8;
+  }
+  if (p == end) return end;
+  if (end - begin >= 8) {
+    const auto seen = static_cast<unsigned>(8 - (end - p));  // 1 to 7 bytes before `p`
+    std::memcpy(&word, end - 8, sizeof word);
+    const std::uint64_t found = attentionMask(word, slash) & (~std::uint64_t{0} << (8 * seen));
+    return found ? end - 8 + std::countr_zero(found) / 8 : end;
+  }
+  while (p != end && *p < 0x80 && !escapes[*p]) ++p;
+  return p;
+}
+
+// Whether no byte of [p, end) needs a look: read as words of eight bytes
+// (the last one overlapping), shorter texts as one padded word.
+bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
+  const auto size = static_cast<std::size_t>(end - p);
+  std::uint64_t word = 0;
+  if (size >= 8) {
+    for (; end - p > 8; p += 8) {
+      std::memcpy(&word, p, sizeof word);
+      if (attentionMask(word, slash) != 0) return false;
+    }
+    std::memcpy(&word, end - 8, sizeof word);
+    return attentionMask(word, slash) == 0;
+  }
+  if (size >= 4) {
+    std::uint32_t head = 0, tail = 0;
+    std::memcpy(&head, p, sizeof head);
+    std::memcpy(&tail, end - 4, sizeof tail);
+    word = head | (std::uint64_t{tail} << 32);
+    return attentionMask(word, slash) == 0;
+  }
+  if (size == 0) return true;
+  word = 0x6161616161000000ULL | p[0] | (std::uint64_t{p[size / 2]} << 8) |
+         (std::uint64_t{p[size - 1]} << 16);
+  return attentionMask(word, slash) == 0;
+}
+
+template <class Out>
+void writeStringTo(std::string_view text, bool slash, Out& out) {
   const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
   const auto* end = begin + text.size();
+  out.put('"');
+  if (isPlainText(begin, end, slash)) {  // the common case: copied whole
+    out.put(text.data(), text.size());
+    out.put('"');
+    return;
+  }
+  const std::array<bool, 256>& escapes = slash ? kEscapeWithSlash : kEscapeWithoutSlash;
   const auto* run = begin;
-  for (const auto* p = begin; p != end;) {
-    if (end - p >= 8) {
-      std::uint64_t word;
-      std::memcpy(&word, p, sizeof word);
-      if (!needsAttention(word, slash)) {
-        p += 8;
-        continue;
-      }
-    }
-    unsigned char c = *p;
+  for (const auto* p = nextAttention(begin, begin, end, slash, escapes); p != end;
+       p = nextAttention(begin, p, end, slash, escapes)) {
+    const unsigned char c = *p;
     if (c >= 0x80) {
       std::size_t length = utf8SequenceLength(p, end);
       if (length == 0) {
@@ -124,33 +176,74 @@ void writeString(std::string_view text, const JSONWritingOptions& options, std::
       }
       p += length;
     } else if (escapes[c]) {
-      out.append(reinterpret_cast<const char*>(run), reinterpret_cast<const char*>(p));
+      out.put(reinterpret_cast<const char*>(run), static_cast<std::size_t>(p - run));
       writeEscape(c, out);
       run = ++p;
     } else {
-      ++p;
+      ++p;  // flagged spuriously
     }
   }
-  out.append(reinterpret_cast<const char*>(run), reinterpret_cast<const char*>(end));
-  out += '"';
+  out.put(reinterpret_cast<const char*>(run), static_cast<std::size_t>(end - run));
+  out.put('"');
 }
 
-void writeDouble(double d, std::string& out) {
-  if (!std::isfinite(d)) {
-    out += "null";
-    return;
+void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
+  StringOut sink{out};
+  writeStringTo(text, !options.withoutEscapingSlashes, sink);
+}
+
+// Clock readings: seconds since 1970 to the microsecond. For a double `d`
+// nearest to a whole number of microseconds between 2^30 and 2^33 seconds
+// (years 2004 to 2242), the shortest round-trip form is that number of
+// microseconds written out, without trailing zeros: doubles there lie less
+// than a microsecond apart, so any other decimal of up to six places is
+// nearer another double, and a longer one is not the shortest; the fixed
+// form is shorter than the scientific one. Writes it and returns its length,
+// or returns 0 for any other `d` (not a whole microsecond, or outside).
+std::size_t formatWholeMicroseconds(double d, char* buffer) {
+  constexpr double kLow = 1073741824.0, kHigh = 8589934592.0;  // 2^30, 2^33
+  if (!(d >= kLow && d < kHigh)) return 0;
+  const auto micros = static_cast<std::int64_t>(std::llround(d * 1e6));
+  if (static_cast<double>(micros) / 1e6 != d) return 0;
+  const std::int64_t seconds = micros / 1000000;
+  std::int64_t fraction = micros % 1000000;
+  if (fraction == 0) return 0;  // integral: written as an integer elsewhere
+  char* at = std::to_chars(buffer, buffer + 16, seconds).ptr;
+  *at++ = '.';
+  int places = 6;
+  while (fraction % 10 == 0) {
+    fraction /= 10;
+    --places;
   }
-  char buffer[32];
+  for (int i = places - 1; i >= 0; --i) {
+    at[i] = static_cast<char>('0' + fraction % 10);
+    fraction /= 10;
+  }
+  return static_cast<std::size_t>(at + places - buffer);
+}
+
+// Formats `d` into `buffer` (kMaxJSONNumberSize bytes); returns the length.
+std::size_t formatDouble(double d, char* buffer) {
+  if (!std::isfinite(d)) {
+    std::memcpy(buffer, "null", 4);
+    return 4;
+  }
+  char* const limit = buffer + kMaxJSONNumberSize;
   // Integral values inside the exactly representable range print without a
   // fraction or exponent (3, not 3.0 or 3e0).
   if (std::trunc(d) == d && std::abs(d) < 9007199254740992.0) {
-    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long long>(d));
-    out.append(buffer, end);
-    if (d == 0 && std::signbit(d)) out.insert(out.size() - 1, "-");
-    return;
+    char* at = buffer;
+    if (d == 0 && std::signbit(d)) *at++ = '-';
+    return static_cast<std::size_t>(std::to_chars(at, limit, static_cast<long long>(d)).ptr -
+                                    buffer);
   }
-  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, d);
-  out.append(buffer, end);
+  if (std::size_t length = formatWholeMicroseconds(d, buffer)) return length;
+  return static_cast<std::size_t>(std::to_chars(buffer, limit, d).ptr - buffer);
+}
+
+void writeDouble(double d, std::string& out) {
+  char buffer[kMaxJSONNumberSize];
+  out.append(buffer, formatDouble(d, buffer));
 }
 
 void newline(int depth, std::string& out) {
@@ -244,11 +337,13 @@ void writeJSON(const boost::json::value& value, const JSONWritingOptions& option
   write(value, options, 0, out);
 }
 
-void writeJSONString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
-  writeString(text, options, out);
+char* writeJSONString(std::string_view text, const JSONWritingOptions& options, char* out) {
+  RawOut sink{out};
+  writeStringTo(text, !options.withoutEscapingSlashes, sink);
+  return sink.at;
 }
 
-void writeJSONNumber(double number, std::string& out) { writeDouble(number, out); }
+char* writeJSONNumber(double number, char* out) { return out + formatDouble(number, out); }
 
 std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options) {
   std::string out;

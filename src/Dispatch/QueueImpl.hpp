@@ -112,10 +112,15 @@ std::vector<QueueImpl*>& runningQueues();
 // RAII: marks the calling thread as running `queue`'s work.
 class RunningScope {
  public:
-  explicit RunningScope(QueueImpl* queue) { runningQueues().push_back(queue); }
-  ~RunningScope() { runningQueues().pop_back(); }
+  explicit RunningScope(QueueImpl* queue) : running_(runningQueues()) {
+    running_.push_back(queue);
+  }
+  ~RunningScope() { running_.pop_back(); }
   RunningScope(const RunningScope&) = delete;
   RunningScope& operator=(const RunningScope&) = delete;
+
+ private:
+  std::vector<QueueImpl*>& running_;  // this thread's, looked up once
 };
 
 // The main queue (kept for the life of the process).

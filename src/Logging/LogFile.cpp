@@ -5,9 +5,11 @@
 
 #include <boost/json/monotonic_resource.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <utility>
@@ -96,63 +98,84 @@ std::int64_t LogFile::currentSize() const {
 
 namespace {
 
+constexpr std::size_t kMaxKeptBuffer = 64 * 1024;
+
 // Writes an event's members straight into JSON text, exactly as the JSON
 // writer writes the event's tree (compact, "/" escaped, members in order).
+// The text goes into `buffer`, which grows only when a member might not fit,
+// and is never cut: the text is its first `size()` bytes.
 class TextFields final : public LogEventFields {
  public:
-  explicit TextFields(std::string& out) : out_(out) { out_ += '{'; }
+  explicit TextFields(std::string& buffer) : buffer_(buffer) { *room(1) = '{'; ++used_; }
 
-  void string(std::string_view key, std::string_view value) override {
-    writeKey(key);
-    writeJSONString(value, {}, out_);
+  void string(LogFieldName name, std::string_view value) override {
+    char* at = writeName(name, maxJSONStringSize(value.size()));
+    commit(writeJSONString(value, {}, at));
   }
-  void number(std::string_view key, double value) override {
-    writeKey(key);
-    writeJSONNumber(value, out_);
+  void number(LogFieldName name, double value) override {
+    commit(writeJSONNumber(value, writeName(name, kMaxJSONNumberSize)));
   }
-  void integer(std::string_view key, std::int64_t value) override {
-    writeKey(key);
-    char buffer[24];
-    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
-    out_.append(buffer, end);
+  void integer(LogFieldName name, std::int64_t value) override {
+    char* at = writeName(name, kMaxJSONNumberSize);
+    commit(std::to_chars(at, at + kMaxJSONNumberSize, value).ptr);
   }
-  void strings(std::string_view key, const std::map<std::string, std::string>& value) override {
-    writeKey(key);
-    out_ += '{';
+  void strings(LogFieldName name, const std::map<std::string, std::string>& value) override {
+    std::size_t members = 2;
+    for (const auto& [k, v] : value) {
+      members += maxJSONStringSize(k.size()) + maxJSONStringSize(v.size()) + 2;
+    }
+    char* at = writeName(name, members);
+    *at++ = '{';
     bool first = true;
     for (const auto& [k, v] : value) {
-      if (!std::exchange(first, false)) out_ += ',';
-      writeJSONString(k, {}, out_);
-      out_ += ':';
-      writeJSONString(v, {}, out_);
+      if (!std::exchange(first, false)) *at++ = ',';
+      at = writeJSONString(k, {}, at);
+      *at++ = ':';
+      at = writeJSONString(v, {}, at);
     }
-    out_ += '}';
+    *at++ = '}';
+    commit(at);
   }
-  void finish() { out_ += '}'; }
+  std::string_view finish() {
+    *room(1) = '}';
+    return {buffer_.data(), ++used_};
+  }
 
  private:
-  void writeKey(std::string_view key) {
-    if (!std::exchange(first_, false)) out_ += ',';
-    writeJSONString(key, {}, out_);
-    out_ += ':';
+  // Room for `count` more bytes.
+  char* room(std::size_t count) {
+    if (buffer_.size() - used_ < count) buffer_.resize(std::max(2 * buffer_.size(), used_ + count));
+    return buffer_.data() + used_;
   }
+  // Writes "," (after the first member), the name (plain: no escapes) and
+  // ":"; leaves room for `valueSize` more bytes.
+  char* writeName(LogFieldName name, std::size_t valueSize) {
+    const std::string_view text = name.text();
+    char* at = room(text.size() + 4 + valueSize);
+    if (used_ > 1) *at++ = ',';
+    *at++ = '"';
+    std::memcpy(at, text.data(), text.size());
+    at += text.size();
+    *at++ = '"';
+    *at++ = ':';
+    return at;
+  }
+  void commit(const char* end) { used_ = static_cast<std::size_t>(end - buffer_.data()); }
 
-  std::string& out_;
-  bool first_ = true;
+  std::string& buffer_;
+  std::size_t used_ = 0;
 };
 
-// The event's JSON text, written into the empty `out`: member by member when the event
-// offers its members, else through its tree (kept in a stack arena).
-void encodeEvent(const LogEvent& event, std::string& out) {
-  TextFields fields(out);
-  if (event.writeFields(fields)) {
-    fields.finish();
-    return;
-  }
-  out.clear();
-  unsigned char buffer[2048];
-  boost::json::monotonic_resource arena(buffer, sizeof buffer);
-  writeJSON(event.toJSON(boost::json::storage_ptr(&arena)), {}, out);
+// The event's JSON text, in `buffer`: member by member when the event offers
+// its members, else through its tree (kept in a stack arena).
+std::string_view encodeEvent(const LogEvent& event, std::string& buffer) {
+  TextFields fields(buffer);
+  if (event.writeFields(fields)) return fields.finish();
+  buffer.clear();
+  unsigned char arenaBytes[2048];
+  boost::json::monotonic_resource arena(arenaBytes, sizeof arenaBytes);
+  writeJSON(event.toJSON(boost::json::storage_ptr(&arena)), {}, buffer);
+  return buffer;
 }
 
 }  // namespace
@@ -160,13 +183,29 @@ void encodeEvent(const LogEvent& event, std::string& out) {
 void LogFile::log(const LogEvent& event) noexcept {
   try {
     // The text lives in a buffer this thread reuses: no heap allocation per
-    // event once the buffer has grown.
-    thread_local std::string text;
-    text.clear();
+    // event once the buffer has grown. An event that logs while it is being
+    // encoded gets a buffer of its own; an outsized one is given back.
+    struct ThreadBuffer {
+      std::string text;
+      bool busy = false;
+    };
+    thread_local ThreadBuffer reused;
+    std::string own;
+    const bool borrowed = !reused.busy;
+    std::string& buffer = borrowed ? reused.text : own;
+    reused.busy = true;
+    struct Release {
+      ThreadBuffer& reused;
+      bool borrowed;
+      ~Release() {
+        if (!borrowed) return;
+        reused.busy = false;
+        if (reused.text.size() > kMaxKeptBuffer) std::string().swap(reused.text);
+      }
+    } release{reused, borrowed};
     std::optional<std::string_view> encoded;
     try {
-      encodeEvent(event, text);
-      encoded = text;
+      encoded = encodeEvent(event, buffer);
     } catch (const std::exception& error) {
       detail::printLogFileDiagnostic("failed to encode log item from " +
                                      std::string(event.typeName()) +

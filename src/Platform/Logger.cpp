@@ -38,9 +38,11 @@ MessageLogEvent::MessageLogEvent(std::string sender, LoggerLevel level, std::str
 
 namespace {
 
+// The clock to the microsecond (the resolution of the platform's dates).
 double secondsSince1970Now() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
-      .count();
+  const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(
+      std::chrono::system_clock::now().time_since_epoch());
+  return static_cast<double>(micros.count()) / 1e6;
 }
 
 // The members of a message event, shared by the owning and the borrowing
@@ -70,17 +72,17 @@ class TreeFields final : public LogEventFields {
   TreeFields(std::size_t capacity, boost::json::storage_ptr storage)
       : object_(capacity, std::move(storage)) {}
 
-  void string(std::string_view key, std::string_view value) override {
-    object_.emplace(key, value);
+  void string(LogFieldName name, std::string_view value) override {
+    object_.emplace(name.text(), value);
   }
-  void number(std::string_view key, double value) override { object_.emplace(key, value); }
-  void integer(std::string_view key, std::int64_t value) override {
-    object_.emplace(key, value);
+  void number(LogFieldName name, double value) override { object_.emplace(name.text(), value); }
+  void integer(LogFieldName name, std::int64_t value) override {
+    object_.emplace(name.text(), value);
   }
-  void strings(std::string_view key, const std::map<std::string, std::string>& value) override {
+  void strings(LogFieldName name, const std::map<std::string, std::string>& value) override {
     boost::json::object members(object_.storage());
     for (const auto& [k, v] : value) members[k] = v;
-    object_.emplace(key, std::move(members));
+    object_.emplace(name.text(), std::move(members));
   }
 
   boost::json::object take() { return std::move(object_); }

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
+#include <charconv>
 #include <cmath>
+#include <random>
+#include <vector>
 #include <limits>
 #include <string>
 
@@ -40,6 +43,28 @@ TEST(JSONWriter, DoublesReadBackExactly) {
   for (double d : {0.1, 2.0 / 3.0, 123456.789, -4.9e-324, 1e16, 123456789012345680000.0}) {
     std::string text = writeJSON(d);
     EXPECT_EQ(boost::json::parse(text).to_number<double>(), d) << text;
+  }
+}
+
+TEST(JSONWriter, ClockReadingsMatchTheShortestRoundTripForm) {
+  // Whole microseconds since 1970 take a fast path; it must agree with the
+  // general shortest form everywhere, and other doubles must not take it.
+  std::mt19937_64 random(20261123);
+  std::vector<double> samples = {1073741824.000001, 1073741823.999999, 8589934591.999999,
+                                 8589934592.5,      1795441664.846416, 1795441664.5,
+                                 1795441664.000001, 1795441664.1,      1795441664.99999};
+  std::uniform_int_distribution<std::int64_t> micros(1000000000000000, 8600000000000000);
+  for (int i = 0; i < 20000; ++i) {
+    const double d = static_cast<double>(micros(random)) / 1e6;
+    samples.push_back(d);
+    samples.push_back(std::nextafter(d, 0.0));  // not a whole microsecond
+    samples.push_back(std::nextafter(d, 1e300));
+  }
+  for (double d : samples) {
+    char expected[32];
+    auto end = std::to_chars(expected, expected + sizeof expected, d).ptr;
+    if (std::trunc(d) == d) continue;  // integral values print as integers
+    ASSERT_EQ(writeJSON(d), std::string(expected, end)) << std::string(expected, end);
   }
 }
 

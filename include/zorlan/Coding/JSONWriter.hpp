@@ -4,6 +4,7 @@
 #pragma once
 
 #include <boost/json/value.hpp>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -28,12 +29,19 @@ std::string writeJSON(const boost::json::value& value, const JSONWritingOptions&
 void writeJSON(const boost::json::value& value, const JSONWritingOptions& options,
                std::string& out);
 
-// The pieces of the above, for writers that produce JSON without a tree (the
-// log file writes its events this way). Appends `text` as a JSON string;
-// throws EncodingError.invalidValue when it is not UTF-8.
-void writeJSONString(std::string_view text, const JSONWritingOptions& options, std::string& out);
-// Appends `number` as the writer does: integral values without a fraction,
-// others in shortest round-trip form, non-finite ones as null.
-void writeJSONNumber(double number, std::string& out);
+// The pieces of the above, for writers that produce JSON text without a
+// tree (the log file writes its events this way), at a pointer with room
+// enough; each returns the end of what it wrote.
+//
+// Writes `text` as a JSON string; `out` must have room for
+// maxJSONStringSize(text.size()) bytes. Throws EncodingError.invalidValue
+// when `text` is not UTF-8 (having written part of it).
+char* writeJSONString(std::string_view text, const JSONWritingOptions& options, char* out);
+constexpr std::size_t maxJSONStringSize(std::size_t size) noexcept { return 6 * size + 2; }
+// Writes `number` as the writer does: integral values without a fraction,
+// others in shortest round-trip form, non-finite ones as null. `out` must
+// have room for kMaxJSONNumberSize bytes.
+char* writeJSONNumber(double number, char* out);
+inline constexpr std::size_t kMaxJSONNumberSize = 32;
 
 }  // namespace zorlan

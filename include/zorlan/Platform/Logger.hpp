@@ -36,16 +36,35 @@ struct LogSource {
   friend bool operator==(const LogSource&, const LogSource&) = default;
 };
 
+// The name of a member of an event's JSON form: a string literal of plain
+// characters (ASCII letters, digits, '_', '-' and '.'), checked when the
+// program is compiled, so that writers copy it as it is.
+class LogFieldName {
+ public:
+  template <std::size_t N>
+  consteval LogFieldName(const char (&literal)[N]) : text_(literal, N - 1) {  // NOLINT
+    for (char c : text_) {
+      const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                         (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '.';
+      if (!plain) throw "a log field name holds only letters, digits, '_', '-' and '.'";
+    }
+  }
+  constexpr std::string_view text() const noexcept { return text_; }
+
+ private:
+  std::string_view text_;
+};
+
 // Receives the members of an event's JSON object one by one, in order. A
 // sink that writes JSON text implements it to write an event without
 // building a tree first.
 class LogEventFields {
  public:
-  virtual void string(std::string_view key, std::string_view value) = 0;
-  virtual void number(std::string_view key, double value) = 0;
-  virtual void integer(std::string_view key, std::int64_t value) = 0;
-  // A member whose value is an object of strings.
-  virtual void strings(std::string_view key, const std::map<std::string, std::string>& value) = 0;
+  virtual void string(LogFieldName name, std::string_view value) = 0;
+  virtual void number(LogFieldName name, double value) = 0;
+  virtual void integer(LogFieldName name, std::int64_t value) = 0;
+  // A member whose value is an object of strings (any keys).
+  virtual void strings(LogFieldName name, const std::map<std::string, std::string>& value) = 0;
 
  protected:
   ~LogEventFields() = default;
