@@ -1,5 +1,6 @@
 #include "zorlan/Coding/JSONWriter.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -8,6 +9,10 @@
 #include <cstdint>
 #include <cstring>
 #include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "zorlan/Coding/CodingError.hpp"
 #include "zorlan/Coding/Decoder.hpp"
@@ -102,12 +107,40 @@ std::uint64_t attentionMask(std::uint64_t word, bool slash) {
   return found;
 }
 
+#if defined(__SSE2__)
+// The bytes of `v` that need a look, one bit each (exact). As signed
+// bytes, control characters and the bytes of multi-byte sequences are
+// exactly those below 0x20.
+unsigned attentionBits(__m128i v, bool slash) {
+  __m128i found = _mm_cmplt_epi8(v, _mm_set1_epi8(0x20));
+  found = _mm_or_si128(found, _mm_cmpeq_epi8(v, _mm_set1_epi8('"')));
+  found = _mm_or_si128(found, _mm_cmpeq_epi8(v, _mm_set1_epi8('\\')));
+  if (slash) found = _mm_or_si128(found, _mm_cmpeq_epi8(v, _mm_set1_epi8('/')));
+  return static_cast<unsigned>(_mm_movemask_epi8(found));
+}
+bool needsAttention(__m128i v, bool slash) { return attentionBits(v, slash) != 0; }
+__m128i load16(const unsigned char* p) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+#endif
+
 // The first byte at or after `p` that needs a look (or `end`). Plain text is
 // skipped eight bytes at a time; the last few bytes of a long text are read
 // as the text's last eight bytes, ignoring those before `p`.
 const unsigned char* nextAttention(const unsigned char* begin, const unsigned char* p,
                                    const unsigned char* end, bool slash,
                                    const std::array<bool, 256>& escapes) {
+#if defined(__SSE2__)
+  for (; end - p >= 16; p += 16) {
+    if (unsigned bits = attentionBits(load16(p), slash)) return p + std::countr_zero(bits);
+  }
+  if (p == end) return end;
+  if (end - begin >= 16) {
+    const auto seen = static_cast<unsigned>(16 - (end - p));  // 1 to 15 bytes before `p`
+    const unsigned bits = attentionBits(load16(end - 16), slash) & (~0U << seen);
+    return bits ? end - 16 + std::countr_zero(bits) : end;
+  }
+#endif
   std::uint64_t word = 0;
   while (end - p >= 8) {
     std::memcpy(&word, p, sizeof word);
@@ -127,11 +160,29 @@ const unsigned char* nextAttention(const unsigned char* begin, const unsigned ch
   return p;
 }
 
-// Whether no byte of [p, end) needs a look: read as words of eight bytes
-// (the last one overlapping), shorter texts as one padded word.
-bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
+
+// Whether no byte of [p, end) needs a look: read sixteen or eight bytes at a
+// time (the last read overlapping the one before), shorter texts padded
+// with plain letters.
+ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
   const auto size = static_cast<std::size_t>(end - p);
   std::uint64_t word = 0;
+#if defined(__SSE2__)
+  if (size >= 16) {
+    for (; end - p > 16; p += 16) {
+      if (needsAttention(load16(p), slash)) return false;
+    }
+    return !needsAttention(load16(end - 16), slash);
+  }
+  if (size >= 8) {
+    std::uint64_t head = 0, tail = 0;
+    std::memcpy(&head, p, sizeof head);
+    std::memcpy(&tail, end - 8, sizeof tail);
+    return !needsAttention(_mm_set_epi64x(static_cast<long long>(tail),
+                                          static_cast<long long>(head)),
+                           slash);
+  }
+#else
   if (size >= 8) {
     for (; end - p > 8; p += 8) {
       std::memcpy(&word, p, sizeof word);
@@ -140,6 +191,7 @@ bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
     std::memcpy(&word, end - 8, sizeof word);
     return attentionMask(word, slash) == 0;
   }
+#endif
   if (size >= 4) {
     std::uint32_t head = 0, tail = 0;
     std::memcpy(&head, p, sizeof head);
@@ -154,7 +206,7 @@ bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
 }
 
 template <class Out>
-void writeStringTo(std::string_view text, bool slash, Out& out) {
+ZORLAN_HOT void writeStringTo(std::string_view text, bool slash, Out& out) {
   const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
   const auto* end = begin + text.size();
   out.put('"');
@@ -200,30 +252,27 @@ void writeString(std::string_view text, const JSONWritingOptions& options, std::
 // nearer another double, and a longer one is not the shortest; the fixed
 // form is shorter than the scientific one. Writes it and returns its length,
 // or returns 0 for any other `d` (not a whole microsecond, or outside).
-std::size_t formatWholeMicroseconds(double d, char* buffer) {
+ZORLAN_HOT std::size_t formatWholeMicroseconds(double d, char* buffer) {
   constexpr double kLow = 1073741824.0, kHigh = 8589934592.0;  // 2^30, 2^33
   if (!(d >= kLow && d < kHigh)) return 0;
-  const auto micros = static_cast<std::int64_t>(std::llround(d * 1e6));
+  const auto micros = static_cast<std::int64_t>(d * 1e6 + 0.5);  // d is positive
   if (static_cast<double>(micros) / 1e6 != d) return 0;
   const std::int64_t seconds = micros / 1000000;
-  std::int64_t fraction = micros % 1000000;
+  auto fraction = static_cast<int>(micros % 1000000);
   if (fraction == 0) return 0;  // integral: written as an integer elsewhere
   char* at = std::to_chars(buffer, buffer + 16, seconds).ptr;
   *at++ = '.';
-  int places = 6;
-  while (fraction % 10 == 0) {
-    fraction /= 10;
-    --places;
-  }
-  for (int i = places - 1; i >= 0; --i) {
+  for (int i = 5; i >= 0; --i) {
     at[i] = static_cast<char>('0' + fraction % 10);
     fraction /= 10;
   }
-  return static_cast<std::size_t>(at + places - buffer);
+  at += 6;
+  while (at[-1] == '0') --at;  // the fraction is not zero: a digit other than 0 stops this
+  return static_cast<std::size_t>(at - buffer);
 }
 
 // Formats `d` into `buffer` (kMaxJSONNumberSize bytes); returns the length.
-std::size_t formatDouble(double d, char* buffer) {
+ZORLAN_HOT std::size_t formatDouble(double d, char* buffer) {
   if (!std::isfinite(d)) {
     std::memcpy(buffer, "null", 4);
     return 4;
@@ -337,13 +386,13 @@ void writeJSON(const boost::json::value& value, const JSONWritingOptions& option
   write(value, options, 0, out);
 }
 
-char* writeJSONString(std::string_view text, const JSONWritingOptions& options, char* out) {
+ZORLAN_HOT char* writeJSONString(std::string_view text, const JSONWritingOptions& options, char* out) {
   RawOut sink{out};
   writeStringTo(text, !options.withoutEscapingSlashes, sink);
   return sink.at;
 }
 
-char* writeJSONNumber(double number, char* out) { return out + formatDouble(number, out); }
+ZORLAN_HOT char* writeJSONNumber(double number, char* out) { return out + formatDouble(number, out); }
 
 std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options) {
   std::string out;

@@ -1,5 +1,6 @@
 #include "zorlan/Dispatch/DispatchQueue.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <array>
 #include <atomic>
 
@@ -80,7 +81,7 @@ void DispatchQueue::asyncAfter(DispatchTime deadline, DispatchWorkItem item) con
   impl_->submitAfter(deadline, [item = std::move(item)] { item.perform(); });
 }
 
-void DispatchQueue::syncInvoke(void (*call)(void*), void* context) const {
+ZORLAN_HOT void DispatchQueue::syncInvoke(void (*call)(void*), void* context) const {
   impl_->sync(call, context);
 }
 

@@ -1,5 +1,6 @@
 #include "Dispatch/QueueImpl.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <algorithm>
 #include <exception>
 #include <string>
@@ -64,8 +65,8 @@ void signalDone(SyncWaiter& waiter) {
 
 }  // namespace
 
-std::vector<QueueImpl*>& runningQueues() {
-  thread_local std::vector<QueueImpl*> running;
+ZORLAN_HOT std::vector<QueueImpl*>& runningQueues() {
+  thread_local std::vector<QueueImpl*> running ZORLAN_HOT_THREAD_LOCAL;
   return running;
 }
 
@@ -78,7 +79,11 @@ const std::shared_ptr<QueueImpl>& mainQueueImpl() {
 
 QueueImpl::QueueImpl(Kind kind, std::string label, DispatchQoS qos,
                      std::shared_ptr<QueueImpl> target)
-    : kind(kind), label(std::move(label)), qos(qos), target(std::move(target)) {}
+    : kind(kind),
+      label(std::move(label)),
+      qos(qos),
+      target(std::move(target)),
+      handsOffFreely_(kind == Kind::serial && this->target->kind == Kind::global) {}
 
 void QueueImpl::runWork(std::function<void()>& work) {
   try {
@@ -127,7 +132,7 @@ void QueueImpl::postDrain(std::unique_lock<std::mutex>& lock) {
   }
 }
 
-void QueueImpl::passOwnership(std::unique_lock<std::mutex>& lock) {
+ZORLAN_HOT void QueueImpl::passOwnership(std::unique_lock<std::mutex>& lock) {
   if (items_.empty()) {
     active_ = false;
     lock.unlock();
@@ -217,9 +222,11 @@ bool QueueImpl::runAsOwnerUntil(const SyncWaiter* mine) {
   }
 }
 
-void QueueImpl::sync(void (*call)(void*), void* context) {
-  const auto& running = runningQueues();
-  for (QueueImpl* q = this; q && q->kind != Kind::global; q = q->target.get()) {
+ZORLAN_HOT void QueueImpl::sync(void (*call)(void*), void* context) {
+  auto& running = runningQueues();
+  // A thread that runs no queue's work cannot deadlock here.
+  for (QueueImpl* q = running.empty() ? nullptr : this; q && q->kind != Kind::global;
+       q = q->target.get()) {
     if (std::find(running.begin(), running.end(), q) != running.end()) {
       std::string message = "sync onto queue \"" + label + "\" from work running on queue \"" +
                             q->label + "\" would deadlock";
@@ -268,7 +275,7 @@ void QueueImpl::sync(void (*call)(void*), void* context) {
     lock.unlock();
   }
   {
-    RunningScope scope(this);
+    RunningScope scope(running, this);
     try {
       call(context);
     } catch (...) {

@@ -70,9 +70,8 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
  private:
   // True when the queue's items run straight on the pool, so that ownership
   // can move between threads without anyone blocking.
-  bool handsOffFreely() const noexcept {
-    return kind == Kind::serial && target->kind == Kind::global;
-  }
+  bool handsOffFreely() const noexcept { return handsOffFreely_; }
+  const bool handsOffFreely_;
 
   void drain(std::uint64_t ticket);
   void drainTarget();
@@ -112,7 +111,9 @@ std::vector<QueueImpl*>& runningQueues();
 // RAII: marks the calling thread as running `queue`'s work.
 class RunningScope {
  public:
-  explicit RunningScope(QueueImpl* queue) : running_(runningQueues()) {
+  explicit RunningScope(QueueImpl* queue) : RunningScope(runningQueues(), queue) {}
+  // With the calling thread's `runningQueues()`, already looked up.
+  RunningScope(std::vector<QueueImpl*>& running, QueueImpl* queue) : running_(running) {
     running_.push_back(queue);
   }
   ~RunningScope() { running_.pop_back(); }

@@ -1,5 +1,6 @@
 #include "zorlan/Logging/Log.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <atomic>
 #include <cstring>
 #include <mutex>
@@ -75,7 +76,7 @@ const std::string& Log::senderTypeName(const char* mangled) {
   return *new std::string(detail::demangledTypeName(mangled));  // one per type, kept for good
 }
 
-void Log::writeComposed(LogLevel level, std::string_view sender, std::string_view message,
+ZORLAN_HOT void Log::writeComposed(LogLevel level, std::string_view sender, std::string_view message,
                         const SourceLocation& where) const {
   Logger* targets[2] = {nullptr, nullptr};
   int count = 0;

@@ -1,5 +1,6 @@
 #include "zorlan/Logging/LogFile.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <span>
 #include <utility>
 
 #include "Logging/LogFileStorage.hpp"
@@ -106,16 +108,20 @@ constexpr std::size_t kMaxKeptBuffer = 64 * 1024;
 // and is never cut: the text is its first `size()` bytes.
 class TextFields final : public LogEventFields {
  public:
-  explicit TextFields(std::string& buffer) : buffer_(buffer) { *room(1) = '{'; ++used_; }
+  // The text starts after `offset` bytes of `buffer`.
+  TextFields(std::string& buffer, std::size_t offset) : buffer_(buffer), used_(offset) {
+    *room(1) = '{';
+    start_ = used_++;
+  }
 
-  void string(LogFieldName name, std::string_view value) override {
+  ZORLAN_HOT void string(LogFieldName name, std::string_view value) override {
     char* at = writeName(name, maxJSONStringSize(value.size()));
     commit(writeJSONString(value, {}, at));
   }
-  void number(LogFieldName name, double value) override {
+  ZORLAN_HOT void number(LogFieldName name, double value) override {
     commit(writeJSONNumber(value, writeName(name, kMaxJSONNumberSize)));
   }
-  void integer(LogFieldName name, std::int64_t value) override {
+  ZORLAN_HOT void integer(LogFieldName name, std::int64_t value) override {
     char* at = writeName(name, kMaxJSONNumberSize);
     commit(std::to_chars(at, at + kMaxJSONNumberSize, value).ptr);
   }
@@ -136,23 +142,24 @@ class TextFields final : public LogEventFields {
     *at++ = '}';
     commit(at);
   }
-  std::string_view finish() {
+  // The scratch space and the text.
+  ZORLAN_HOT std::span<char> finish() {
     *room(1) = '}';
     return {buffer_.data(), ++used_};
   }
 
  private:
   // Room for `count` more bytes.
-  char* room(std::size_t count) {
-    if (buffer_.size() - used_ < count) buffer_.resize(std::max(2 * buffer_.size(), used_ + count));
+  ZORLAN_HOT char* room(std::size_t count) {
+    if (buffer_.size() < used_ + count) buffer_.resize(std::max(2 * buffer_.size(), used_ + count));
     return buffer_.data() + used_;
   }
   // Writes "," (after the first member), the name (plain: no escapes) and
   // ":"; leaves room for `valueSize` more bytes.
-  char* writeName(LogFieldName name, std::size_t valueSize) {
+  ZORLAN_HOT char* writeName(LogFieldName name, std::size_t valueSize) {
     const std::string_view text = name.text();
     char* at = room(text.size() + 4 + valueSize);
-    if (used_ > 1) *at++ = ',';
+    if (used_ > start_ + 1) *at++ = ',';
     *at++ = '"';
     std::memcpy(at, text.data(), text.size());
     at += text.size();
@@ -163,24 +170,27 @@ class TextFields final : public LogEventFields {
   void commit(const char* end) { used_ = static_cast<std::size_t>(end - buffer_.data()); }
 
   std::string& buffer_;
-  std::size_t used_ = 0;
+  std::size_t used_;
+  std::size_t start_ = 0;
 };
 
-// The event's JSON text, in `buffer`: member by member when the event offers
-// its members, else through its tree (kept in a stack arena).
-std::string_view encodeEvent(const LogEvent& event, std::string& buffer) {
-  TextFields fields(buffer);
+// The log file's scratch space, then the event's JSON text, in `buffer`:
+// member by member when the event offers its members, else through its tree
+// (kept in a stack arena).
+ZORLAN_HOT std::span<char> encodeEvent(const LogEvent& event, std::string& buffer) {
+  constexpr std::size_t kScratch = detail::LogFileStorage::kScratchSize;
+  TextFields fields(buffer, kScratch);
   if (event.writeFields(fields)) return fields.finish();
-  buffer.clear();
+  buffer.assign(kScratch, ' ');
   unsigned char arenaBytes[2048];
   boost::json::monotonic_resource arena(arenaBytes, sizeof arenaBytes);
   writeJSON(event.toJSON(boost::json::storage_ptr(&arena)), {}, buffer);
-  return buffer;
+  return {buffer.data(), buffer.size()};
 }
 
 }  // namespace
 
-void LogFile::log(const LogEvent& event) noexcept {
+ZORLAN_HOT void LogFile::log(const LogEvent& event) noexcept {
   try {
     // The text lives in a buffer this thread reuses: no heap allocation per
     // event once the buffer has grown. An event that logs while it is being
@@ -189,7 +199,7 @@ void LogFile::log(const LogEvent& event) noexcept {
       std::string text;
       bool busy = false;
     };
-    thread_local ThreadBuffer reused;
+    thread_local ThreadBuffer reused ZORLAN_HOT_THREAD_LOCAL;
     std::string own;
     const bool borrowed = !reused.busy;
     std::string& buffer = borrowed ? reused.text : own;
@@ -203,7 +213,7 @@ void LogFile::log(const LogEvent& event) noexcept {
         if (reused.text.size() > kMaxKeptBuffer) std::string().swap(reused.text);
       }
     } release{reused, borrowed};
-    std::optional<std::string_view> encoded;
+    std::optional<std::span<char>> encoded;
     try {
       encoded = encodeEvent(event, buffer);
     } catch (const std::exception& error) {
@@ -218,7 +228,7 @@ void LogFile::log(const LogEvent& event) noexcept {
     }
     queue_.sync([&] {
       try {
-        storage_->append(*encoded);
+        storage_->appendAfterScratch(*encoded);
       } catch (const LogFileError& error) {
         detail::printLogFileDiagnostic("failed appending to :" + path_.string() + ", error:" +
                                        " " + error.what());

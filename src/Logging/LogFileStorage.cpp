@@ -1,5 +1,6 @@
 #include "Logging/LogFileStorage.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@ namespace zorlan::detail {
 namespace {
 
 constexpr std::string_view kSeparator = ",\n";
+static_assert(kSeparator.size() == LogFileStorage::kScratchSize);
 
 std::string errnoText(int error) { return std::strerror(error); }
 
@@ -34,38 +36,61 @@ LogFileStorage::~LogFileStorage() {
   if (fd_ >= 0) ::close(fd_);
 }
 
-void LogFileStorage::checkedAdd(std::int64_t bytes) {
+ZORLAN_HOT void LogFileStorage::checkedAdd(std::int64_t bytes) {
   std::int64_t newSize = 0;
   ZORLAN_PRECONDITION(!__builtin_add_overflow(currentSize_, bytes, &newSize),
                       "log file size overflows");
   if (newSize >= bound_) throw LogFileError(LogFileError::Code::full);
 }
 
-void LogFileStorage::append(std::string_view bytes) {
-  if (deleted_) return;
-  checkedAdd(static_cast<std::int64_t>(bytes.size()));
-  grow(contentLength_ > 0 ? kSeparator : std::string_view(), bytes);
+void LogFileStorage::append(std::string_view bytes) { appendChunk(bytes, nullptr); }
+
+ZORLAN_HOT void LogFileStorage::appendAfterScratch(std::span<char> chunk) {
+  ZORLAN_PRECONDITION(chunk.size() >= kScratchSize, "no scratch space before the bytes");
+  appendChunk({chunk.data() + kScratchSize, chunk.size() - kScratchSize}, chunk.data());
 }
 
-void LogFileStorage::grow(std::string_view separator, std::string_view bytes) {
+ZORLAN_HOT void LogFileStorage::appendChunk(std::string_view bytes, char* scratch) {
+  if (deleted_) return;
+  checkedAdd(static_cast<std::int64_t>(bytes.size()));
+  grow(contentLength_ > 0 ? kSeparator : std::string_view(), bytes, scratch);
+}
+
+ZORLAN_HOT void LogFileStorage::grow(std::string_view separator, std::string_view bytes, char* scratch) {
   const auto length = static_cast<std::int64_t>(separator.size() + bytes.size());
   contentLength_ += length;
   currentSize_ += length;
-  unwritten_.append(separator).append(bytes);
-  std::string error = writeTail();
-  if (!error.empty()) {
-    printer_("failed appending data at: " + path_.string() + " error: " + error);
-    throw LogFileError(LogFileError::Code::writing);
+  // The tail to write: the chunk where it lies (the separator put in the
+  // caller's scratch space) when nothing is pending, else everything pending.
+  std::string_view tail;
+  const bool direct = unwritten_.empty() && (separator.empty() || scratch != nullptr);
+  if (direct && separator.empty()) {
+    tail = bytes;
+  } else if (direct) {
+    std::memcpy(scratch, separator.data(), separator.size());
+    tail = {scratch, separator.size() + bytes.size()};
+  } else {
+    unwritten_.append(separator).append(bytes);
+    tail = unwritten_;
   }
+  std::string error = writeTail(tail);
+  if (error.empty()) {
+    unwritten_.clear();
+    return;
+  }
+  // The chunk stays pending, so the next successful write carries it.
+  if (direct) unwritten_.append(separator).append(bytes);
+  printer_("failed appending data at: " + path_.string() + " error: " + error);
+  throw LogFileError(LogFileError::Code::writing);
 }
 
-std::string LogFileStorage::writeTail() {
+ZORLAN_HOT std::string LogFileStorage::writeTail(std::string_view tail) {
   if (fd_ < 0) {
     fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
     if (fd_ < 0) return errnoText(errno);
   }
-  const char* data = unwritten_.data();
-  std::size_t left = unwritten_.size();
+  const char* data = tail.data();
+  std::size_t left = tail.size();
   off_t offset = static_cast<off_t>(diskGoodLength_);
   // Until this write is through, the file's length is not known.
   const bool lengthWasKnown = std::exchange(diskLengthKnown_, false);
@@ -92,7 +117,6 @@ std::string LogFileStorage::writeTail() {
   }
   diskGoodLength_ = contentLength_;
   diskLengthKnown_ = true;
-  unwritten_.clear();
   return {};
 }
 

@@ -8,9 +8,11 @@
 // - Invariant: the first `diskGoodLength_` bytes of the file equal the first
 //   `diskGoodLength_` bytes of the described content. Only bytes at or past
 //   that offset are ever written, so no failure can break it.
-// - A write puts the not-yet-written tail of the content (`unwritten_`) at
-//   offset `diskGoodLength_` and cuts the file to the content's length: the
-//   file then equals the content, as the whole-file write would leave it.
+// - A write puts the not-yet-written tail of the content (`unwritten_` and
+//   the new chunk, or the chunk alone where the caller holds it when nothing
+//   else is pending) at offset `diskGoodLength_` and cuts the file to the
+//   content's length: the file then equals the content, as the whole-file
+//   write would leave it.
 // - A failed write keeps its chunk in `unwritten_` (the described content has
 //   already grown by it), so the next successful write carries it too, exactly
 //   as the next whole-file write would.
@@ -27,6 +29,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -48,6 +51,11 @@ class LogFileStorage {
   // three times `maxSize`, `writing` (after printing why) when the write
   // fails. Does nothing once deleted. Stops the process on size overflow.
   void append(std::string_view bytes);
+  // The same for bytes that follow kScratchSize bytes of scratch space in the
+  // caller's buffer (`chunk` is the scratch space, then the bytes): the
+  // separator goes there, so the chunk is written without a copy.
+  void appendAfterScratch(std::span<char> chunk);
+  static constexpr std::size_t kScratchSize = 2;
 
   // The initial load: reads the file and appends its bytes through the append
   // routine. A failed read prints "failed opening file from disk: ..." and
@@ -63,12 +71,15 @@ class LogFileStorage {
   const std::filesystem::path& path() const noexcept { return path_; }
 
  private:
+  void appendChunk(std::string_view bytes, char* scratch);
   // Grows the content by the chunk `separator` + `bytes` (size already
-  // checked) and writes it.
-  void grow(std::string_view separator, std::string_view bytes);
-  // Writes `unwritten_` at `diskGoodLength_` and cuts the file to the
-  // content's length. Returns an error description on failure.
-  std::string writeTail();
+  // checked) and writes it; `scratch` (may be null) is room for the
+  // separator just before `bytes`.
+  void grow(std::string_view separator, std::string_view bytes, char* scratch);
+  // Writes `tail` (the content's not-yet-written end) at `diskGoodLength_`
+  // and cuts the file to the content's length. Returns an error description
+  // on failure.
+  std::string writeTail(std::string_view tail);
   void checkedAdd(std::int64_t bytes);
 
   std::filesystem::path path_;

@@ -1,5 +1,6 @@
 #include "zorlan/Platform/Logger.hpp"
 
+#include "Platform/HotPath.hpp"
 #include <unistd.h>
 
 #include <boost/json/object.hpp>
@@ -39,7 +40,7 @@ MessageLogEvent::MessageLogEvent(std::string sender, LoggerLevel level, std::str
 namespace {
 
 // The clock to the microsecond (the resolution of the platform's dates).
-double secondsSince1970Now() {
+ZORLAN_HOT double secondsSince1970Now() {
   const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(
       std::chrono::system_clock::now().time_since_epoch());
   return static_cast<double>(micros.count()) / 1e6;
@@ -48,7 +49,7 @@ double secondsSince1970Now() {
 // The members of a message event, shared by the owning and the borrowing
 // event: "message", "loggedAt", "level", "sender", then "file", "line" and
 // "function" when there is a source, then "type" and "info" when not empty.
-void writeMessageEventFields(LogEventFields& fields, std::string_view message,
+ZORLAN_HOT void writeMessageEventFields(LogEventFields& fields, std::string_view message,
                              LoggerLevel level, std::string_view sender,
                              std::optional<std::string_view> file, int line,
                              std::string_view function, std::string_view type,
@@ -183,7 +184,7 @@ class BorrowedMessageEvent final : public LogEvent {
   boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
     return logEventFieldsJSON(*this, 9, std::move(storage));
   }
-  bool writeFields(LogEventFields& fields) const override {
+  ZORLAN_HOT bool writeFields(LogEventFields& fields) const override {
     writeMessageEventFields(fields, message_, level_, sender_, file_, line_, function_, type_,
                             info_);
     return true;
@@ -205,14 +206,14 @@ class BorrowedMessageEvent final : public LogEvent {
 
 }  // namespace
 
-void Logger::log(std::string_view sender, LoggerLevel level, std::string_view type,
+ZORLAN_HOT void Logger::log(std::string_view sender, LoggerLevel level, std::string_view type,
                  std::string_view message, bool isPublic, const LogInfo& info, int line,
                  std::string_view file, std::string_view function) noexcept {
   if (!isEnabled() || sinks_.load(std::memory_order_acquire) == nullptr) return;
   log(BorrowedMessageEvent(sender, level, type, message, isPublic, info, line, file, function));
 }
 
-void Logger::log(const LogEvent& event) noexcept {
+ZORLAN_HOT void Logger::log(const LogEvent& event) noexcept {
   if (!isEnabled()) return;
   const SinkList* targets = sinks_.load(std::memory_order_acquire);
   if (targets == nullptr) return;

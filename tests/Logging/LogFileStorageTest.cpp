@@ -127,22 +127,38 @@ TEST_F(LogFileStorageTest, MatchesTheWholeFileRewriteThroughRefusalsAndFailures)
   }
 }
 
+// Appends `bytes` as given, or after scratch space the way the log file
+// hands over encoded events (the separator then goes into that space).
+void appendVia(LogFileStorage& storage, const std::string& bytes, bool scratch) {
+  if (!scratch) return storage.append(bytes);
+  std::string chunk = "??" + bytes;
+  storage.appendAfterScratch({chunk.data(), chunk.size()});
+}
+
 TEST_F(LogFileStorageTest, FailedWriteKeepsItsChunkForTheNextWrite) {
-  fs::path sub = dir_ / "gone";
-  fs::path path = sub / "e.log";
-  LogFileStorage storage(path, 0, 1000, recorder());
-  try {
-    storage.append("{\"n\":1}");  // the folder does not exist: the write fails
-    FAIL() << "expected writing";
-  } catch (const LogFileError& error) {
-    EXPECT_EQ(error.code(), LogFileError::Code::writing);
+  for (bool scratchFirst : {false, true}) {
+    fs::path sub = dir_ / (scratchFirst ? "gone-scratch" : "gone");
+    fs::path path = sub / "e.log";
+    printed_.clear();
+    LogFileStorage storage(path, 0, 1000, recorder());
+    // The folder does not exist: both writes fail, each keeping its chunk.
+    for (const char* bytes : {"{\"n\":1}", "{\"n\":2}"}) {
+      try {
+        appendVia(storage, bytes, scratchFirst == (bytes[5] == '1'));
+        FAIL() << "expected writing";
+      } catch (const LogFileError& error) {
+        EXPECT_EQ(error.code(), LogFileError::Code::writing);
+      }
+    }
+    ASSERT_EQ(printed_.size(), 2u);
+    EXPECT_EQ(printed_[0].rfind("failed appending data at: " + path.string() + " error: ", 0), 0u);
+    fs::create_directories(sub);
+    appendVia(storage, "{\"n\":3}", true);
+    // The whole-file write of the described content carries the failed chunks.
+    EXPECT_EQ(readAll(path), "{\"n\":1},\n{\"n\":2},\n{\"n\":3}");
+    appendVia(storage, "{\"n\":4}", !scratchFirst);
+    EXPECT_EQ(readAll(path), "{\"n\":1},\n{\"n\":2},\n{\"n\":3},\n{\"n\":4}");
   }
-  ASSERT_EQ(printed_.size(), 1u);
-  EXPECT_EQ(printed_[0].rfind("failed appending data at: " + path.string() + " error: ", 0), 0u);
-  fs::create_directories(sub);
-  storage.append("{\"n\":2}");
-  // The whole-file write of the described content carries the failed chunk.
-  EXPECT_EQ(readAll(path), "{\"n\":1},\n{\"n\":2}");
 }
 
 TEST_F(LogFileStorageTest, RefusedInitialLoadLetsTheNextAppendReplaceTheFile) {
@@ -188,10 +204,11 @@ TEST_F(LogFileStorageTest, RandomAppendsMatchTheModelByteForByte) {
   std::mt19937 random(7);
   for (int i = 0; i < 200; ++i) {
     std::string bytes(random() % 12 + 1, static_cast<char>('a' + random() % 26));
+    const bool scratch = random() % 2 == 0;
     if (model.append(bytes)) {
-      storage.append(bytes);
+      appendVia(storage, bytes, scratch);
     } else {
-      EXPECT_THROW(storage.append(bytes), LogFileError);
+      EXPECT_THROW(appendVia(storage, bytes, scratch), LogFileError);
     }
   }
   EXPECT_EQ(readAll(path), model.content);
