@@ -2,9 +2,11 @@
 
 #include "Platform/HotPath.hpp"
 #include <fcntl.h>
+#include <linux/falloc.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -33,7 +35,26 @@ LogFileStorage::LogFileStorage(std::filesystem::path path, std::int64_t currentS
 }
 
 LogFileStorage::~LogFileStorage() {
-  if (fd_ >= 0) ::close(fd_);
+  if (fd_ < 0) return;
+  // Gives back the space reserved past the end (the size stays the same).
+  if (reservedEnd_ > 0 && diskLengthKnown_) {
+    [[maybe_unused]] int ignored = ::ftruncate(fd_, static_cast<off_t>(diskGoodLength_));
+  }
+  ::close(fd_);
+}
+
+void LogFileStorage::reserveAhead() {
+  // Disk space for the next appends, reserved in steps without changing the
+  // file's size or bytes: appends then find their blocks allocated. A file
+  // system that cannot reserve simply allocates as it writes.
+  constexpr std::int64_t kStep = 1 << 20;
+  if (contentLength_ < reservedEnd_ - kStep / 2 || reserveFailed_) return;
+  const std::int64_t from = std::max(reservedEnd_, contentLength_);
+  if (::fallocate(fd_, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(from), kStep) != 0) {
+    reserveFailed_ = true;
+    return;
+  }
+  reservedEnd_ = from + kStep;
 }
 
 ZORLAN_HOT void LogFileStorage::checkedAdd(std::int64_t bytes) {
@@ -117,6 +138,7 @@ ZORLAN_HOT std::string LogFileStorage::writeTail(std::string_view tail) {
   }
   diskGoodLength_ = contentLength_;
   diskLengthKnown_ = true;
+  reserveAhead();
   return {};
 }
 

@@ -23,6 +23,8 @@
 //   the file with its chunk, as the whole-file write does.
 //
 // Memory: only unwritten chunks are held, never a copy of the file.
+// Disk: space past the end is reserved in steps (the size and bytes stay
+// those of the content) and given back when the storage closes the file.
 // Not thread-safe: `LogFile` calls it on its serial queue only.
 #pragma once
 
@@ -95,6 +97,10 @@ class LogFileStorage {
   bool diskLengthKnown_ = false;
   std::string unwritten_;
   int fd_ = -1;
+  // Disk space is reserved (not allocated to the size) up to here.
+  std::int64_t reservedEnd_ = 0;
+  bool reserveFailed_ = false;
+  void reserveAhead();
 };
 
 }  // namespace zorlan::detail

@@ -1,6 +1,7 @@
 #include "Logging/LogFileStorage.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <iterator>
@@ -194,6 +195,21 @@ TEST_F(LogFileStorageTest, DeletedFileIgnoresAppends) {
   storage.append("{}");
   EXPECT_EQ(readAll(path), "");
   EXPECT_EQ(storage.currentSize(), 0);
+}
+
+TEST_F(LogFileStorageTest, SpaceReservedAheadIsGivenBackOnClose) {
+  // Appends reserve disk space past the end; the size never shows it, and
+  // closing gives it back (a small log must not keep a mebibyte on disk).
+  fs::path path = dir_ / "r.log";
+  {
+    LogFileStorage storage(path, 0, 1 << 20, recorder());
+    for (int i = 0; i < 50; ++i) storage.append("{\"message\":\"reserve\"}");
+    EXPECT_EQ(static_cast<std::int64_t>(fs::file_size(path)), storage.contentLength());
+  }
+  struct stat info {};
+  ASSERT_EQ(::stat(path.c_str(), &info), 0);
+  EXPECT_EQ(info.st_size, 50 * 21 + 49 * 2);
+  EXPECT_LT(info.st_blocks * 512, 64 * 1024);
 }
 
 TEST_F(LogFileStorageTest, RandomAppendsMatchTheModelByteForByte) {
