@@ -1,6 +1,5 @@
 #include "zorlan/Coding/JSONWriter.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -14,6 +13,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "Platform/HotPath.hpp"
 #include "zorlan/Coding/CodingError.hpp"
 #include "zorlan/Coding/Decoder.hpp"
 
@@ -48,6 +48,12 @@ struct RawOut {
     std::memcpy(at, bytes, count);
     at += count;
   }
+};
+
+struct CountingOut {
+  std::size_t count = 0;
+  void put(char) { ++count; }
+  void put(const char*, std::size_t bytes) { count += bytes; }
 };
 
 template <class Out>
@@ -159,7 +165,6 @@ const unsigned char* nextAttention(const unsigned char* begin, const unsigned ch
   while (p != end && *p < 0x80 && !escapes[*p]) ++p;
   return p;
 }
-
 
 // Whether no byte of [p, end) needs a look: read sixteen or eight bytes at a
 // time (the last read overlapping the one before), shorter texts padded
@@ -392,7 +397,13 @@ ZORLAN_HOT char* writeJSONString(std::string_view text, const JSONWritingOptions
   return sink.at;
 }
 
-ZORLAN_HOT char* writeJSONNumber(double number, char* out) { return out + formatDouble(number, out); }
+ZORLAN_HOT std::size_t jsonStringSize(std::string_view text, const JSONWritingOptions& options) {
+  CountingOut counter;
+  writeStringTo(text, !options.withoutEscapingSlashes, counter);
+  return counter.count;
+}
+
+char* writeJSONNumber(double number, char* out) { return out + formatDouble(number, out); }
 
 std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options) {
   std::string out;

@@ -1,10 +1,10 @@
 #include "zorlan/Dispatch/DispatchQueue.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <array>
 #include <atomic>
 
 #include "Dispatch/QueueImpl.hpp"
+#include "Platform/HotPath.hpp"
 
 namespace zorlan {
 

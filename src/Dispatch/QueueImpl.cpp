@@ -1,10 +1,10 @@
 #include "Dispatch/QueueImpl.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <algorithm>
 #include <exception>
 #include <string>
 
+#include "Platform/HotPath.hpp"
 #include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan::detail {

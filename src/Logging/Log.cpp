@@ -1,11 +1,11 @@
 #include "zorlan/Logging/Log.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <atomic>
 #include <cstring>
 #include <mutex>
 #include <vector>
 
+#include "Platform/HotPath.hpp"
 #include "zorlan/Coding/Codable.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 

@@ -1,6 +1,5 @@
 #include "zorlan/Logging/LogFile.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -17,6 +16,7 @@
 #include <utility>
 
 #include "Logging/LogFileStorage.hpp"
+#include "Platform/HotPath.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
 #include "zorlan/Platform/Precondition.hpp"
 
@@ -115,7 +115,7 @@ class TextFields final : public LogEventFields {
   }
 
   ZORLAN_HOT void string(LogFieldName name, std::string_view value) override {
-    char* at = writeName(name, maxJSONStringSize(value.size()));
+    char* at = writeName(name, roomFor(value));
     commit(writeJSONString(value, {}, at));
   }
   ZORLAN_HOT void number(LogFieldName name, double value) override {
@@ -127,9 +127,7 @@ class TextFields final : public LogEventFields {
   }
   void strings(LogFieldName name, const std::map<std::string, std::string>& value) override {
     std::size_t members = 2;
-    for (const auto& [k, v] : value) {
-      members += maxJSONStringSize(k.size()) + maxJSONStringSize(v.size()) + 2;
-    }
+    for (const auto& [k, v] : value) members += roomFor(k) + roomFor(v) + 2;
     char* at = writeName(name, members);
     *at++ = '{';
     bool first = true;
@@ -149,6 +147,11 @@ class TextFields final : public LogEventFields {
   }
 
  private:
+  // Room to write `text` as a JSON string: the bound for short texts, the
+  // exact size for long ones (the bound is six times the text).
+  static std::size_t roomFor(std::string_view text) {
+    return text.size() <= 4096 ? maxJSONStringSize(text.size()) : jsonStringSize(text, {});
+  }
   // Room for `count` more bytes.
   ZORLAN_HOT char* room(std::size_t count) {
     if (buffer_.size() < used_ + count) buffer_.resize(std::max(2 * buffer_.size(), used_ + count));

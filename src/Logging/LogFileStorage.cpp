@@ -1,6 +1,5 @@
 #include "Logging/LogFileStorage.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <fcntl.h>
 #include <linux/falloc.h>
 #include <sys/stat.h>
@@ -11,6 +10,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Platform/HotPath.hpp"
 #include "zorlan/Logging/LogFileError.hpp"
 #include "zorlan/Platform/Precondition.hpp"
 

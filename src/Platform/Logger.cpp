@@ -1,6 +1,5 @@
 #include "zorlan/Platform/Logger.hpp"
 
-#include "Platform/HotPath.hpp"
 #include <unistd.h>
 
 #include <boost/json/object.hpp>
@@ -11,6 +10,8 @@
 
 #include <string>
 #include <utility>
+
+#include "Platform/HotPath.hpp"
 
 namespace zorlan {
 

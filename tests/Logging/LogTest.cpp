@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <iterator>
+#include <variant>
+#include <vector>
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/Coding/JSONWriter.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
 
@@ -193,6 +197,76 @@ TEST(LogFileTest, ReopeningRemovesOnlyFilesAboveThreeTimesTheBound) {
   EXPECT_EQ(fs::file_size(above), 2u);
   kept.reset();
   removed.reset();
+  fs::remove_all(dir);
+}
+
+// An event with fixed members, so that both of its forms are known.
+class FixedEvent final : public LogEvent {
+ public:
+  using Member = std::variant<std::string, double, std::int64_t, LogInfo>;
+  explicit FixedEvent(std::vector<Member> members) : members_(std::move(members)) {}
+
+  std::string_view message() const override { return {}; }
+  std::string_view eventType() const override { return {}; }
+  bool isPublic() const override { return true; }
+  LoggerLevel level() const override { return LoggerLevel::info; }
+  const std::optional<LogSource>& source() const override { return source_; }
+  std::string_view typeName() const override { return "FixedEvent"; }
+  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
+    return logEventFieldsJSON(*this, members_.size(), std::move(storage));
+  }
+  bool writeFields(LogEventFields& fields) const override {
+    static constexpr LogFieldName kNames[] = {"a", "b", "c", "d", "e"};
+    for (std::size_t i = 0; i < members_.size(); ++i) {
+      const LogFieldName name = kNames[i];
+      std::visit(
+          [&](const auto& value) {
+            using T = std::decay_t<decltype(value)>;
+            if constexpr (std::is_same_v<T, std::string>) fields.string(name, value);
+            if constexpr (std::is_same_v<T, double>) fields.number(name, value);
+            if constexpr (std::is_same_v<T, std::int64_t>) fields.integer(name, value);
+            if constexpr (std::is_same_v<T, LogInfo>) fields.strings(name, value);
+          },
+          members_[i]);
+    }
+    return true;
+  }
+
+ private:
+  std::vector<Member> members_;
+  std::optional<LogSource> source_;
+};
+
+TEST(LogFileTest, EventsAreWrittenExactlyAsTheirTreeWouldBe) {
+  // The log file writes an event's members straight into text; the bytes
+  // must be those the JSON writer makes of the event's tree.
+  std::string longText;
+  for (int i = 0; i < 900; ++i) longText += "a/b\"\n\x01\xc3\xa9";  // past the short-text bound
+  const std::vector<FixedEvent> events = {
+      FixedEvent({std::string("plain"), 1795441664.846416, std::int64_t{-42}}),
+      FixedEvent({std::string("/path/to\\file \"q\" \t\x1f"), std::string("\xf0\x9f\x98\x80 caf\xc3\xa9")}),
+      FixedEvent({0.1, -0.0, 1e21, std::nan(""), 3.0}),
+      FixedEvent({LogInfo{{"k/ey", "v\"al"}, {"", ""}}, std::string()}),
+      FixedEvent({longText, std::string(5000, 'x')}),
+  };
+  fs::path dir = fs::temp_directory_path() / ("zorlan-logfile-exact-" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  fs::path path = dir / "exact.log";
+  std::string expected;
+  {
+    auto file = LogFile::open(path, 1 << 24);
+    for (const FixedEvent& event : events) {
+      file->log(event);
+      if (!expected.empty()) expected += ",\n";
+      expected += writeJSON(event.toJSON());
+    }
+    // Text that is not UTF-8 cannot be written: the event is dropped, nothing else.
+    file->log(FixedEvent({std::string("ok"), std::string("\xff")}));
+    (void)file->currentSize();
+  }
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>()),
+            expected);
   fs::remove_all(dir);
 }
 

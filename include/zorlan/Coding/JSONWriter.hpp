@@ -38,6 +38,9 @@ void writeJSON(const boost::json::value& value, const JSONWritingOptions& option
 // when `text` is not UTF-8 (having written part of it).
 char* writeJSONString(std::string_view text, const JSONWritingOptions& options, char* out);
 constexpr std::size_t maxJSONStringSize(std::size_t size) noexcept { return 6 * size + 2; }
+// Exactly the number of bytes writeJSONString writes for `text` (for long
+// texts, where the bound above would reserve far too much). Throws as it does.
+std::size_t jsonStringSize(std::string_view text, const JSONWritingOptions& options);
 // Writes `number` as the writer does: integral values without a fraction,
 // others in shortest round-trip form, non-finite ones as null. `out` must
 // have room for kMaxJSONNumberSize bytes.
