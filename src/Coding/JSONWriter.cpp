@@ -16,6 +16,7 @@
 #include "Platform/HotPath.hpp"
 #include "zorlan/Coding/CodingError.hpp"
 #include "zorlan/Coding/Decoder.hpp"
+#include "zorlan/Platform/Unicode.hpp"
 
 namespace zorlan {
 namespace {
@@ -73,28 +74,6 @@ void writeEscape(unsigned char c, Out& out) {
       out.put(unicode, sizeof unicode);
     }
   }
-}
-
-// The length of the UTF-8 sequence starting at `p` (before `end`), or 0 when
-// it is not well-formed (overlong forms, surrogates and values past U+10FFFF
-// included).
-std::size_t utf8SequenceLength(const unsigned char* p, const unsigned char* end) {
-  auto continuation = [&](std::size_t i, unsigned char low = 0x80, unsigned char high = 0xBF) {
-    return p + i < end && p[i] >= low && p[i] <= high;
-  };
-  unsigned char c = p[0];
-  if (c >= 0xC2 && c <= 0xDF) return continuation(1) ? 2 : 0;
-  if (c == 0xE0) return continuation(1, 0xA0) && continuation(2) ? 3 : 0;
-  if ((c >= 0xE1 && c <= 0xEC) || c == 0xEE || c == 0xEF) {
-    return continuation(1) && continuation(2) ? 3 : 0;
-  }
-  if (c == 0xED) return continuation(1, 0x80, 0x9F) && continuation(2) ? 3 : 0;
-  if (c == 0xF0) return continuation(1, 0x90) && continuation(2) && continuation(3) ? 4 : 0;
-  if (c >= 0xF1 && c <= 0xF3) {
-    return continuation(1) && continuation(2) && continuation(3) ? 4 : 0;
-  }
-  if (c == 0xF4) return continuation(1, 0x80, 0x8F) && continuation(2) && continuation(3) ? 4 : 0;
-  return 0;
 }
 
 // The bytes of `word` that need a look of their own (a byte of a multi-byte
@@ -226,7 +205,7 @@ ZORLAN_HOT void writeStringTo(std::string_view text, bool slash, Out& out) {
        p = nextAttention(begin, p, end, slash, escapes)) {
     const unsigned char c = *p;
     if (c >= 0x80) {
-      std::size_t length = utf8SequenceLength(p, end);
+      std::size_t length = unicode::wellFormedUTF8Length(p, end);
       if (length == 0) {
         throw EncodingError::invalidValue("String",
                                           {{}, "The string is not valid UTF-8.", nullptr});

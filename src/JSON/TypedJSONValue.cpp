@@ -7,29 +7,6 @@
 #include "zorlan/Platform/Unicode.hpp"
 
 namespace zorlan {
-namespace {
-
-// The length of the well-formed UTF-8 sequence at `p` (before `end`), or 0
-// for an ill-formed one (overlong forms, surrogates, values past U+10FFFF).
-std::size_t sequenceLength(const unsigned char* p, const unsigned char* end) {
-  auto continuation = [&](std::size_t i, unsigned char low = 0x80, unsigned char high = 0xBF) {
-    return p + i < end && p[i] >= low && p[i] <= high;
-  };
-  const unsigned char c = p[0];
-  if (c < 0x80) return 1;
-  if (c >= 0xC2 && c <= 0xDF) return continuation(1) ? 2 : 0;
-  if (c == 0xE0) return continuation(1, 0xA0) && continuation(2) ? 3 : 0;
-  if ((c >= 0xE1 && c <= 0xEC) || c == 0xEE || c == 0xEF) {
-    return continuation(1) && continuation(2) ? 3 : 0;
-  }
-  if (c == 0xED) return continuation(1, 0x80, 0x9F) && continuation(2) ? 3 : 0;
-  if (c == 0xF0) return continuation(1, 0x90) && continuation(2) && continuation(3) ? 4 : 0;
-  if (c >= 0xF1 && c <= 0xF3) return continuation(1) && continuation(2) && continuation(3) ? 4 : 0;
-  if (c == 0xF4) return continuation(1, 0x80, 0x8F) && continuation(2) && continuation(3) ? 4 : 0;
-  return 0;
-}
-
-}  // namespace
 
 std::string quotedDebugText(std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";
@@ -67,7 +44,7 @@ std::string quotedDebugText(std::string_view text) {
           out += '}';
         } else if (c < 0x80) {
           out += static_cast<char>(c);
-        } else if (std::size_t n = sequenceLength(p, end)) {
+        } else if (std::size_t n = unicode::wellFormedUTF8Length(p, end)) {
           out.append(reinterpret_cast<const char*>(p), n);
           p += n;
           continue;

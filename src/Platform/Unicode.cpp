@@ -151,6 +151,24 @@ bool isWhitespaceOrNewline(char32_t scalar) noexcept {
   }
 }
 
+std::size_t wellFormedUTF8Length(const unsigned char* p, const unsigned char* end) noexcept {
+  auto continuation = [&](std::size_t i, unsigned char low = 0x80, unsigned char high = 0xBF) {
+    return p + i < end && p[i] >= low && p[i] <= high;
+  };
+  const unsigned char c = p[0];
+  if (c < 0x80) return 1;
+  if (c >= 0xC2 && c <= 0xDF) return continuation(1) ? 2 : 0;
+  if (c == 0xE0) return continuation(1, 0xA0) && continuation(2) ? 3 : 0;
+  if ((c >= 0xE1 && c <= 0xEC) || c == 0xEE || c == 0xEF) {
+    return continuation(1) && continuation(2) ? 3 : 0;
+  }
+  if (c == 0xED) return continuation(1, 0x80, 0x9F) && continuation(2) ? 3 : 0;
+  if (c == 0xF0) return continuation(1, 0x90) && continuation(2) && continuation(3) ? 4 : 0;
+  if (c >= 0xF1 && c <= 0xF3) return continuation(1) && continuation(2) && continuation(3) ? 4 : 0;
+  if (c == 0xF4) return continuation(1, 0x80, 0x8F) && continuation(2) && continuation(3) ? 4 : 0;
+  return 0;
+}
+
 void appendUTF8(std::string& out, char32_t c) {
   if (c < 0x80) {
     out += static_cast<char>(c);

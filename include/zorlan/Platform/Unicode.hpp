@@ -35,6 +35,12 @@ std::string normalizedNFC(std::string_view text);
 // U+000D and U+0085.
 bool isWhitespaceOrNewline(char32_t scalar) noexcept;
 
+// The length (1 to 4) of the well-formed UTF-8 sequence that starts at `p`
+// and ends before `end`, or 0 when it is ill-formed (a stray continuation
+// byte, an overlong form, a surrogate, a value past U+10FFFF, a cut-off
+// sequence). `p` must be before `end`.
+std::size_t wellFormedUTF8Length(const unsigned char* p, const unsigned char* end) noexcept;
+
 // Appends the Unicode scalar `scalar` (at most U+10FFFF, not a surrogate) to
 // `out` as UTF-8.
 void appendUTF8(std::string& out, char32_t scalar);
