@@ -370,7 +370,8 @@ void writeJSON(const boost::json::value& value, const JSONWritingOptions& option
   write(value, options, 0, out);
 }
 
-ZORLAN_HOT char* writeJSONString(std::string_view text, const JSONWritingOptions& options, char* out) {
+ZORLAN_HOT char* writeJSONString(std::string_view text, const JSONWritingOptions& options,
+                                 char* out) {
   RawOut sink{out};
   writeStringTo(text, !options.withoutEscapingSlashes, sink);
   return sink.at;

@@ -76,8 +76,8 @@ const std::string& Log::senderTypeName(const char* mangled) {
   return *new std::string(detail::demangledTypeName(mangled));  // one per type, kept for good
 }
 
-ZORLAN_HOT void Log::writeComposed(LogLevel level, std::string_view sender, std::string_view message,
-                        const SourceLocation& where) const {
+ZORLAN_HOT void Log::writeComposed(LogLevel level, std::string_view sender,
+                                   std::string_view message, const SourceLocation& where) const {
   Logger* targets[2] = {nullptr, nullptr};
   int count = 0;
   const LogLevelConfig thresholds = config_.value();

@@ -77,7 +77,8 @@ ZORLAN_HOT void LogFileStorage::appendChunk(std::string_view bytes, char* scratc
   grow(contentLength_ > 0 ? kSeparator : std::string_view(), bytes, scratch);
 }
 
-ZORLAN_HOT void LogFileStorage::grow(std::string_view separator, std::string_view bytes, char* scratch) {
+ZORLAN_HOT void LogFileStorage::grow(std::string_view separator, std::string_view bytes,
+                                     char* scratch) {
   const auto length = static_cast<std::int64_t>(separator.size() + bytes.size());
   contentLength_ += length;
   currentSize_ += length;

@@ -244,7 +244,8 @@ TEST(LogFileTest, EventsAreWrittenExactlyAsTheirTreeWouldBe) {
   for (int i = 0; i < 900; ++i) longText += "a/b\"\n\x01\xc3\xa9";  // past the short-text bound
   const std::vector<FixedEvent> events = {
       FixedEvent({std::string("plain"), 1795441664.846416, std::int64_t{-42}}),
-      FixedEvent({std::string("/path/to\\file \"q\" \t\x1f"), std::string("\xf0\x9f\x98\x80 caf\xc3\xa9")}),
+      FixedEvent({std::string("/path/to\\file \"q\" \t\x1f"),
+                  std::string("\xf0\x9f\x98\x80 caf\xc3\xa9")}),
       FixedEvent({0.1, -0.0, 1e21, std::nan(""), 3.0}),
       FixedEvent({LogInfo{{"k/ey", "v\"al"}, {"", ""}}, std::string()}),
       FixedEvent({longText, std::string(5000, 'x')}),
