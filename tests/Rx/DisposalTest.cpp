@@ -1,13 +1,16 @@
 // Every operator releases every source it subscribed to when its subscription
-// is disposed, and delivers nothing afterwards.
+// is disposed, and delivers nothing afterwards; ended subscriptions free what
+// their handlers captured; handlers that throw leave nothing behind.
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "RxTestSupport.hpp"
+#include "zorlan/Rx/DisposeBag.hpp"
 #include "zorlan/Rx/Single.hpp"
 #include "zorlan/Rx/Subjects.hpp"
 #include "zorlan/Rx/VirtualTimeScheduler.hpp"
@@ -118,6 +121,118 @@ TEST(DisposalTest, ASubscriberMayEndItsOwnSourceFromItsHandler) {
   source.onNext(1);
   EXPECT_EQ(*seen, (Ints{1}));
   EXPECT_TRUE(completed);
+}
+
+// A capture whose lifetime the tests watch.
+struct Capture {
+  std::shared_ptr<int> token = std::make_shared<int>(0);
+  std::weak_ptr<int> watch = token;
+};
+
+TEST(DisposalTest, DisposedAndEndedSubscriptionsFreeWhatTheirHandlersCaptured) {
+  // An object that keeps its own subscription and captures itself: freed
+  // once it disposes, though nobody else holds it.
+  struct Owner {
+    Disposable subscription;
+  };
+  BehaviorRelay<int> relay(0);
+  auto owner = std::make_shared<Owner>();
+  std::weak_ptr<Owner> weakOwner = owner;
+  owner->subscription =
+      relay.asObservable().map([](int v) { return v + 1; }).subscribe([owner](int) {});
+  owner.reset();
+  relay.accept(1);
+  ASSERT_FALSE(weakOwner.expired());  // still subscribed: kept alive by the relay
+  weakOwner.lock()->subscription.dispose();
+  EXPECT_TRUE(weakOwner.expired());
+  EXPECT_FALSE(relay.hasObservers());
+
+  // Subscriptions that ended on their own, handles still held in a bag.
+  PublishSubject<int> completing;
+  PublishSubject<int> failing;
+  const std::vector<std::pair<const char*, Observable<int>>> sources = {
+      {"just", Observable<int>::just(1)},
+      {"subject completes", completing.asObservable()},
+      {"subject fails", failing.asObservable().map([](int v) { return v; })},
+      {"take(1) of a relay", relay.asObservable().take(1)},
+      {"shared", Observable<int>::just(2).share(1)},
+  };
+  DisposeBag bag;
+  std::vector<Capture> captures(sources.size());
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    sources[i]
+        .second.subscribe([token = captures[i].token](int) {}, [token = captures[i].token](auto) {})
+        .disposed(bag);
+    captures[i].token.reset();
+  }
+  completing.onCompleted();
+  failing.onError(testing::failure("gone"));
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    EXPECT_TRUE(captures[i].watch.expired()) << sources[i].first;
+  }
+  EXPECT_EQ(bag.size(), sources.size());
+}
+
+TEST(DisposalTest, AThrowingHandlerEndsItsOwnSubscriptionOnly) {
+  auto boom = [](int v) {
+    if (v == 1) throw std::runtime_error("boom");
+  };
+  // The thrower's handler throws on the value it is owed on subscribing:
+  // the exception leaves subscribe, and nothing stays registered or buffered.
+  BehaviorSubject<int> behavior(1);
+  PublishSubject<int> upstream;
+  auto shared = upstream.asObservable().share(1);
+  Disposable keeper = shared.subscribe([](int) {});
+  upstream.onNext(1);
+  for (const Observable<int>& owing : {behavior.asObservable(), shared}) {
+    Capture capture;
+    EXPECT_THROW(owing.subscribe([boom, token = capture.token](int v) { boom(v); }),
+                 std::runtime_error);
+    capture.token.reset();
+    EXPECT_TRUE(capture.watch.expired());
+  }
+  EXPECT_FALSE(behavior.hasObservers());
+  keeper.dispose();
+  EXPECT_FALSE(upstream.hasObservers());
+
+  // A live element: the caller of accept gets the exception once, the other
+  // observers still get every element, the thrower gets nothing more.
+  BehaviorRelay<int> relay(0);
+  Ints before;
+  Ints thrower;
+  Ints after;
+  Ints viaShare;
+  DisposeBag bag;
+  relay.asObservable().subscribe([&](int v) { before.push_back(v); }).disposed(bag);
+  relay.asObservable()
+      .subscribe([&](int v) {
+        thrower.push_back(v);
+        boom(v);
+      })
+      .disposed(bag);
+  relay.asObservable().subscribe([&](int v) { after.push_back(v); }).disposed(bag);
+  // Behind a shared sequence, one subscriber's exception does not end the
+  // connection the others use.
+  auto relayShared = relay.asObservable().share();
+  relayShared.subscribe(boom).disposed(bag);
+  relayShared.subscribe([&](int v) { viaShare.push_back(v); }).disposed(bag);
+  EXPECT_THROW(relay.accept(1), std::runtime_error);
+  relay.accept(2);
+  EXPECT_EQ(before, (Ints{0, 1, 2}));
+  EXPECT_EQ(thrower, (Ints{0, 1}));
+  EXPECT_EQ(after, (Ints{0, 1, 2}));
+  EXPECT_EQ(viaShare, (Ints{1, 2}));
+
+  // A throwing completion handler: the upstream is released all the same.
+  PublishSubject<int> source;
+  PublishSubject<int> stop;
+  Disposable ended = source.asObservable()
+                         .takeUntil(stop.asObservable())
+                         .subscribe([](int) {}, {}, [] { throw std::runtime_error("done"); });
+  EXPECT_THROW(stop.onNext(0), std::runtime_error);
+  EXPECT_TRUE(ended.isDisposed());
+  EXPECT_FALSE(source.hasObservers());
+  EXPECT_FALSE(stop.hasObservers());
 }
 
 }  // namespace

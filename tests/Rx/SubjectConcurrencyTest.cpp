@@ -6,6 +6,7 @@
 
 #include "zorlan/Rx/DisposeBag.hpp"
 #include "zorlan/Rx/Subjects.hpp"
+#include "zorlan/Scheduling/BehaviorReader.hpp"
 
 namespace zorlan::rx {
 namespace {
@@ -45,6 +46,64 @@ TEST(SubjectConcurrencyTest, SubscribeEmitAndDisposeFromManyThreads) {
   // Each subscription saw at least the relay's value on subscribing.
   EXPECT_GE(delivered.load(), 4 * 300);
   EXPECT_EQ(relay.value() % 1000, 300);
+}
+
+// Two threads accept into one relay. Every observer's calls stay one at a
+// time and in the relay's order, so stateful operators count right and the
+// last value seen is the relay's value.
+TEST(SubjectConcurrencyTest, TwoWritersOnOneRelay) {
+  constexpr int kTrials = 60;
+  constexpr int kPerWriter = 200;
+  for (int trial = 0; trial < kTrials; ++trial) {
+    BehaviorRelay<int> relay(0);
+    DisposeBag bag;
+    std::atomic<int> inside{0};
+    std::atomic<bool> overlapped{false};
+    int last = -1;  // written by one observer's calls only
+    relay.asObservable()
+        .subscribe([&](int v) {
+          if (inside.fetch_add(1) != 0) overlapped = true;
+          last = v;
+          inside.fetch_sub(1);
+        })
+        .disposed(bag);
+    int counted = 0;
+    relay.asObservable()
+        .scan(0, [](int n, int) { return n + 1; })
+        .subscribe([&](int n) { counted = n; })
+        .disposed(bag);
+    int taken = 0;
+    bool takeCompleted = false;
+    relay.asObservable()
+        .take(100)
+        .subscribe([&](int) { ++taken; }, {}, [&] { takeCompleted = true; })
+        .disposed(bag);
+    int distinct = -1;
+    relay.asObservable()
+        .distinctUntilChanged()
+        .subscribe([&](int v) { distinct = v; })
+        .disposed(bag);
+    BehaviorReader<int> reader = asBehaviorReader(relay.asObservable(), -1);
+
+    std::atomic<bool> go{false};
+    auto writer = [&](int base) {
+      while (!go.load()) std::this_thread::yield();
+      for (int i = 1; i <= kPerWriter; ++i) relay.accept(base + i);
+    };
+    std::thread a(writer, 0);
+    std::thread b(writer, 100000);
+    go = true;
+    a.join();
+    b.join();
+
+    ASSERT_FALSE(overlapped.load());
+    ASSERT_EQ(last, relay.value()) << "trial " << trial;
+    ASSERT_EQ(distinct, relay.value());
+    ASSERT_EQ(reader.value(), relay.value());
+    ASSERT_EQ(counted, 2 * kPerWriter + 1);  // the value on subscribing counts too
+    ASSERT_EQ(taken, 100);
+    ASSERT_TRUE(takeCompleted);
+  }
 }
 
 }  // namespace

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "Rx/RxTestSupport.hpp"
 #include "zorlan/Dispatch/MainRunLoop.hpp"
 #include "zorlan/Rx/DisposeBag.hpp"
@@ -47,31 +51,62 @@ TEST(RxOperatorsTest, NeighbourAndOptionalHelpers) {
             (std::vector<std::vector<int>>{{3, 6}}));
 }
 
-TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhileTheSourceIsSilent) {
-  auto scheduler = rx::TestScheduler::make();
-  rx::PublishSubject<std::string> silent;
-  std::vector<std::string> seen;
-  int timeouts = 0;
-  rx::Disposable a =
-      afterTimeout(silent.asObservable(), 5s, std::string("timed out"), scheduler, [&] {
-        ++timeouts;
-      }).subscribe([&](const std::string& v) { seen.push_back(v); });
-  scheduler->advanceTo(rx::TestScheduler::at(4s));
-  EXPECT_TRUE(seen.empty());
-  scheduler->advanceTo(rx::TestScheduler::at(5s));
-  silent.onNext("late");
-  EXPECT_EQ(seen, (std::vector<std::string>{"timed out", "late"}));
-  EXPECT_EQ(timeouts, 1);
-
-  rx::PublishSubject<std::string> prompt;
-  std::vector<std::string> promptSeen;
-  rx::Disposable b = afterTimeout(prompt.asObservable(), 5s, std::string("timed out"), scheduler)
-                         .subscribe([&](const std::string& v) { promptSeen.push_back(v); });
-  prompt.onNext("on time");
-  scheduler->advanceBy(10s);
-  EXPECT_EQ(promptSeen, (std::vector<std::string>{"on time"}));
-  a.dispose();
-  b.dispose();
+TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhenNothingCameInTime) {
+  using Strings = std::vector<std::string>;
+  struct Case {
+    const char* name;
+    std::function<rx::Observable<std::string>()> source;
+    Strings atFourSeconds;
+    Strings atTenSeconds;
+    bool completed;
+  };
+  rx::PublishSubject<std::string> late;
+  rx::BehaviorRelay<std::string> relay("current");
+  const std::vector<Case> cases = {
+      {"silent, then late", [&] { return late.asObservable(); }, {}, {"timed out", "late"}, false},
+      {"relay sends its value on subscribing",
+       [&] { return relay.asObservable(); },
+       {"current"},
+       {"current"},
+       false},
+      {"startWith",
+       [] { return rx::Observable<std::string>::never().startWith("first"); },
+       {"first"},
+       {"first"},
+       false},
+      {"completes at once",
+       [] { return rx::Observable<std::string>::empty(); },
+       {},
+       {"timed out"},
+       true},
+      {"one element then completion",
+       [] { return rx::Observable<std::string>::just("only"); },
+       {"only"},
+       {"only"},
+       true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto scheduler = rx::TestScheduler::make();
+    int subscriptions = 0;
+    int timeouts = 0;
+    auto counted = rx::Observable<std::string>::deferred([&] {
+      ++subscriptions;
+      return c.source();
+    });
+    auto received = rx::testing::collect(
+        afterTimeout(counted, 5s, std::string("timed out"), scheduler, [&] { ++timeouts; }));
+    scheduler->advanceTo(rx::TestScheduler::at(4s));
+    EXPECT_EQ(received->elements, c.atFourSeconds);
+    scheduler->advanceTo(rx::TestScheduler::at(5s));
+    late.onNext("late");
+    scheduler->advanceTo(rx::TestScheduler::at(10s));
+    EXPECT_EQ(received->elements, c.atTenSeconds);
+    EXPECT_EQ(received->completed, c.completed);
+    EXPECT_EQ(timeouts, c.atTenSeconds.front() == "timed out" ? 1 : 0);
+    EXPECT_EQ(subscriptions, 1);
+    received->subscription.dispose();
+  }
 }
 
 TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {

@@ -20,7 +20,8 @@
 #include "zorlan/Rx/Observer.hpp"
 #include "zorlan/Rx/SchedulerType.hpp"
 #include "zorlan/Rx/SerialDisposable.hpp"
-#include "zorlan/Rx/detail/GatedObserver.hpp"
+#include "zorlan/Rx/detail/Sink.hpp"
+#include "zorlan/Rx/detail/SubjectCore.hpp"
 
 namespace zorlan::rx {
 
@@ -57,66 +58,6 @@ struct DoHandlers {
 
 namespace detail {
 
-// Guards one subscription: forwards events until the first terminal event or
-// disposal, then drops everything and disposes the upstream subscription.
-template <class T>
-class Sink final : public ObserverBase<T>, public DisposableBase {
- public:
-  explicit Sink(AnyObserver<T> downstream) : downstream_(std::move(downstream)) {}
-
-  void onNext(const T& element) override {
-    if (!stopped_.load(std::memory_order_acquire)) downstream_.onNext(element);
-  }
-  // The downstream observer is kept until the sink itself goes: a terminal
-  // event may arrive while that observer is still inside its own onNext (a
-  // handler that ends its own source), so releasing it here could destroy a
-  // running handler.
-  void onError(std::exception_ptr error) override {
-    if (stopped_.exchange(true, std::memory_order_acq_rel)) return;
-    downstream_.onError(error);
-    disposeUpstream();
-  }
-  void onCompleted() override {
-    if (stopped_.exchange(true, std::memory_order_acq_rel)) return;
-    downstream_.onCompleted();
-    disposeUpstream();
-  }
-  void dispose() override {
-    stopped_.store(true, std::memory_order_release);
-    disposeUpstream();
-  }
-  bool isDisposed() const override { return stopped_.load(std::memory_order_acquire); }
-
-  void setUpstream(Disposable upstream) {
-    {
-      std::lock_guard lock(mutex_);
-      if (!upstreamDisposed_) {
-        upstream_ = std::move(upstream);
-        return;
-      }
-    }
-    upstream.dispose();
-  }
-
- private:
-  void disposeUpstream() {
-    Disposable upstream;
-    {
-      std::lock_guard lock(mutex_);
-      if (upstreamDisposed_) return;
-      upstreamDisposed_ = true;
-      upstream = std::exchange(upstream_, Disposable());
-    }
-    upstream.dispose();
-  }
-
-  AnyObserver<T> downstream_;
-  std::atomic<bool> stopped_{false};
-  std::mutex mutex_;
-  bool upstreamDisposed_ = false;
-  Disposable upstream_;
-};
-
 template <class T>
 struct ShareState;
 
@@ -125,6 +66,19 @@ inline auto ignoreError() {
 }
 inline auto ignoreCompleted() {
   return [] {};
+}
+
+// Runs `subscribeAll`, which adds subscriptions to `group`; when it throws
+// (a handler threw on an element delivered during subscription), disposes
+// the ones it had made before the exception leaves.
+template <class F>
+void subscribeAllOrNone(CompositeDisposable& group, F subscribeAll) {
+  try {
+    subscribeAll();
+  } catch (...) {
+    group.dispose();
+    throw;
+  }
 }
 
 }  // namespace detail
@@ -204,11 +158,23 @@ class Observable {
 
   // ----- subscription -----
 
+  // Subscribes `observer`. The handle owns the subscription until disposed:
+  // disposing it (or a terminal event) releases the observer and what its
+  // handlers captured as soon as no call into them is running. A handler
+  // that throws during subscription (on an element sent at once) ends the
+  // subscription and the exception leaves `subscribe`.
   Disposable subscribe(const AnyObserver<T>& observer) const {
     auto sink = std::make_shared<detail::Sink<T>>(observer);
-    Disposable upstream = (*subscribe_)(AnyObserver<T>(sink));
+    auto handle = std::make_shared<detail::SinkDisposer>(sink);
+    Disposable upstream;
+    try {
+      upstream = (*subscribe_)(AnyObserver<T>(sink));
+    } catch (...) {
+      sink->dispose();
+      throw;
+    }
     sink->setUpstream(std::move(upstream));
-    return Disposable(sink);
+    return Disposable(std::move(handle));
   }
   // Elements only; errors are ignored.
   template <class OnNext>
@@ -381,29 +347,31 @@ class Observable {
         CompositeDisposable group;
       };
       auto state = std::make_shared<State>();
-      state->group.add(other.subscribe(AnyObserver<U>::make(
-          [o, state](const U&) {
-            std::lock_guard lock(state->mutex);
-            o.onCompleted();
-          },
-          [o, state](std::exception_ptr e) {
-            std::lock_guard lock(state->mutex);
-            o.onError(e);
-          },
-          [] {})));
-      state->group.add(source.subscribe(AnyObserver<T>::make(
-          [o, state](const T& v) {
-            std::lock_guard lock(state->mutex);
-            o.onNext(v);
-          },
-          [o, state](std::exception_ptr e) {
-            std::lock_guard lock(state->mutex);
-            o.onError(e);
-          },
-          [o, state] {
-            std::lock_guard lock(state->mutex);
-            o.onCompleted();
-          })));
+      detail::subscribeAllOrNone(state->group, [&] {
+        state->group.add(other.subscribe(AnyObserver<U>::make(
+            [o, state](const U&) {
+              std::lock_guard lock(state->mutex);
+              o.onCompleted();
+            },
+            [o, state](std::exception_ptr e) {
+              std::lock_guard lock(state->mutex);
+              o.onError(e);
+            },
+            [] {})));
+        state->group.add(source.subscribe(AnyObserver<T>::make(
+            [o, state](const T& v) {
+              std::lock_guard lock(state->mutex);
+              o.onNext(v);
+            },
+            [o, state](std::exception_ptr e) {
+              std::lock_guard lock(state->mutex);
+              o.onError(e);
+            },
+            [o, state] {
+              std::lock_guard lock(state->mutex);
+              o.onCompleted();
+            })));
+      });
       return Disposable::create([state] { state->group.dispose(); });
     });
   }
@@ -489,19 +457,25 @@ class Observable {
     auto h = std::make_shared<const DoHandlers<T>>(std::move(handlers));
     return create([source, h](const AnyObserver<T>& o) {
       if (h->onSubscribe) h->onSubscribe();
-      Disposable upstream = source.subscribe(AnyObserver<T>::make(
-          [o, h](const T& v) {
-            if (h->onNext) h->onNext(v);
-            o.onNext(v);
-          },
-          [o, h](std::exception_ptr e) {
-            if (h->onError) h->onError(e);
-            o.onError(e);
-          },
-          [o, h] {
-            if (h->onCompleted) h->onCompleted();
-            o.onCompleted();
-          }));
+      Disposable upstream;
+      try {
+        upstream = source.subscribe(AnyObserver<T>::make(
+            [o, h](const T& v) {
+              if (h->onNext) h->onNext(v);
+              o.onNext(v);
+            },
+            [o, h](std::exception_ptr e) {
+              if (h->onError) h->onError(e);
+              o.onError(e);
+            },
+            [o, h] {
+              if (h->onCompleted) h->onCompleted();
+              o.onCompleted();
+            }));
+      } catch (...) {
+        if (h->onDispose) h->onDispose();
+        throw;
+      }
       if (!h->onDispose) return upstream;
       return Disposable::create([upstream, h] {
         upstream.dispose();
@@ -595,14 +569,16 @@ template <class T>
 Observable<T> Observable<T>::merge(std::vector<Observable> sources) {
   return create([sources](const AnyObserver<T>& o) {
     auto state = std::make_shared<detail::MergeState<T>>(o);
-    for (const Observable& source : sources) {
-      state->sourceStarted();
-      state->group.add(
-          source.subscribe(AnyObserver<T>::make([state](const T& v) { state->next(v); },
-                                                [state](std::exception_ptr e) { state->error(e); },
-                                                [state] { state->sourceCompleted(); })));
-    }
-    state->sourceCompleted();  // the list itself is done
+    detail::subscribeAllOrNone(state->group, [&] {
+      for (const Observable& source : sources) {
+        state->sourceStarted();
+        state->group.add(source.subscribe(
+            AnyObserver<T>::make([state](const T& v) { state->next(v); },
+                                 [state](std::exception_ptr e) { state->error(e); },
+                                 [state] { state->sourceCompleted(); })));
+      }
+      state->sourceCompleted();  // the list itself is done
+    });
     return Disposable::create([state] { state->group.dispose(); });
   });
 }
@@ -615,23 +591,25 @@ auto Observable<T>::flatMap(F transform) const
   Observable source = *this;
   return Observable<U>::create([source, transform](const AnyObserver<U>& o) {
     auto state = std::make_shared<detail::MergeState<U>>(o);
-    state->group.add(source.subscribe(AnyObserver<T>::make(
-        [state, transform](const T& v) mutable {
-          std::optional<Observable<U>> inner;
-          try {
-            inner.emplace(transform(v));
-          } catch (...) {
-            state->error(std::current_exception());
-            return;
-          }
-          state->sourceStarted();
-          state->group.add(inner->subscribe(
-              AnyObserver<U>::make([state](const U& u) { state->next(u); },
-                                   [state](std::exception_ptr e) { state->error(e); },
-                                   [state] { state->sourceCompleted(); })));
-        },
-        [state](std::exception_ptr e) { state->error(e); },
-        [state] { state->sourceCompleted(); })));
+    detail::subscribeAllOrNone(state->group, [&] {
+      state->group.add(source.subscribe(AnyObserver<T>::make(
+          [state, transform = F(transform)](const T& v) mutable {
+            std::optional<Observable<U>> inner;
+            try {
+              inner.emplace(transform(v));
+            } catch (...) {
+              state->error(std::current_exception());
+              return;
+            }
+            state->sourceStarted();
+            state->group.add(inner->subscribe(
+                AnyObserver<U>::make([state](const U& u) { state->next(u); },
+                                     [state](std::exception_ptr e) { state->error(e); },
+                                     [state] { state->sourceCompleted(); })));
+          },
+          [state](std::exception_ptr e) { state->error(e); },
+          [state] { state->sourceCompleted(); })));
+    });
     return Disposable::create([state] { state->group.dispose(); });
   });
 }
@@ -673,20 +651,22 @@ Observable<T> Observable<T>::combineLatest(Observable<A> a, Observable<B> b, F c
       state->stopped = true;
       o.onCompleted();
     };
-    state->group.add(a.subscribe(AnyObserver<A>::make(
-        [state, emit](const A& v) mutable {
-          std::lock_guard lock(state->mutex);
-          state->lastA = v;
-          emit();
-        },
-        fail, done)));
-    state->group.add(b.subscribe(AnyObserver<B>::make(
-        [state, emit](const B& v) mutable {
-          std::lock_guard lock(state->mutex);
-          state->lastB = v;
-          emit();
-        },
-        fail, done)));
+    detail::subscribeAllOrNone(state->group, [&] {
+      state->group.add(a.subscribe(AnyObserver<A>::make(
+          [state, emit](const A& v) mutable {
+            std::lock_guard lock(state->mutex);
+            state->lastA = v;
+            emit();
+          },
+          fail, done)));
+      state->group.add(b.subscribe(AnyObserver<B>::make(
+          [state, emit](const B& v) mutable {
+            std::lock_guard lock(state->mutex);
+            state->lastB = v;
+            emit();
+          },
+          fail, done)));
+    });
     return Disposable::create([state] { state->group.dispose(); });
   });
 }
@@ -702,46 +682,88 @@ template <class T>
 Observable<T> Observable<T>::observeOn(ImmediateSchedulerPtr scheduler) const {
   Observable source = *this;
   return create([source, scheduler](const AnyObserver<T>& o) {
+    // One drain at a time delivers the queued events in order. A handler
+    // that throws inside it ends the subscription; the exception goes on to
+    // the scheduler that ran the drain.
     struct State {
       std::mutex mutex;
-      std::deque<Event<T>> pending;
+      std::vector<Event<T>> pending;
       bool scheduled = false;
-      std::atomic<bool> disposed{false};
+      bool disposed = false;
     };
-    auto state = std::make_shared<State>();
-    auto drain = [state, o] {
-      while (true) {
-        Event<T> event = Event<T>::completed();
-        {
-          std::lock_guard lock(state->mutex);
-          if (state->pending.empty()) {
-            state->scheduled = false;
-            return;
+    struct Drain {
+      std::shared_ptr<State> state;
+      AnyObserver<T> o;
+      ImmediateSchedulerPtr scheduler;
+
+      void schedule() const {
+        scheduler->schedule([drain = *this] {
+          drain.run();
+          return Disposable();
+        });
+      }
+      void run() const {
+        std::vector<Event<T>> batch;
+        while (true) {
+          batch.clear();
+          {
+            std::lock_guard lock(state->mutex);
+            if (state->pending.empty() || state->disposed) {
+              state->scheduled = false;
+              return;
+            }
+            batch.swap(state->pending);
           }
-          event = std::move(state->pending.front());
-          state->pending.pop_front();
+          for (std::size_t i = 0; i < batch.size(); ++i) {
+            try {
+              o.on(batch[i]);
+            } catch (...) {
+              if (failed(batch, i + 1)) schedule();
+              throw;
+            }
+          }
         }
-        if (!state->disposed.load()) o.on(event);
+      }
+      // After a handler threw on batch[next - 1]; true when a new drain must
+      // be scheduled for what is left.
+      bool failed(std::vector<Event<T>>& batch, std::size_t next) const {
+        std::lock_guard lock(state->mutex);
+        state->scheduled = false;
+        if (!detail::failureAnsweredBelow()) {
+          state->disposed = true;
+          state->pending.clear();
+          return false;
+        }
+        // Still subscribed: what is left waits for the next drain.
+        state->pending.insert(state->pending.begin(), std::make_move_iterator(batch.begin() + next),
+                              std::make_move_iterator(batch.end()));
+        state->scheduled = !state->pending.empty() && !state->disposed;
+        return state->scheduled;
       }
     };
-    auto enqueue = [state, scheduler, drain](Event<T> event) {
+    Drain drain{std::make_shared<State>(), o, scheduler};
+    auto state = drain.state;
+    auto enqueue = [drain](Event<T> event) {
       {
-        std::lock_guard lock(state->mutex);
-        state->pending.push_back(std::move(event));
-        if (state->scheduled) return;
-        state->scheduled = true;
+        std::lock_guard lock(drain.state->mutex);
+        if (drain.state->disposed) return;
+        drain.state->pending.push_back(std::move(event));
+        if (drain.state->scheduled) return;
+        drain.state->scheduled = true;
       }
-      scheduler->schedule([drain] {
-        drain();
-        return Disposable();
-      });
+      drain.schedule();
     };
     Disposable upstream = source.subscribe(
         AnyObserver<T>::make([enqueue](const T& v) { enqueue(Event<T>::next(v)); },
                              [enqueue](std::exception_ptr e) { enqueue(Event<T>::failed(e)); },
                              [enqueue] { enqueue(Event<T>::completed()); }));
     return Disposable::create([state, upstream] {
-      state->disposed.store(true);
+      std::vector<Event<T>> dropped;
+      {
+        std::lock_guard lock(state->mutex);
+        state->disposed = true;
+        dropped.swap(state->pending);
+      }
       upstream.dispose();
     });
   });
@@ -757,95 +779,92 @@ namespace detail {
 template <class T>
 struct ShareState : std::enable_shared_from_this<ShareState<T>> {
   using Entry = std::shared_ptr<GatedObserver<T>>;
-  using List = std::vector<Entry>;
 
   ShareState(Observable<T> s, std::size_t r, SubjectLifetimeScope sc)
       : source(std::move(s)), replay(r), scope(sc) {}
 
   Disposable subscribe(const AnyObserver<T>& observer) {
-    std::vector<T> replayed;
-    std::optional<Event<T>> ended;
-    Entry entry;
-    bool connect = false;
-    std::uint64_t connectGeneration = 0;
-    {
-      std::lock_guard lock(mutex);
-      replayed.assign(buffer.begin(), buffer.end());
-      if (terminal) {
-        ended = terminal;
-      } else {
-        entry = std::make_shared<GatedObserver<T>>(observer, replayed.empty());
-        auto updated = std::make_shared<List>(*observers);
-        updated->push_back(entry);
-        observers = std::move(updated);
-        connect = !connected;
-        connected = true;
-        connectGeneration = generation;
-      }
-    }
-    for (const T& v : replayed) observer.onNext(v);
-    if (ended) {
-      observer.on(*ended);
+    std::unique_lock lock(core.mutex);
+    std::vector<T> replayed(buffer.begin(), buffer.end());
+    if (terminal) {
+      Event<T> ended = *terminal;
+      lock.unlock();
+      for (const T& v : replayed) observer.onNext(v);
+      observer.on(ended);
       return Disposable();
     }
-    if (!replayed.empty()) entry->open();
-    if (connect) {
-      auto self = this->shared_from_this();
-      Disposable subscription = source.subscribe(
-          AnyObserver<T>::make([self](const T& v) { self->next(v); },
-                               [self](std::exception_ptr e) { self->stop(Event<T>::failed(e)); },
-                               [self] { self->stop(Event<T>::completed()); }));
-      std::unique_lock lock(mutex);
-      if (connected && generation == connectGeneration) {
-        connection = std::move(subscription);
-      } else {
-        lock.unlock();
-        subscription.dispose();
+    Entry entry = core.addLocked(observer, replayed.empty());
+    bool connect = !connected;
+    connected = true;
+    std::uint64_t connectGeneration = generation;
+    lock.unlock();
+
+    auto self = this->shared_from_this();
+    try {
+      for (const T& v : replayed) observer.onNext(v);
+      if (!replayed.empty()) entry->open();
+      if (connect) {
+        Disposable subscription = source.subscribe(
+            AnyObserver<T>::make([self](const T& v) { self->next(v); },
+                                 [self](std::exception_ptr e) { self->stop(Event<T>::failed(e)); },
+                                 [self] { self->stop(Event<T>::completed()); }));
+        std::unique_lock relock(core.mutex);
+        if (connected && generation == connectGeneration) {
+          connection = std::move(subscription);
+        } else {
+          relock.unlock();
+          subscription.dispose();
+        }
       }
+    } catch (...) {
+      // Not subscribed after all: nobody would hold the registration, and a
+      // connection this subscription made stops with it.
+      core.remove(entry.get());
+      Disposable abandoned;
+      {
+        std::lock_guard relock(core.mutex);
+        if (connect && connected && generation == connectGeneration) abandoned = disconnect();
+      }
+      abandoned.dispose();
+      throw;
     }
-    std::weak_ptr<ShareState> weakState = this->weak_from_this();
+    std::weak_ptr<ShareState> weakState = self;
     std::weak_ptr<GatedObserver<T>> weakEntry = entry;
     return Disposable::create([weakState, weakEntry] {
-      auto self = weakState.lock();
+      auto state = weakState.lock();
       auto gone = weakEntry.lock();
-      if (self && gone) self->remove(gone.get());
+      if (state && gone) state->remove(gone.get());
     });
   }
 
   void next(const T& v) {
-    std::shared_ptr<const List> targets;
-    {
-      std::lock_guard lock(mutex);
-      if (replay > 0) {
-        buffer.push_back(v);
-        if (buffer.size() > replay) buffer.pop_front();
-      }
-      targets = observers;
+    std::unique_lock lock(core.mutex);
+    if (replay > 0) {
+      buffer.push_back(v);
+      if (buffer.size() > replay) buffer.pop_front();
     }
-    for (const Entry& entry : *targets) entry->onNext(v);
+    core.sendLocked(lock, v);
   }
 
   void stop(const Event<T>& event) {
-    std::shared_ptr<const List> targets;
-    Disposable ended;
-    {
-      std::lock_guard lock(mutex);
-      targets = std::exchange(observers, std::make_shared<const List>());
-      if (scope == SubjectLifetimeScope::forever) terminal = event;
-      ended = disconnect();
+    std::unique_lock lock(core.mutex);
+    if (scope == SubjectLifetimeScope::forever) terminal = event;
+    Disposable ended = disconnect();
+    try {
+      core.endLocked(lock, event);
+    } catch (...) {
+      ended.dispose();
+      throw;
     }
-    for (const Entry& entry : *targets) entry->on(event);
     ended.dispose();
   }
 
-  void remove(const GatedObserver<T>* gone) {
+  void remove(GatedObserver<T>* gone) {
+    core.remove(gone);
     Disposable toDispose;
     {
-      std::lock_guard lock(mutex);
-      auto updated = std::make_shared<List>(*observers);
-      std::erase_if(*updated, [gone](const Entry& e) { return e.get() == gone; });
-      observers = std::move(updated);
-      if (!observers->empty() || !connected) return;
+      std::lock_guard lock(core.mutex);
+      if (core.hasObserversLocked() || !connected) return;
       toDispose = disconnect();
     }
     toDispose.dispose();
@@ -863,8 +882,7 @@ struct ShareState : std::enable_shared_from_this<ShareState<T>> {
   Observable<T> source;
   std::size_t replay;
   SubjectLifetimeScope scope;
-  std::mutex mutex;
-  std::shared_ptr<const List> observers = std::make_shared<const List>();
+  SubjectCore<T> core;  // its mutex guards the members below too
   std::deque<T> buffer;
   std::optional<Event<T>> terminal;
   Disposable connection;

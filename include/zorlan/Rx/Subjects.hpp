@@ -3,9 +3,20 @@
 // `PublishSubject` and `BehaviorSubject` are observers and observables at once;
 // `PublishRelay` and `BehaviorRelay` wrap them and can never terminate. All
 // four are shared handles (copies refer to the same subject) and thread-safe:
-// the observer list is copied under a lock and observers are called outside
-// it. A `BehaviorSubject`'s value can be read without taking that lock when
-// it fits a lock-free atomic.
+//
+//  - Each observer receives the elements in the order the subject accepted
+//    them, and calls to one observer never overlap, whichever threads send.
+//    Observers are never called under a lock. The thread whose element finds
+//    nobody delivering delivers it; elements sent meanwhile from other threads
+//    (or from a handler) are queued and delivered by that thread before its
+//    call returns. So once senders stop, every observer of a behaviour relay
+//    has last seen the relay's value.
+//  - A handler that throws ends its own subscription (that observer is
+//    removed and gets nothing more, and so are the operators between it and
+//    the subject); the other observers still receive the element, and then
+//    the exception leaves the `onNext`/`accept` call that sent it.
+//  - A `BehaviorSubject`'s value can be read without taking the lock when it
+//    fits a lock-free atomic.
 #pragma once
 
 #include <atomic>
@@ -20,60 +31,10 @@
 #include <vector>
 
 #include "zorlan/Rx/Observable.hpp"
-#include "zorlan/Rx/detail/GatedObserver.hpp"
+#include "zorlan/Rx/detail/SubjectCore.hpp"
 
 namespace zorlan::rx {
 namespace detail {
-
-// The observer list of a subject: a copy-on-write list of gated observers,
-// so that delivering an element takes the lock only to grab the list.
-template <class T>
-struct SubjectCore {
-  using Entry = std::shared_ptr<GatedObserver<T>>;
-  using List = std::vector<Entry>;
-
-  // Caller holds the mutex.
-  void addLocked(Entry entry) {
-    auto updated = std::make_shared<List>(*observers);
-    updated->push_back(std::move(entry));
-    observers = std::move(updated);
-  }
-  void remove(const GatedObserver<T>* gone) {
-    std::lock_guard lock(mutex);
-    auto updated = std::make_shared<List>(*observers);
-    std::erase_if(*updated, [gone](const Entry& e) { return e.get() == gone; });
-    observers = std::move(updated);
-  }
-  // Snapshot of the observers (cheap: shares the list).
-  std::shared_ptr<const List> snapshot() const {
-    std::lock_guard lock(mutex);
-    return observers;
-  }
-  // Marks the subject stopped and returns the observers to notify.
-  std::shared_ptr<const List> stop(const Event<T>& event) {
-    std::lock_guard lock(mutex);
-    if (terminal) return nullptr;
-    terminal = event;
-    return std::exchange(observers, std::make_shared<const List>());
-  }
-
-  mutable std::mutex mutex;
-  std::shared_ptr<const List> observers = std::make_shared<const List>();
-  std::optional<Event<T>> terminal;
-};
-
-// The subscription handle of a subject's observer: removes it from the list.
-template <class T>
-Disposable removal(const std::shared_ptr<SubjectCore<T>>& core,
-                   const std::shared_ptr<GatedObserver<T>>& entry) {
-  std::weak_ptr<SubjectCore<T>> weakCore = core;
-  std::weak_ptr<GatedObserver<T>> weakEntry = entry;
-  return Disposable::create([weakCore, weakEntry] {
-    auto c = weakCore.lock();
-    auto e = weakEntry.lock();
-    if (c && e) c->remove(e.get());
-  });
-}
 
 // Whether T can be mirrored in a lock-free std::atomic (read without a lock).
 // Scalars only: an aggregate such as std::optional<int> may be lock-free for
@@ -85,8 +46,9 @@ struct AtomicMirror<T, true> : std::bool_constant<std::atomic<T>::is_always_lock
 
 // The unsigned integer whose bits can hold a small, padding-free, trivially
 // copyable T (a pair of one-byte enumerations, say); void when none can.
-template <class T, bool = std::is_trivially_copyable_v<T> &&
-                          std::has_unique_object_representations_v<T> && !std::is_scalar_v<T>>
+template <class T,
+          bool = std::is_trivially_copyable_v<T>&& std::has_unique_object_representations_v<T> &&
+                 !std::is_scalar_v<T>>
 struct MirrorBits {
   using type = void;
 };
@@ -94,10 +56,10 @@ template <class T>
 struct MirrorBits<T, true> {
   using type = std::conditional_t<
       sizeof(T) == 1, std::uint8_t,
-      std::conditional_t<sizeof(T) == 2, std::uint16_t,
-                         std::conditional_t<sizeof(T) == 4, std::uint32_t,
-                                            std::conditional_t<sizeof(T) == 8, std::uint64_t,
-                                                               void>>>>;
+      std::conditional_t<
+          sizeof(T) == 2, std::uint16_t,
+          std::conditional_t<sizeof(T) == 4, std::uint32_t,
+                             std::conditional_t<sizeof(T) == 8, std::uint64_t, void>>>>;
 };
 template <class T>
 using MirrorBitsT = typename MirrorBits<T>::type;
@@ -153,9 +115,7 @@ class ValueCell<T, CellKind::atomicBits> {
 
  public:
   explicit ValueCell(T v) : value_(v), bits_(toBits(v)) {}
-  T load(std::mutex&) const {
-    return std::bit_cast<T>(bits_.load(std::memory_order_acquire));
-  }
+  T load(std::mutex&) const { return std::bit_cast<T>(bits_.load(std::memory_order_acquire)); }
   void store(const T& v) {  // caller holds the mutex
     value_ = v;
     bits_.store(toBits(v), std::memory_order_release);
@@ -174,14 +134,15 @@ class ValueCell<T, CellKind::atomicBits> {
 template <class T>
 class PublishSubject {
  public:
-  PublishSubject() : core_(std::make_shared<detail::SubjectCore<T>>()) {}
+  PublishSubject() : state_(std::make_shared<State>()) {}
 
-  // Delivers `element` to the observers subscribed now, on the calling
-  // thread; ignored once the subject has ended. Thread-safe, but elements
-  // sent from several threads at once reach an observer in no set order.
+  // Delivers `element` to the observers subscribed now; ignored once the
+  // subject has ended. Thread-safe: see the file comment for the order of
+  // elements sent from several threads and for handlers that throw.
   void onNext(const T& element) const {
-    auto list = core_->snapshot();
-    for (const auto& entry : *list) entry->onNext(element);
+    std::unique_lock lock(state_->core.mutex);
+    if (state_->terminal) return;
+    state_->core.sendLocked(lock, element);
   }
   // End the subject (the first terminal event wins): present observers get
   // the event, later subscribers get it at once.
@@ -198,24 +159,18 @@ class PublishSubject {
   // Each subscriber receives the elements sent after it subscribed, then the
   // end; disposing the subscription removes it.
   Observable<T> asObservable() const {
-    auto core = core_;
-    return Observable<T>::create([core](const AnyObserver<T>& o) {
-      std::optional<Event<T>> ended;
-      std::shared_ptr<detail::GatedObserver<T>> entry;
-      {
-        std::lock_guard lock(core->mutex);
-        if (core->terminal) {
-          ended = core->terminal;
-        } else {
-          entry = std::make_shared<detail::GatedObserver<T>>(o, /*open=*/true);
-          core->addLocked(entry);
-        }
-      }
-      if (ended) {
-        o.on(*ended);
+    auto state = state_;
+    return Observable<T>::create([state](const AnyObserver<T>& o) {
+      std::unique_lock lock(state->core.mutex);
+      if (state->terminal) {
+        Event<T> ended = *state->terminal;
+        lock.unlock();
+        o.on(ended);
         return Disposable();
       }
-      return detail::removal(core, entry);
+      auto entry = state->core.addLocked(o, /*open=*/true);
+      lock.unlock();
+      return detail::removal(coreOf(state), entry);
     });
   }
   // An observer that forwards every event to this subject.
@@ -226,15 +181,23 @@ class PublishSubject {
                                 [self] { self.onCompleted(); });
   }
   // Whether anyone is subscribed now.
-  bool hasObservers() const { return !core_->snapshot()->empty(); }
+  bool hasObservers() const { return state_->core.hasObservers(); }
 
  private:
-  void finish(const Event<T>& event) const {
-    if (auto list = core_->stop(event)) {
-      for (const auto& entry : *list) entry->on(event);
-    }
+  struct State {
+    detail::SubjectCore<T> core;
+    std::optional<Event<T>> terminal;
+  };
+  static std::shared_ptr<detail::SubjectCore<T>> coreOf(const std::shared_ptr<State>& state) {
+    return std::shared_ptr<detail::SubjectCore<T>>(state, &state->core);
   }
-  std::shared_ptr<detail::SubjectCore<T>> core_;
+  void finish(const Event<T>& event) const {
+    std::unique_lock lock(state_->core.mutex);
+    if (state_->terminal) return;
+    state_->terminal = event;
+    state_->core.endLocked(lock, event);
+  }
+  std::shared_ptr<State> state_;
 };
 
 // Holds a present value; each new subscriber receives it first, then every
@@ -244,53 +207,50 @@ class BehaviorSubject {
  public:
   explicit BehaviorSubject(T initial) : state_(std::make_shared<State>(std::move(initial))) {}
 
-  // The present value. Lock-free for small trivially copyable T.
+  // The present value: the last element accepted. Lock-free for small
+  // trivially copyable T.
   T value() const { return state_->cell.load(state_->core.mutex); }
 
-  // Stores `element` as the value and delivers it to the present observers
-  // on the calling thread; ignored once the subject has ended.
+  // Makes `element` the value and delivers it to the present observers;
+  // ignored once the subject has ended. Thread-safe, as PublishSubject.
   void onNext(const T& element) const {
-    std::shared_ptr<const typename detail::SubjectCore<T>::List> list;
-    {
-      std::lock_guard lock(state_->core.mutex);
-      if (state_->core.terminal) return;
-      state_->cell.store(element);
-      list = state_->core.observers;
-    }
-    for (const auto& entry : *list) entry->onNext(element);
+    std::unique_lock lock(state_->core.mutex);
+    if (state_->terminal) return;
+    state_->cell.store(element);
+    state_->core.sendLocked(lock, element);
   }
   // End the subject; the value stays readable.
   void onError(std::exception_ptr error) const { finish(Event<T>::failed(error)); }
   void onCompleted() const { finish(Event<T>::completed()); }
 
-  // Each subscriber receives the value at once, then every later element,
-  // in order even while other threads send elements. After the end, a new
-  // subscriber receives only the terminal event.
+  // Each subscriber receives the value at once, on the subscribing thread,
+  // then every later element, in order even while other threads send
+  // elements. After the end, a new subscriber receives only the terminal
+  // event. When the handler throws on the value, the subscriber is not
+  // registered and the exception leaves `subscribe`.
   Observable<T> asObservable() const {
     auto state = state_;
     return Observable<T>::create([state](const AnyObserver<T>& o) {
-      // Subscribe and read under one lock so no element falls between; the
+      // Register and read under one lock so no element falls between; the
       // gate holds back elements accepted meanwhile until the value is out.
-      std::optional<T> current;
-      std::optional<Event<T>> ended;
-      std::shared_ptr<detail::GatedObserver<T>> entry;
-      {
-        std::lock_guard lock(state->core.mutex);
-        if (state->core.terminal) {
-          ended = state->core.terminal;
-        } else {
-          current.emplace(state->cell.locked());
-          entry = std::make_shared<detail::GatedObserver<T>>(o, /*open=*/false);
-          state->core.addLocked(entry);
-        }
-      }
-      if (ended) {
-        o.on(*ended);
+      std::unique_lock lock(state->core.mutex);
+      if (state->terminal) {
+        Event<T> ended = *state->terminal;
+        lock.unlock();
+        o.on(ended);
         return Disposable();
       }
-      o.onNext(*current);
-      entry->open();
+      T current = state->cell.locked();
+      auto entry = state->core.addLocked(o, /*open=*/false);
+      lock.unlock();
       std::shared_ptr<detail::SubjectCore<T>> core(state, &state->core);
+      try {
+        o.onNext(current);
+        entry->open();
+      } catch (...) {
+        core->remove(entry.get());
+        throw;
+      }
       return detail::removal(core, entry);
     });
   }
@@ -302,18 +262,20 @@ class BehaviorSubject {
                                 [self] { self.onCompleted(); });
   }
   // Whether anyone is subscribed now.
-  bool hasObservers() const { return !state_->core.snapshot()->empty(); }
+  bool hasObservers() const { return state_->core.hasObservers(); }
 
  private:
   struct State {
     explicit State(T v) : cell(std::move(v)) {}
     detail::SubjectCore<T> core;
     detail::ValueCell<T> cell;
+    std::optional<Event<T>> terminal;
   };
   void finish(const Event<T>& event) const {
-    if (auto list = state_->core.stop(event)) {
-      for (const auto& entry : *list) entry->on(event);
-    }
+    std::unique_lock lock(state_->core.mutex);
+    if (state_->terminal) return;
+    state_->terminal = event;
+    state_->core.endLocked(lock, event);
   }
   std::shared_ptr<State> state_;
 };

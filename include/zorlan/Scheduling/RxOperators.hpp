@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -15,6 +17,7 @@
 #include "zorlan/Rx/Completable.hpp"
 #include "zorlan/Rx/Driver.hpp"
 #include "zorlan/Rx/Infallible.hpp"
+#include "zorlan/Rx/SerialDisposable.hpp"
 #include "zorlan/Rx/Single.hpp"
 #include "zorlan/Scheduling/Result.hpp"
 
@@ -97,20 +100,76 @@ rx::Observable<T> previous(const rx::Observable<T>& source) {
 
 // ----- time -----
 
-// The source, plus `emit` when the source stays silent for `interval` on
-// `scheduler` (the timer is cut off by the source's first element); `onTimeout`
-// runs when that happens.
+// The source, plus `emit` when the source has produced no element within
+// `interval` on `scheduler`; `onTimeout` runs just before `emit` goes out.
+// The source is subscribed once; its first element cancels the timer, even
+// one it sends during subscription (a relay's value, `startWith`). A source
+// that ends without an element still gets its timeout; the sequence completes
+// when the source has completed and the timer is settled (fired or cancelled).
 template <class T>
 rx::Observable<T> afterTimeout(const rx::Observable<T>& source, rx::RxTimeInterval interval, T emit,
                                rx::SchedulerPtr scheduler, std::function<void()> onTimeout = {}) {
-  auto shared = source.share();
-  auto timeout = rx::timer(interval, std::move(scheduler))
-                     .takeUntil(shared)
-                     .map([emit, onTimeout](std::int64_t) {
-                       if (onTimeout) onTimeout();
-                       return emit;
-                     });
-  return rx::Observable<T>::merge({shared, timeout});
+  return rx::Observable<T>::create(
+      [source, interval, emit, scheduler, onTimeout](const rx::AnyObserver<T>& o) {
+        struct State {
+          std::recursive_mutex mutex;
+          bool spoke = false;         // the source has sent an element
+          bool timerSettled = false;  // fired, or cut off by the source
+          bool sourceCompleted = false;
+          bool stopped = false;
+          rx::CompositeDisposable group;
+          rx::SerialDisposable timer;
+        };
+        auto state = std::make_shared<State>();
+        auto completeIfDone = [state, o] {  // caller holds the mutex
+          if (state->stopped || !state->sourceCompleted || !state->timerSettled) return;
+          state->stopped = true;
+          o.onCompleted();
+        };
+        rx::detail::subscribeAllOrNone(state->group, [&] {
+          state->group.add(source.subscribe(rx::AnyObserver<T>::make(
+              [state, o](const T& v) {
+                std::lock_guard lock(state->mutex);
+                if (state->stopped) return;
+                if (!state->spoke) {
+                  state->spoke = true;
+                  state->timerSettled = true;
+                  state->timer.dispose();
+                }
+                o.onNext(v);
+              },
+              [state, o](std::exception_ptr e) {
+                std::lock_guard lock(state->mutex);
+                if (state->stopped) return;
+                state->stopped = true;
+                o.onError(e);
+              },
+              [state, completeIfDone] {
+                std::lock_guard lock(state->mutex);
+                state->sourceCompleted = true;
+                completeIfDone();
+              })));
+        });
+        {
+          std::lock_guard lock(state->mutex);
+          if (!state->spoke && !state->stopped) {
+            state->timer.set(
+                scheduler->scheduleRelative(interval, [state, o, emit, onTimeout, completeIfDone] {
+                  std::lock_guard lock(state->mutex);
+                  if (state->timerSettled || state->stopped) return rx::Disposable();
+                  state->timerSettled = true;
+                  if (onTimeout) onTimeout();
+                  o.onNext(emit);
+                  completeIfDone();
+                  return rx::Disposable();
+                }));
+          }
+        }
+        return rx::Disposable::create([state] {
+          state->timer.dispose();
+          state->group.dispose();
+        });
+      });
 }
 
 // Holds back the source until `allow` emits true: the source is subscribed
