@@ -1,5 +1,3 @@
-#include "Logging/LogFileStorage.hpp"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -7,6 +5,7 @@
 #include <iterator>
 #include <random>
 
+#include "Logging/LogFileStorage.hpp"
 #include "zorlan/Logging/LogFileError.hpp"
 
 namespace zorlan::detail {
@@ -168,8 +167,8 @@ TEST_F(LogFileStorageTest, RefusedInitialLoadLetsTheNextAppendReplaceTheFile) {
   LogFileStorage storage(path, 10, 6, recorder());
   storage.loadFromDisk();
   ASSERT_EQ(printed_.size(), 1u);
-  EXPECT_EQ(printed_[0], "failed appending data from disk: " + path.string() +
-                             " error: LogFileError.full");
+  EXPECT_EQ(printed_[0],
+            "failed appending data from disk: " + path.string() + " error: LogFileError.full");
   EXPECT_EQ(storage.contentLength(), 0);
   storage.append("{}");  // 10 + 2 < 18: accepted; the content is just this event
   EXPECT_EQ(readAll(path), "{}");
