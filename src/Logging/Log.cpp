@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <mutex>
-#include <vector>
 
 #include "Platform/HotPath.hpp"
 #include "zorlan/Coding/Codable.hpp"
@@ -14,16 +14,33 @@ namespace {
 
 constexpr std::int64_t kLogFileMaxSize = 52'428'800;  // 50 MiB
 
-// The process-wide loggers. Replaced ones are kept, so that a message being
-// written while `setup` runs never uses a destroyed logger.
+// The process-wide loggers. Each is held by a reference-counted slot, which
+// a message about to be written copies (so a logger replaced by `setup`
+// lives until the last message using it is through, and no longer), and is
+// mirrored by a plain pointer that a message below every threshold reads to
+// see whether the logger exists at all: that path takes no reference and
+// never follows the pointer.
 std::atomic<Logger*> gConsoleLogger{nullptr};
 std::atomic<Logger*> gFileLogger{nullptr};
 
-void retain(std::shared_ptr<Logger> logger) {
-  static std::mutex mutex;
-  static auto* kept = new std::vector<std::shared_ptr<Logger>>();
-  std::lock_guard lock(mutex);
-  kept->push_back(std::move(logger));
+struct LoggerSlots {
+  std::atomic<std::shared_ptr<Logger>> console;
+  std::atomic<std::shared_ptr<Logger>> file;
+};
+
+// Never destroyed: threads may still log while the process exits.
+LoggerSlots& slots() {
+  static auto* held = new LoggerSlots();
+  return *held;
+}
+
+// Makes `logger` the one in `slot`; the one it replaces goes once the
+// messages using it are through.
+void install(std::atomic<std::shared_ptr<Logger>>& slot, std::atomic<Logger*>& present,
+             std::shared_ptr<Logger> logger) {
+  Logger* raw = logger.get();
+  slot.store(std::move(logger), std::memory_order_release);
+  present.store(raw, std::memory_order_release);
 }
 
 const Log& defaultLog() {
@@ -43,9 +60,12 @@ Log& category(int index) {
 
 std::string_view mark(LogLevel level) {
   switch (level) {
-    case LogLevel::warning: return "\u26A0\uFE0F";
-    case LogLevel::error: return "\u274C";
-    default: return {};
+    case LogLevel::warning:
+      return "\u26A0\uFE0F";
+    case LogLevel::error:
+      return "\u274C";
+    default:
+      return {};
   }
 }
 
@@ -64,8 +84,12 @@ Log& Log::ctvActivation() { return category(9); }
 Log& Log::downloads() { return category(10); }
 Log& Log::qoe() { return category(11); }
 
-Logger* Log::consoleLogger() noexcept { return gConsoleLogger.load(std::memory_order_acquire); }
-Logger* Log::fileLogger() noexcept { return gFileLogger.load(std::memory_order_acquire); }
+std::shared_ptr<Logger> Log::consoleLogger() noexcept {
+  return slots().console.load(std::memory_order_acquire);
+}
+std::shared_ptr<Logger> Log::fileLogger() noexcept {
+  return slots().file.load(std::memory_order_acquire);
+}
 
 bool Log::anyTarget(LogLevelConfig thresholds, LogLevel level) noexcept {
   return (thresholds.console <= level && gConsoleLogger.load(std::memory_order_acquire)) ||
@@ -78,16 +102,17 @@ const std::string& Log::senderTypeName(const char* mangled) {
 
 ZORLAN_HOT void Log::writeComposed(LogLevel level, std::string_view sender,
                                    std::string_view message, const SourceLocation& where) const {
-  Logger* targets[2] = {nullptr, nullptr};
+  std::shared_ptr<Logger> targets[2];
   int count = 0;
   const LogLevelConfig thresholds = config_.value();
-  if (Logger* console = gConsoleLogger.load(std::memory_order_acquire);
-      console && thresholds.console <= level) {
-    targets[count++] = console;
+  if (thresholds.console <= level) {
+    if (auto console = slots().console.load(std::memory_order_acquire)) {
+      targets[count++] = std::move(console);
+    }
   }
-  if (Logger* file = gFileLogger.load(std::memory_order_acquire);
-      file && thresholds.file <= level) {
-    targets[count++] = file;
+  if (thresholds.file <= level) {
+    if (auto file = slots().file.load(std::memory_order_acquire))
+      targets[count++] = std::move(file);
   }
   if (count == 0) return;
   // The line: prefix, mark and message joined by single spaces. Composed on
@@ -126,10 +151,14 @@ SourceLocation Log::fixedLocation(LogLevel level) noexcept {
   static constexpr const char* kFile = "Logging/Log";
   static constexpr const char* kFunction = "log(_:level:message:line:file:function:)";
   switch (level) {
-    case LogLevel::info: return SourceLocation(kFile, 125, kFunction);
-    case LogLevel::debug: return SourceLocation(kFile, 127, kFunction);
-    case LogLevel::error: return SourceLocation(kFile, 129, kFunction);
-    default: return SourceLocation(kFile, 131, kFunction);
+    case LogLevel::info:
+      return SourceLocation(kFile, 125, kFunction);
+    case LogLevel::debug:
+      return SourceLocation(kFile, 127, kFunction);
+    case LogLevel::error:
+      return SourceLocation(kFile, 129, kFunction);
+    default:
+      return SourceLocation(kFile, 131, kFunction);
   }
 }
 
@@ -138,8 +167,7 @@ void Log::setup(const std::optional<std::filesystem::path>& fileLocation,
   auto console = std::make_shared<Logger>();
   console->setEnabled(true);
   console->add(std::make_shared<OSLogSink>());
-  retain(console);
-  gConsoleLogger.store(console.get(), std::memory_order_release);
+  install(slots().console, gConsoleLogger, std::move(console));
 
   if (fileLocation) {
     try {
@@ -147,8 +175,7 @@ void Log::setup(const std::optional<std::filesystem::path>& fileLocation,
       auto fileLogger = std::make_shared<Logger>();
       fileLogger->setEnabled(true);
       fileLogger->add(file);
-      retain(fileLogger);
-      gFileLogger.store(fileLogger.get(), std::memory_order_release);
+      install(slots().file, gFileLogger, std::move(fileLogger));
     } catch (...) {
       // No file logging; the earlier file logger (normally none) stays.
     }

@@ -3,15 +3,16 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
-#include <boost/json/monotonic_resource.hpp>
-
 #include <algorithm>
+#include <atomic>
+#include <boost/json/monotonic_resource.hpp>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <mutex>
 #include <span>
 #include <utility>
 
@@ -21,6 +22,23 @@
 #include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::atomic<std::int64_t> gPathCheckInterval{10'000'000};  // nanoseconds
+
+}  // namespace
+
+std::chrono::nanoseconds logFilePathCheckInterval() noexcept {
+  return std::chrono::nanoseconds(gPathCheckInterval.load(std::memory_order_relaxed));
+}
+
+void setLogFilePathCheckInterval(std::chrono::nanoseconds interval) noexcept {
+  gPathCheckInterval.store(interval.count(), std::memory_order_relaxed);
+}
+
 namespace detail {
 
 void printLogFileDiagnostic(const std::string& line) {
@@ -30,11 +48,85 @@ void printLogFileDiagnostic(const std::string& line) {
   std::fflush(stdout);
 }
 
+// The one writer of a file in the process, shared by every `LogFile` of it.
+struct LogFileWriter {
+  LogFileWriter(fs::path key, const std::string& label, std::int64_t currentSize,
+                std::int64_t maxSize)
+      : key(std::move(key)),
+        queue(label),
+        interval(logFilePathCheckInterval()),
+        storage(this->key, currentSize, maxSize, &printLogFileDiagnostic,
+                LogFilePathCheck{interval}) {}
+  ~LogFileWriter();
+  LogFileWriter(const LogFileWriter&) = delete;
+  LogFileWriter& operator=(const LogFileWriter&) = delete;
+
+  // On the queue, after a write: when the write went without asking whether
+  // the path still names the file, asks once more an interval later, so the
+  // last events before a quiet spell also reach a file created anew.
+  void afterWrite(const std::shared_ptr<LogFileWriter>& self) noexcept;
+
+  const fs::path key;  // the canonical path
+  const DispatchQueue queue;
+  const std::chrono::nanoseconds interval;
+  LogFileStorage storage;       // used on `queue` only
+  bool checkScheduled = false;  // used on `queue` only
+};
+
 }  // namespace detail
 
 namespace {
 
-namespace fs = std::filesystem;
+// The live writers by canonical path. An entry names its writer so that a
+// writer being destroyed leaves a newer writer's entry alone.
+struct WriterRegistry {
+  struct Entry {
+    std::weak_ptr<detail::LogFileWriter> writer;
+    const detail::LogFileWriter* identity = nullptr;
+  };
+  std::mutex mutex;
+  std::map<fs::path, Entry> writers;
+};
+
+WriterRegistry& writerRegistry() {
+  static auto* registry = new WriterRegistry();
+  return *registry;
+}
+
+}  // namespace
+
+namespace detail {
+
+LogFileWriter::~LogFileWriter() {
+  WriterRegistry& registry = writerRegistry();
+  std::lock_guard lock(registry.mutex);
+  auto it = registry.writers.find(key);
+  const bool current = it != registry.writers.end() && it->second.identity == this;
+  if (current) registry.writers.erase(it);
+  // The space reserved past the end is given back only while no newer writer
+  // of the file exists (cutting it then could cut that writer's events).
+  storage.close(current);
+}
+
+void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexcept {
+  if (!storage.takeSkippedPathCheck() || checkScheduled) return;
+  try {
+    queue.asyncAfter(DispatchTime::now() + DispatchTimeInterval::from(interval),
+                     [weak = std::weak_ptr<LogFileWriter>(self)] {
+                       if (auto writer = weak.lock()) {
+                         writer->checkScheduled = false;
+                         writer->storage.checkPath();
+                       }
+                     });
+    checkScheduled = true;
+  } catch (...) {
+    // Out of memory: the next write after the interval asks instead.
+  }
+}
+
+}  // namespace detail
+
+namespace {
 
 void createEmpty(const fs::path& path) {
   std::ofstream out(path, std::ios::binary | std::ios::app);
@@ -65,38 +157,63 @@ std::shared_ptr<LogFile> LogFile::open(const fs::path& path, std::int64_t maxSiz
   std::error_code exists;
   if (!fs::exists(path, exists)) createEmpty(path);
   excludeFromBackup(path);
-  std::int64_t size = readSize(path);
-  std::int64_t bound = 0;
-  ZORLAN_PRECONDITION(!__builtin_mul_overflow(maxSize, std::int64_t{3}, &bound),
-                      "log file size bound overflows");
-  if (size > bound) {
-    fs::remove(path);  // throws filesystem_error when it cannot
-    size = 0;
-    createEmpty(path);
+  std::error_code unresolved;
+  fs::path key = fs::canonical(path, unresolved);
+  if (unresolved) key = fs::absolute(path, unresolved).lexically_normal();
+  // Declared before the lock: a writer is never released while it is held.
+  std::shared_ptr<detail::LogFileWriter> writer;
+  WriterRegistry& registry = writerRegistry();
+  std::lock_guard lock(registry.mutex);
+  auto found = registry.writers.find(key);
+  if (found != registry.writers.end()) writer = found->second.writer.lock();
+  if (!writer) {
+    std::int64_t size = readSize(path);
+    std::int64_t bound = 0;
+    ZORLAN_PRECONDITION(!__builtin_mul_overflow(maxSize, std::int64_t{3}, &bound),
+                        "log file size bound overflows");
+    if (size > bound) {
+      fs::remove(path);  // throws filesystem_error when it cannot
+      size = 0;
+      createEmpty(path);
+    }
+    writer = std::make_shared<detail::LogFileWriter>(
+        key, "com.corvath.core.logging.dust.file." + path.filename().string(), size, maxSize);
+    registry.writers.insert_or_assign(key, WriterRegistry::Entry{writer, writer.get()});
+    writer->queue.async([weak = std::weak_ptr<detail::LogFileWriter>(writer)] {
+      if (auto self = weak.lock()) self->storage.loadFromDisk();
+    });
+  } else {
+    // The file may have been deleted and created again above: the writer
+    // asks before its next write rather than an interval later.
+    writer->queue.async([weak = std::weak_ptr<detail::LogFileWriter>(writer)] {
+      if (auto self = weak.lock()) self->storage.checkPath();
+    });
   }
-  std::shared_ptr<LogFile> file(new LogFile(path, maxSize, size));
-  detail::LogFileStorage* storage = file->storage_.get();
-  std::weak_ptr<LogFile> weak = file;
-  file->queue_.async([weak, storage] {
-    if (auto self = weak.lock()) storage->loadFromDisk();
-  });
-  return file;
+  return std::shared_ptr<LogFile>(new LogFile(path, writer));
 }
 
-LogFile::LogFile(fs::path path, std::int64_t maxSize, std::int64_t currentSize)
-    : path_(std::move(path)),
-      maxSize_(maxSize),
-      queue_("com.corvath.core.logging.dust.file." + path_.filename().string()),
-      storage_(std::make_unique<detail::LogFileStorage>(path_, currentSize, maxSize,
-                                                        &detail::printLogFileDiagnostic)) {}
+LogFile::LogFile(fs::path path, std::shared_ptr<detail::LogFileWriter> writer)
+    : path_(std::move(path)), writer_(std::move(writer)) {}
 
 LogFile::~LogFile() = default;
 
-void LogFile::append(std::string_view bytes) { storage_->append(bytes); }
+void LogFile::append(std::string_view bytes) {
+  writer_->queue.sync([&] {
+    struct After {
+      const std::shared_ptr<detail::LogFileWriter>& writer;
+      ~After() { writer->afterWrite(writer); }
+    } after{writer_};
+    writer_->storage.append(bytes);
+  });
+}
+
+std::int64_t LogFile::maxSize() const noexcept { return writer_->storage.maxSize(); }
 
 std::int64_t LogFile::currentSize() const {
-  return queue_.sync([this] { return storage_->currentSize(); });
+  return writer_->queue.sync([this] { return writer_->storage.currentSize(); });
 }
+
+const DispatchQueue& LogFile::queue() const noexcept { return writer_->queue; }
 
 namespace {
 
@@ -229,13 +346,14 @@ ZORLAN_HOT void LogFile::log(const LogEvent& event) noexcept {
                                      ", unable to serialize log event");
       return;
     }
-    queue_.sync([&] {
+    writer_->queue.sync([&] {
       try {
-        storage_->appendAfterScratch(*encoded);
+        writer_->storage.appendAfterScratch(*encoded);
       } catch (const LogFileError& error) {
-        detail::printLogFileDiagnostic("failed appending to :" + path_.string() + ", error:" +
-                                       " " + error.what());
+        detail::printLogFileDiagnostic("failed appending to :" + path_.string() + ", error:" + " " +
+                                       error.what());
       }
+      writer_->afterWrite(writer_);
     });
   } catch (...) {
     // Out of memory or a queue misuse: a log call never throws.

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <linux/falloc.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,25 +23,130 @@ static_assert(kSeparator.size() == LogFileStorage::kScratchSize);
 
 std::string errnoText(int error) { return std::strerror(error); }
 
+// Copies the first `length` bytes of `from` to the start of `to`. Returns an
+// error description on failure.
+std::string copyStart(int from, int to, std::int64_t length) {
+  std::string buffer(std::size_t{1} << 16, '\0');
+  off_t offset = 0;
+  while (offset < length) {
+    const auto want = static_cast<std::size_t>(
+        std::min<std::int64_t>(length - offset, static_cast<std::int64_t>(buffer.size())));
+    const ssize_t got = ::pread(from, buffer.data(), want, offset);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return errnoText(errno);
+    if (got == 0) return "the open file ends before its content";
+    for (ssize_t done = 0; done < got;) {
+      const ssize_t put =
+          ::pwrite(to, buffer.data() + done, static_cast<std::size_t>(got - done), offset + done);
+      if (put < 0 && errno == EINTR) continue;
+      if (put < 0) return errnoText(errno);
+      if (put == 0) return "no bytes written";
+      done += put;
+    }
+    offset += got;
+  }
+  return {};
+}
+
 }  // namespace
 
+std::chrono::nanoseconds coarseMonotonicNow() noexcept {
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
 LogFileStorage::LogFileStorage(std::filesystem::path path, std::int64_t currentSize,
-                               std::int64_t maxSize, Printer printer)
+                               std::int64_t maxSize, Printer printer, LogFilePathCheck pathCheck)
     : path_(std::move(path)),
       currentSize_(currentSize),
       maxSize_(maxSize),
-      printer_(std::move(printer)) {
+      printer_(std::move(printer)),
+      pathCheck_(std::move(pathCheck)) {
   ZORLAN_PRECONDITION(!__builtin_mul_overflow(maxSize_, std::int64_t{3}, &bound_),
                       "log file size bound overflows");
 }
 
-LogFileStorage::~LogFileStorage() {
+LogFileStorage::~LogFileStorage() { close(true); }
+
+void LogFileStorage::close(bool giveBackReservedSpace) noexcept {
   if (fd_ < 0) return;
   // Gives back the space reserved past the end (the size stays the same).
-  if (reservedEnd_ > 0 && diskLengthKnown_) {
+  if (giveBackReservedSpace && reservedEnd_ > 0 && diskLengthKnown_) {
     [[maybe_unused]] int ignored = ::ftruncate(fd_, static_cast<off_t>(diskGoodLength_));
   }
   ::close(fd_);
+  fd_ = -1;
+  diskLengthKnown_ = false;
+}
+
+std::string LogFileStorage::openFile(int flags) {
+  const int fd = ::open(path_.c_str(), O_RDWR | O_CLOEXEC | flags, 0644);
+  if (fd < 0) return errnoText(errno);
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) {
+    const int error = errno;
+    ::close(fd);
+    return errnoText(error);
+  }
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = fd;
+  device_ = static_cast<std::uint64_t>(info.st_dev);
+  inode_ = static_cast<std::uint64_t>(info.st_ino);
+  diskLengthKnown_ = false;
+  reservedEnd_ = 0;
+  reserveFailed_ = false;
+  // Just opened through the path: it names this file.
+  lastPathCheck_ = pathCheck_.now();
+  pathChecked_ = true;
+  return {};
+}
+
+ZORLAN_HOT bool LogFileStorage::pathCheckDue() {
+  if (pathCheck_.interval.count() <= 0) return true;
+  const std::chrono::nanoseconds now = pathCheck_.now();
+  if (pathChecked_ && now - lastPathCheck_ < pathCheck_.interval) {
+    pathCheckSkipped_ = true;
+    return false;
+  }
+  lastPathCheck_ = now;
+  pathChecked_ = true;
+  return true;
+}
+
+bool LogFileStorage::pathNamesOpenFile() const {
+  struct stat info {};
+  return ::stat(path_.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == device_ &&
+         static_cast<std::uint64_t>(info.st_ino) == inode_;
+}
+
+std::string LogFileStorage::writeAnewAtPath() {
+  printer_("log file deleted or replaced on disk, writing it anew at: " + path_.string());
+  const int open = fd_;
+  fd_ = -1;
+  std::string error = openFile(O_CREAT | O_TRUNC);
+  if (error.empty()) error = copyStart(open, fd_, diskGoodLength_);
+  if (!error.empty()) {
+    // Keeps the open file, and asks again at the next write.
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = open;
+    diskLengthKnown_ = false;
+    pathChecked_ = false;
+    return error;
+  }
+  ::close(open);
+  diskLengthKnown_ = true;  // cut to nothing, then filled to `diskGoodLength_`
+  return {};
+}
+
+void LogFileStorage::checkPath() {
+  if (fd_ < 0 || deleted_) return;
+  lastPathCheck_ = pathCheck_.now();
+  pathChecked_ = true;
+  if (pathNamesOpenFile()) return;
+  if (std::string error = writeAnewAtPath(); !error.empty()) {
+    printer_("failed appending data at: " + path_.string() + " error: " + error);
+  }
 }
 
 void LogFileStorage::reserveAhead() {
@@ -108,8 +214,9 @@ ZORLAN_HOT void LogFileStorage::grow(std::string_view separator, std::string_vie
 
 ZORLAN_HOT std::string LogFileStorage::writeTail(std::string_view tail) {
   if (fd_ < 0) {
-    fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (fd_ < 0) return errnoText(errno);
+    if (std::string error = openFile(O_CREAT); !error.empty()) return error;
+  } else if (pathCheckDue() && !pathNamesOpenFile()) {
+    if (std::string error = writeAnewAtPath(); !error.empty()) return error;
   }
   const char* data = tail.data();
   std::size_t left = tail.size();
@@ -144,7 +251,11 @@ ZORLAN_HOT std::string LogFileStorage::writeTail(std::string_view tail) {
 }
 
 void LogFileStorage::loadFromDisk() {
-  int in = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  // The bytes are counted through the descriptor later writes use, when the
+  // file can be written, so they are those of the file written to.
+  std::string writeError;
+  if (fd_ < 0) writeError = openFile(0);
+  const int in = fd_ >= 0 ? fd_ : ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
   std::int64_t length = 0;
   int readError = 0;
   if (in < 0) {
@@ -153,7 +264,7 @@ void LogFileStorage::loadFromDisk() {
     // Stream through the file: the bytes are only counted, never kept.
     char buffer[1 << 16];
     while (true) {
-      ssize_t n = ::read(in, buffer, sizeof buffer);
+      ssize_t n = ::pread(in, buffer, sizeof buffer, static_cast<off_t>(length));
       if (n < 0) {
         if (errno == EINTR) continue;
         readError = errno;
@@ -162,7 +273,7 @@ void LogFileStorage::loadFromDisk() {
       if (n == 0) break;
       length += n;
     }
-    ::close(in);
+    if (in != fd_) ::close(in);
   }
   if (readError != 0) {
     printer_("failed opening file from disk: " + path_.string() +
@@ -175,14 +286,12 @@ void LogFileStorage::loadFromDisk() {
     // The content is empty before the load, so the chunk is the file's bytes
     // alone, and they are on disk already: the whole-file write would only
     // repeat them. Its one observable effect, a failure when the file cannot
-    // be written, is kept by opening the file for writing here.
+    // be written, is kept by opening the file for writing above.
     contentLength_ += length;
     currentSize_ += length;
     diskGoodLength_ = length;
-    if (fd_ < 0) fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
     if (fd_ < 0) {
-      int error = errno;
-      printer_("failed appending data at: " + path_.string() + " error: " + errnoText(error));
+      printer_("failed appending data at: " + path_.string() + " error: " + writeError);
       throw LogFileError(LogFileError::Code::writing);
     }
   } catch (const LogFileError& error) {

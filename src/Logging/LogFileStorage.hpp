@@ -5,9 +5,9 @@
 // before every event but the first) and writes the whole content over the
 // file. This class gives the same bytes on disk while writing only the chunk:
 //
-// - Invariant: the first `diskGoodLength_` bytes of the file equal the first
-//   `diskGoodLength_` bytes of the described content. Only bytes at or past
-//   that offset are ever written, so no failure can break it.
+// - Invariant: the first `diskGoodLength_` bytes of the open file equal the
+//   first `diskGoodLength_` bytes of the described content. Only bytes at or
+//   past that offset are ever written, so no failure can break it.
 // - A write puts the not-yet-written tail of the content (`unwritten_` and
 //   the new chunk, or the chunk alone where the caller holds it when nothing
 //   else is pending) at offset `diskGoodLength_` and cuts the file to the
@@ -21,6 +21,15 @@
 // - When the content is empty but the file is not (the initial load failed or
 //   was refused as full), `diskGoodLength_` is 0, so the next append replaces
 //   the file with its chunk, as the whole-file write does.
+// - The whole-file write goes to the path. When the path no longer names the
+//   open file (deleted, moved away or replaced from outside), a write first
+//   creates the file at the path anew and copies the open file's first
+//   `diskGoodLength_` bytes into it: the open descriptor still holds them,
+//   so the new file again equals the content, as the whole-file write would
+//   leave it. Asking the file system costs a system call as dear as the write
+//   itself, so it is asked at most once per `LogFilePathCheck::interval`; writes in
+//   between go to the open file and are copied with the rest when the change
+//   is noticed. Nothing is lost meanwhile.
 //
 // Memory: only unwritten chunks are held, never a copy of the file.
 // Disk: space past the end is reserved in steps (the size and bytes stay
@@ -28,14 +37,26 @@
 // Not thread-safe: `LogFile` calls it on its serial queue only.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zorlan::detail {
+
+// A steady clock read cheaply (to a few milliseconds).
+std::chrono::nanoseconds coarseMonotonicNow() noexcept;
+
+// When a write asks whether the path still names the open file: when
+// `interval` has passed on `now` since it last asked (0: before every write).
+struct LogFilePathCheck {
+  std::chrono::nanoseconds interval{0};
+  std::function<std::chrono::nanoseconds()> now = &coarseMonotonicNow;
+};
 
 class LogFileStorage {
  public:
@@ -44,7 +65,7 @@ class LogFileStorage {
 
   // `currentSize` is the file's size as read when opening it.
   LogFileStorage(std::filesystem::path path, std::int64_t currentSize, std::int64_t maxSize,
-                 Printer printer);
+                 Printer printer, LogFilePathCheck pathCheck = {});
   ~LogFileStorage();
   LogFileStorage(const LogFileStorage&) = delete;
   LogFileStorage& operator=(const LogFileStorage&) = delete;
@@ -64,6 +85,17 @@ class LogFileStorage {
   // stops; a refused append prints "failed appending data from disk: ...".
   void loadFromDisk();
 
+  // Closes the file. With `giveBackReservedSpace`, first cuts the space
+  // reserved past the end; only safe while no other writer has the file
+  // open. The destructor closes with it. Later appends open the file again.
+  void close(bool giveBackReservedSpace) noexcept;
+  // Asks now whether the path still names the open file, and when it does
+  // not, creates it anew as a write would (printing why it could not). For
+  // a check that writes skipped: see `takeSkippedPathCheck`.
+  void checkPath();
+  // True, once, when a write since the last check went without asking.
+  bool takeSkippedPathCheck() noexcept { return std::exchange(pathCheckSkipped_, false); }
+
   void markDeleted() noexcept { deleted_ = true; }
   bool isDeleted() const noexcept { return deleted_; }
   std::int64_t currentSize() const noexcept { return currentSize_; }
@@ -82,6 +114,16 @@ class LogFileStorage {
   // and cuts the file to the content's length. Returns an error description
   // on failure.
   std::string writeTail(std::string_view tail);
+  // Opens the file at the path for writing; returns an error description on
+  // failure.
+  std::string openFile(int flags);
+  // True when it is time to ask whether the path still names the open file.
+  bool pathCheckDue();
+  bool pathNamesOpenFile() const;
+  // Creates the file at the path anew holding the open file's first
+  // `diskGoodLength_` bytes, and writes to it from now on. Returns an error
+  // description on failure (the open file is kept).
+  std::string writeAnewAtPath();
   void checkedAdd(std::int64_t bytes);
 
   std::filesystem::path path_;
@@ -97,6 +139,13 @@ class LogFileStorage {
   bool diskLengthKnown_ = false;
   std::string unwritten_;
   int fd_ = -1;
+  // The device and inode of the open file.
+  std::uint64_t device_ = 0;
+  std::uint64_t inode_ = 0;
+  LogFilePathCheck pathCheck_;
+  std::chrono::nanoseconds lastPathCheck_{};
+  bool pathChecked_ = false;  // asked at least once since the file was opened
+  bool pathCheckSkipped_ = false;
   // Disk space is reserved (not allocated to the size) up to here.
   std::int64_t reservedEnd_ = 0;
   bool reserveFailed_ = false;

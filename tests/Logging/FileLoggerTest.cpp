@@ -174,20 +174,6 @@ TEST_F(FileLoggerTest, NamesTheFileAfterTheCreationSecondInLocalTime) {
   }
 }
 
-TEST_F(FileLoggerTest, LoggersCreatedWithinOneSecondOpenTheSameFileName) {
-  ManualClock clock(kJan31At235959 + 0.1);
-  FileLogger first("Shared", FileLogger::LogLocation::appSandbox(), clock.source());
-  clock.set(kJan31At235959 + 0.9);
-  FileLogger second("Shared", FileLogger::LogLocation::appSandbox(), clock.source());
-  clock.set(kJan31At235959 + 1.0);
-  FileLogger third("Shared", FileLogger::LogLocation::appSandbox(), clock.source());
-
-  ASSERT_TRUE(first.filePath() && second.filePath() && third.filePath());
-  EXPECT_EQ(*first.filePath(), *second.filePath());
-  EXPECT_EQ(*first.filePath(), cache() / "Shared" / "20240131235959.log");
-  EXPECT_EQ(third.filePath()->filename(), "20240201000000.log");
-}
-
 // --- Folders --------------------------------------------------------------
 
 struct SandboxCase {

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <thread>
 
+#include "zorlan/Logging/FileLogger.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
 
@@ -12,13 +15,43 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(LogFileConcurrencyTest, EightWritersLoseAndTearNothing) {
-  fs::path dir = fs::temp_directory_path() / ("zorlan-logfile-mt-" + std::to_string(::getpid()));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  fs::path path = dir / "threads.log";
-  constexpr int kThreads = 8;
-  constexpr int kEvents = 10000;
+std::string readAll(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// The messages of a log file; fails the test when the file does not parse.
+std::vector<std::string> messagesIn(const fs::path& path) {
+  auto contents = readLogFile(readAll(path));
+  EXPECT_FALSE(contents.error) << *contents.error;
+  EXPECT_FALSE(contents.truncatedAt);
+  std::vector<std::string> messages;
+  for (const auto& entry : contents.entries) messages.push_back(entry.message);
+  return messages;
+}
+
+std::string event(const std::string& message) { return R"({"message":")" + message + R"("})"; }
+
+class LogFileConcurrencyTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() /
+           ("zorlan-logfile-mt-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir_);
+    fs::create_directories(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  fs::path dir_;
+};
+
+TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
+  // Half the threads log events, half append encoded ones from their own
+  // thread: every event arrives whole, in each writer's order.
+  const fs::path path = dir_ / "threads.log";
+  constexpr int kThreads = 4;
+  constexpr int kEvents = 2000;
   {
     auto file = LogFile::open(path, 52'428'800);
     Logger logger;
@@ -28,26 +61,130 @@ TEST(LogFileConcurrencyTest, EightWritersLoseAndTearNothing) {
     for (int t = 0; t < kThreads; ++t) {
       threads.emplace_back([&, t] {
         for (int i = 0; i < kEvents; ++i) {
-          logger.log("writer", LoggerLevel::info, "", std::to_string(t) + ":" + std::to_string(i),
-                     true, {}, i, "file", "function");
+          const std::string message = std::to_string(t) + ":" + std::to_string(i);
+          if (t % 2 == 0) {
+            logger.log("writer", LoggerLevel::info, "", message, true, {}, i, "file", "function");
+          } else {
+            file->append(event(message));
+          }
         }
       });
     }
     for (auto& thread : threads) thread.join();
   }
-  std::ifstream in(path, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  auto contents = readLogFile(bytes);
-  EXPECT_FALSE(contents.error);
-  EXPECT_FALSE(contents.truncatedAt);
-  ASSERT_EQ(contents.entries.size(), static_cast<std::size_t>(kThreads * kEvents));
+  const auto messages = messagesIn(path);
+  ASSERT_EQ(messages.size(), static_cast<std::size_t>(kThreads * kEvents));
   std::vector<int> next(kThreads, 0);
-  for (const auto& entry : contents.entries) {
-    auto colon = entry.message.find(':');
-    int t = std::stoi(entry.message.substr(0, colon));
-    EXPECT_EQ(std::stoi(entry.message.substr(colon + 1)), next[t]++);  // per-writer order
+  for (const auto& message : messages) {
+    auto colon = message.find(':');
+    int t = std::stoi(message.substr(0, colon));
+    EXPECT_EQ(std::stoi(message.substr(colon + 1)), next[t]++);  // per-writer order
   }
-  fs::remove_all(dir);
+}
+
+TEST_F(LogFileConcurrencyTest, AppendRightAfterOpeningFollowsTheEventsAlreadyInTheFile) {
+  // The events already in the file are loaded on the file's queue; an append
+  // from the caller's thread must come after them, never over them.
+  for (int trial = 0; trial < 20; ++trial) {
+    const fs::path path = dir_ / ("existing-" + std::to_string(trial) + ".log");
+    std::ofstream(path, std::ios::binary) << event("old 1") << ",\n" << event("old 2");
+    auto file = LogFile::open(path, 52'428'800);
+    file->append(event("new"));
+    EXPECT_EQ(readAll(path), event("old 1") + ",\n" + event("old 2") + ",\n" + event("new"))
+        << "trial " << trial;
+  }
+}
+
+TEST_F(LogFileConcurrencyTest, LoggersOpeningOneFileShareItsWriter) {
+  // Two file loggers created within one second name the same file: both
+  // write whole events into it, from their own threads, and neither loses
+  // any. A logger a second later gets a file of its own.
+  FileLogger::registerSharedDataContainer("group.shared", dir_);
+  const Date second = Date::fromTimeIntervalSince1970(1706745599.0);
+  auto clock = [second](double offset) { return [date = second + offset] { return date; }; };
+  constexpr int kMessages = 300;
+  std::vector<std::optional<AsyncDispatcher>> queues;
+  std::vector<std::optional<fs::path>> paths;
+  {
+    FileLogger first("Shared", FileLogger::LogLocation::sharedDataContainer("group.shared"),
+                     clock(0.1));
+    FileLogger second("Shared", FileLogger::LogLocation::sharedDataContainer("group.shared"),
+                      clock(0.9));
+    FileLogger next("Shared", FileLogger::LogLocation::sharedDataContainer("group.shared"),
+                    clock(1.0));
+    ASSERT_TRUE(first.filePath() && second.filePath() && next.filePath());
+    EXPECT_EQ(*first.filePath(), *second.filePath());
+    EXPECT_NE(*first.filePath(), *next.filePath());
+    paths = {first.filePath(), next.filePath()};
+    queues = {first.serialQueue(), second.serialQueue(), next.serialQueue()};
+    std::thread other([&] {
+      for (int i = 0; i < kMessages; ++i) second.log("b" + std::to_string(i));
+    });
+    for (int i = 0; i < kMessages; ++i) first.log("a" + std::to_string(i));
+    other.join();
+  }
+  for (auto& queue : queues) queue->sync([] {});
+  std::vector<std::string> a;
+  std::vector<std::string> b;
+  int ends = 0;
+  for (const auto& message : messagesIn(*paths[0])) {
+    if (message == "--- END ---") {
+      ++ends;
+    } else {
+      (message[0] == 'a' ? a : b).push_back(message.substr(1));
+    }
+  }
+  EXPECT_EQ(ends, 2);
+  ASSERT_EQ(a.size(), static_cast<std::size_t>(kMessages));
+  ASSERT_EQ(b.size(), static_cast<std::size_t>(kMessages));
+  for (int i = 0; i < kMessages; ++i) {
+    EXPECT_EQ(a[static_cast<std::size_t>(i)], std::to_string(i));
+    EXPECT_EQ(b[static_cast<std::size_t>(i)], std::to_string(i));
+  }
+  EXPECT_EQ(messagesIn(*paths[1]), std::vector<std::string>{"--- END ---"});
+  FileLogger::unregisterSharedDataContainer("group.shared");
+}
+
+TEST_F(LogFileConcurrencyTest, FileDeletedOrReplacedFromOutsideIsWrittenAnew) {
+  // Whatever happened to the file at the path, the next write leaves there
+  // every event the file holds, as rewriting the whole file would, and at
+  // verbosity 2 says so.
+  struct Case {
+    const char* name;
+    void (*outside)(const fs::path& path, const fs::path& dir);
+  };
+  const Case cases[] = {
+      {"deleted", [](const fs::path& path, const fs::path&) { fs::remove(path); }},
+      {"moved away",
+       [](const fs::path& path, const fs::path& dir) { fs::rename(path, dir / "rotated"); }},
+      {"replaced",
+       [](const fs::path& path, const fs::path& dir) {
+         std::ofstream(dir / "other", std::ios::binary) << "not a log";
+         fs::rename(dir / "other", path);
+       }},
+  };
+  const std::uint8_t verbosity = Logger::shared().verbosity();
+  Logger::shared().setVerbosity(2);
+  const auto interval = logFilePathCheckInterval();
+  setLogFilePathCheckInterval(std::chrono::nanoseconds(0));  // ask before every write
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const fs::path path = dir_ / (std::string(c.name) + ".log");
+    auto file = LogFile::open(path, 52'428'800);
+    file->append(event("1"));
+    file->append(event("2"));
+    c.outside(path, dir_);
+    ::testing::internal::CaptureStdout();
+    file->append(event("3"));
+    const std::string printed = ::testing::internal::GetCapturedStdout();
+    EXPECT_EQ(messagesIn(path), (std::vector<std::string>{"1", "2", "3"}));
+    EXPECT_EQ(printed,
+              "log file deleted or replaced on disk, writing it anew at: " + path.string() + "\n");
+    file->append(event("4"));
+    EXPECT_EQ(messagesIn(path), (std::vector<std::string>{"1", "2", "3", "4"}));
+  }
+  setLogFilePathCheckInterval(interval);
+  Logger::shared().setVerbosity(verbosity);
 }
 
 }  // namespace

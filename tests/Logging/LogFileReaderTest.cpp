@@ -1,13 +1,13 @@
-#include "zorlan/Logging/LogFileReader.hpp"
-
 #include <gtest/gtest.h>
+
+#include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zorlan {
 namespace {
 
 TEST(LogFileReaderTest, SplitsEventsAtCommaNewline) {
-  auto contents = readLogFile(
-      "{\"message\":\"a, b\",\"loggedAt\":1.5},\n{\"message\":\"{x}\",\"loggedAt\":2}");
+  auto contents =
+      readLogFile("{\"message\":\"a, b\",\"loggedAt\":1.5},\n{\"message\":\"{x}\",\"loggedAt\":2}");
   ASSERT_EQ(contents.entries.size(), 2u);
   EXPECT_EQ(contents.entries[0].message, "a, b");
   EXPECT_EQ(contents.entries[0].loggedAt, 1.5);

@@ -1,5 +1,3 @@
-#include "zorlan/Logging/Log.hpp"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,6 +9,7 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
+#include "zorlan/Logging/Log.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
 
@@ -30,8 +29,8 @@ class LogTest : public ::testing::Test {
   }
   void TearDown() override { fs::remove_all(dir_); }
 
-  fs::path setUp(LogLevelConfig levels) {
-    fs::path file = dir_ / "app.log";
+  fs::path setUp(LogLevelConfig levels, const std::string& name = "app.log") {
+    fs::path file = dir_ / name;
     relay_ = std::make_unique<rx::BehaviorRelay<std::shared_ptr<const LogConfig>>>(
         std::make_shared<UniformLogConfig>(levels));
     Log::setup(file, asBehaviorReader(*relay_));
@@ -94,11 +93,11 @@ TEST_F(LogTest, ComposesPrefixMarkAndMessageForEveryCategory) {
 }
 
 TEST_F(LogTest, FileThresholdMatrix) {
-  const LogLevel thresholds[] = {LogLevel::none, LogLevel::trace, LogLevel::debug,
+  const LogLevel thresholds[] = {LogLevel::none, LogLevel::trace,   LogLevel::debug,
                                  LogLevel::info, LogLevel::warning, LogLevel::error};
   for (LogLevel threshold : thresholds) {
-    fs::remove(dir_ / "app.log");
-    fs::path file = setUp(LogLevelConfig{LogLevel::error, threshold});
+    fs::path file = setUp(LogLevelConfig{LogLevel::error, threshold},
+                          "app-" + std::string(rawValue(threshold)) + ".log");
     Log::shared().debug(Caller{}, "debug");
     Log::shared().info(Caller{}, "info");
     Log::shared().warning(Caller{}, "warning");
@@ -132,7 +131,13 @@ TEST_F(LogTest, RunTimeLevelReportsTheFacadesLocationAndSkipsNoneAndTrace) {
   EXPECT_EQ(written[1].object.at("sender"), "Caller");
 }
 
-TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndSecondSetupKeepsTheFile) {
+// The number of descriptors the process has open.
+std::size_t openDescriptors() {
+  return static_cast<std::size_t>(
+      std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrReleaseTheFile) {
   fs::path file = setUp(LogLevelConfig{LogLevel::error, LogLevel::error});
   Log::playback().info(Caller{}, "hidden");
   relay_->accept(std::make_shared<UniformLogConfig>(LogLevelConfig::all));
@@ -141,8 +146,17 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndSecondSetupKeepsTheFile)
   Log::qoe().info(Caller{}, "still to the file");
   std::vector<std::string> written;
   for (const auto& e : events(file)) written.push_back(e.message);
-  EXPECT_EQ(written, (std::vector<std::string>{"\U0001F3AC shown",
-                                               "\U0001F575\uFE0F still to the file"}));
+  EXPECT_EQ(written,
+            (std::vector<std::string>{"\U0001F3AC shown", "\U0001F575\uFE0F still to the file"}));
+  // Each setup with a file replaces the file logger; what it replaced, and
+  // its open file, go once nothing uses them.
+  const std::size_t before = openDescriptors();
+  for (int i = 0; i < 100; ++i) {
+    Log::setup(dir_ / ("app-" + std::to_string(i) + ".log"), asBehaviorReader(*relay_));
+    Log::shared().error(Caller{}, "setup " + std::to_string(i));
+  }
+  EXPECT_LE(openDescriptors(), before + 2);
+  EXPECT_EQ(events(dir_ / "app-99.log").size(), 1u);
 }
 
 // Records what reaches a logger, tagged with the logger's name.

@@ -11,7 +11,8 @@
 // {"message":"<text>","loggedAt":<seconds since 1970>}, where "loggedAt" is
 // read when the event is encoded on the queue, not when `log` is called.
 // Old files in the folder are neither counted nor deleted. Two loggers created
-// within the same second for the same folder open the same file name.
+// within the same second for the same folder open the same file name, and
+// share its one writer (see LogFile.hpp): their events interleave whole.
 //
 // Nothing here throws: a folder that cannot be created prints
 // "Unable to create directory " and the error to standard output, and a file

@@ -55,12 +55,13 @@ class Log {
   static void setup(const std::optional<std::filesystem::path>& fileLocation,
                     const BehaviorReader<std::shared_ptr<const LogConfig>>& config);
 
-  // The process-wide loggers `setup` made: absent before `setup`, and the
+  // The process-wide loggers `setup` made: null before `setup`, and the
   // file logger also when no file could be opened. Hosts may add sinks of
-  // their own (a crash reporter's breadcrumbs, say). Loggers replaced by a
-  // later `setup` stay alive until the process ends.
-  static Logger* consoleLogger() noexcept;
-  static Logger* fileLogger() noexcept;
+  // their own (a crash reporter's breadcrumbs, say). A logger replaced by a
+  // later `setup` (with its log file) is released once no message being
+  // written and no holder of the returned pointer still uses it.
+  static std::shared_ptr<Logger> consoleLogger() noexcept;
+  static std::shared_ptr<Logger> fileLogger() noexcept;
 
   template <class Sender>
   void debug(const Sender& sender, std::string_view message,

@@ -12,8 +12,26 @@
 // grown past three times `maxSize`, removed). The library's own failures are
 // printed to standard output, and only while `Logger::shared().verbosity()`
 // is 2: the logger cannot log its own failures.
+//
+// One writer per file: every `LogFile` opened in the process for one file
+// (by its canonical path) shares one writer, with one serial queue, one size
+// count and the bound it was first opened with, for as long as any of them
+// lives. Loggers that share a file therefore interleave whole events and the
+// file always parses. (Other processes writing the same file are not
+// coordinated with.)
+//
+// A file deleted, moved away or replaced from outside is noticed and created
+// anew at the path, holding every event the file held, as rewriting the whole
+// file would leave it; at verbosity 2 this prints "log file deleted or
+// replaced on disk, writing it anew at: " and the path. Asking the file
+// system whether the path still names the open file costs about as much as
+// the write itself, so a busy file asks at most once per
+// `logFilePathCheckInterval()` (and once more that long after its last
+// unchecked write); events written meanwhile reach the new file with the
+// rest.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -28,46 +46,60 @@
 namespace zorlan {
 
 namespace detail {
-class LogFileStorage;
+struct LogFileWriter;
 }
 
-// Thread-safe: appends run on the file's private serial queue. Equality is
-// identity (compare the shared pointers).
+// Thread-safe: appends run on the file's serial queue (shared with every
+// `LogFile` of the same file). Equality is identity (compare the shared
+// pointers).
 class LogFile final : public LogSink {
  public:
   // Opens (creating when missing) the file at `path`, marks it excluded from
-  // backup, reads its size and schedules the initial load on its queue.
-  // Throws LogFileError (`creating`, `excluding`, `unknownSize`) or, when an
-  // oversized file cannot be removed, std::filesystem::filesystem_error.
+  // backup, reads its size and schedules the initial load on its queue; a
+  // file already open in the process is shared as it is (no second load, no
+  // removal). Throws LogFileError (`creating`, `excluding`, `unknownSize`)
+  // or, when an oversized file cannot be removed,
+  // std::filesystem::filesystem_error.
   // `creationDate` is accepted for callers that have one; file systems here
   // keep no settable creation date, so it changes nothing on disk.
   static std::shared_ptr<LogFile> open(const std::filesystem::path& path, std::int64_t maxSize,
                                        std::optional<Date> creationDate = std::nullopt);
   ~LogFile() override;
 
-  // The append routine, on the calling thread (the sink calls it on the
-  // file's queue). Throws LogFileError `full` or `writing`.
+  // The append routine, from any thread: it runs on the calling thread once
+  // the file's queue has run everything submitted before (the initial load
+  // first), and waits its turn when the queue is busy. Throws LogFileError
+  // `full` or `writing`. Stops the process when called from work running on
+  // the file's queue.
   void append(std::string_view bytes);
 
   // Encodes `event` and appends it synchronously on the file's queue. Never
   // throws.
   void log(const LogEvent& event) noexcept override;
 
+  // The path as given to `open`.
   const std::filesystem::path& path() const noexcept { return path_; }
-  std::int64_t maxSize() const noexcept { return maxSize_; }
+  // The bound in effect: the one the file was first opened with.
+  std::int64_t maxSize() const noexcept;
   // The size as the file knows it (after the initial load: twice the size
   // read at opening, as the append routine counts it).
   std::int64_t currentSize() const;
-  const DispatchQueue& queue() const noexcept { return queue_; }
+  // The file's serial queue, labelled "com.corvath.core.logging.dust.file."
+  // and the file name.
+  const DispatchQueue& queue() const noexcept;
 
  private:
-  LogFile(std::filesystem::path path, std::int64_t maxSize, std::int64_t currentSize);
+  LogFile(std::filesystem::path path, std::shared_ptr<detail::LogFileWriter> writer);
 
   std::filesystem::path path_;
-  std::int64_t maxSize_;
-  DispatchQueue queue_;
-  std::unique_ptr<detail::LogFileStorage> storage_;
+  std::shared_ptr<detail::LogFileWriter> writer_;
 };
+
+// How long a busy log file goes without asking whether its path still names
+// the file it writes: 10 milliseconds unless set. Setting it applies to files
+// opened afterwards (0: ask before every write). Thread-safe.
+std::chrono::nanoseconds logFilePathCheckInterval() noexcept;
+void setLogFilePathCheckInterval(std::chrono::nanoseconds interval) noexcept;
 
 namespace detail {
 // Prints `line` to standard output when `Logger::shared().verbosity()` is 2.
