@@ -52,8 +52,8 @@ TEST(SubjectConcurrencyTest, SubscribeEmitAndDisposeFromManyThreads) {
 // time and in the relay's order, so stateful operators count right and the
 // last value seen is the relay's value.
 TEST(SubjectConcurrencyTest, TwoWritersOnOneRelay) {
-  constexpr int kTrials = 60;
-  constexpr int kPerWriter = 200;
+  constexpr int kTrials = 40;
+  constexpr int kPerWriter = 1000;
   for (int trial = 0; trial < kTrials; ++trial) {
     BehaviorRelay<int> relay(0);
     DisposeBag bag;

@@ -26,9 +26,11 @@ struct Event {
   std::exception_ptr error;
 };
 
-// What every observer implements. Operators deliver events to one observer
-// one at a time; only elements sent into one subject or relay from several
-// threads at once reach its observers concurrently (and in no set order).
+// What every observer implements. Calls to one observer never overlap, and
+// nothing comes after a terminal event: subjects, relays and the combining
+// operators keep that however many threads send. A sequence made with
+// `Observable::create` must keep it too (call its observer from one thread at
+// a time). A handler that throws ends its subscription: see Subjects.hpp.
 template <class T>
 class ObserverBase {
  public:
