@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <new>
@@ -68,10 +69,12 @@ struct TypedJSONLeafDecoding<TypedJSONValue> {
 // copies until one of them changes (copying is O(1)), so walking a tree,
 // handing out subtrees and rewriting a few members of a large document stay
 // cheap. Equal and hashed by structure (case first, then payload; objects as
-// unordered maps, arrays in order) when T is. Operations recurse into the
-// tree: a tree read by the decoders is at most kMaxCodingDepth deep.
-// Thread safety is that of a value: distinct copies may be used on distinct
-// threads, even when they share storage.
+// unordered maps, arrays in order) when T is. Trees of any depth can be
+// built in code: destroying, copying, changing, comparing and hashing them
+// take no more stack for deep trees than for shallow ones. Encoding refuses
+// trees nested deeper than kMaxCodingDepth (the decoders could not read them
+// back) with EncodingError.invalidValue. Thread safety is that of a value: distinct copies may be
+// used on distinct threads, even when they share storage.
 template <class T>
 class TypedJSONContainer {
  public:
@@ -95,6 +98,18 @@ class TypedJSONContainer {
            !std::same_as<std::remove_cvref_t<U>, std::nullptr_t> && std::constructible_from<T, U>)
       TypedJSONContainer(U&& leaf)
       : payload_(std::in_place_index<2>, std::forward<U>(leaf)) {}
+
+  TypedJSONContainer(const TypedJSONContainer&) = default;
+  TypedJSONContainer(TypedJSONContainer&&) = default;
+  TypedJSONContainer& operator=(const TypedJSONContainer&) = default;
+  TypedJSONContainer& operator=(TypedJSONContainer&&) = default;
+  // Takes apart what only this container holds, level by level (never
+  // recursively, so a tree of any depth goes).
+  ~TypedJSONContainer() {
+    std::uintptr_t pending = 0;
+    takeLast(pending);
+    destroyTaken(pending);
+  }
 
   static TypedJSONContainer null() noexcept { return TypedJSONContainer(); }
   // An empty object.
@@ -257,79 +272,17 @@ class TypedJSONContainer {
   // roughly equal to any longer array it starts; two leaves by T's rule; two
   // nulls always; different cases never.
   bool roughlyEqual(const TypedJSONContainer& other, double within) const requires RoughlyEqual<T> {
-    if (payload_.index() != other.payload_.index()) return false;
-    switch (payload_.index()) {
-      case 0: {
-        const Members& lhs = *members();
-        const Members& rhs = *other.members();
-        if (lhs.size() != rhs.size()) return false;
-        // Both sorted with unique keys and of one size: the same keys exactly
-        // when they match pairwise.
-        for (std::size_t i = 0; i < lhs.size(); ++i) {
-          if (lhs[i].first != rhs[i].first) return false;
-          if (!lhs[i].second.roughlyEqual(rhs[i].second, within)) return false;
-        }
-        return true;
-      }
-      case 1: {
-        const Elements& lhs = *elements();
-        const Elements& rhs = *other.elements();
-        const std::size_t count = std::min(lhs.size(), rhs.size());
-        for (std::size_t i = 0; i < count; ++i) {
-          if (!lhs[i].roughlyEqual(rhs[i], within)) return false;
-        }
-        return true;
-      }
-      case 2:
-        return RoughlyEqualTraits<T>::roughlyEqual(*leaf(), *other.leaf(), within);
-      default:
-        return true;
-    }
+    return match</*kRough=*/true>(*this, other, [within](const T& a, const T& b) {
+      return RoughlyEqualTraits<T>::roughlyEqual(a, b, within);
+    });
   }
 
   bool operator==(const TypedJSONContainer& other) const requires std::equality_comparable<T> {
-    if (payload_.index() != other.payload_.index()) return false;
-    switch (payload_.index()) {
-      case 0: {
-        const auto& lhs = std::get<0>(payload_);
-        const auto& rhs = std::get<0>(other.payload_);
-        return lhs.sharesWith(rhs) || lhs.read() == rhs.read();
-      }
-      case 1: {
-        const auto& lhs = std::get<1>(payload_);
-        const auto& rhs = std::get<1>(other.payload_);
-        return lhs.sharesWith(rhs) || lhs.read() == rhs.read();
-      }
-      case 2:
-        return *leaf() == *other.leaf();
-      default:
-        return true;
-    }
+    return match</*kRough=*/false>(*this, other, [](const T& a, const T& b) { return a == b; });
   }
 
   std::size_t hashValue() const requires requires(const T& t) { std::hash<T>()(t); }
-  {
-    constexpr std::size_t kMix = 0x9E3779B97F4A7C15ull;
-    std::size_t h = payload_.index();
-    auto combine = [&h](std::size_t v) { h = (h ^ v) * kMix + (h >> 7); };
-    switch (payload_.index()) {
-      case 0:
-        for (const Member& m : *members()) {
-          combine(std::hash<std::string>()(m.first));
-          combine(m.second.hashValue());
-        }
-        break;
-      case 1:
-        for (const TypedJSONContainer& e : *elements()) combine(e.hashValue());
-        break;
-      case 2:
-        combine(std::hash<T>()(*leaf()));
-        break;
-      default:
-        break;
-    }
-    return h;
-  }
+  { return hashAt(0); }
 
   // Decodes a container, trying at each level in order: an object (every
   // member decoding as a container), an array (every element likewise), a
@@ -343,7 +296,9 @@ class TypedJSONContainer {
     return out;
   }
   // Writes an object as a dictionary of containers, an array as an array of
-  // containers, a leaf as T, null as nil.
+  // containers, a leaf as T, null as nil. Throws EncodingError.invalidValue
+  // for objects and arrays nested deeper than kMaxCodingDepth, and T's own
+  // errors.
   void encode(Encoder& encoder) const requires detail::IsEncodable<T> {
     switch (payload_.index()) {
       case 0: {
@@ -380,6 +335,201 @@ class TypedJSONContainer {
 
   explicit TypedJSONContainer(ObjectBox box) : payload_(std::in_place_index<0>, std::move(box)) {}
   explicit TypedJSONContainer(ArrayBox box) : payload_(std::in_place_index<1>, std::move(box)) {}
+
+  // How deep comparison and hashing recurse; deeper levels are walked with a
+  // stack on the heap.
+  static constexpr int kRecursionDepth = 64;
+
+  // Ends this container's share of its storage; when it was the last share,
+  // puts the storage on the list `pending` (a node pointer, its low bit set
+  // for arrays) to be taken apart by destroyTaken.
+  void takeLast(std::uintptr_t& pending) noexcept {
+    if (payload_.index() == 0) {
+      if (typename ObjectBox::Node* node = std::get<0>(payload_).takeLast()) {
+        ObjectBox::setLink(node, pending);
+        pending = reinterpret_cast<std::uintptr_t>(node);
+      }
+    } else if (payload_.index() == 1) {
+      if (typename ArrayBox::Node* node = std::get<1>(payload_).takeLast()) {
+        ArrayBox::setLink(node, pending);
+        pending = reinterpret_cast<std::uintptr_t>(node) | 1;
+      }
+    }
+  }
+  // Destroys the storage on the list, first moving the storage only its
+  // members or elements hold onto the list: each node is destroyed with
+  // children that own nothing, so destruction never recurses.
+  static void destroyTaken(std::uintptr_t pending) noexcept {
+    static_assert(alignof(typename ObjectBox::Node) > 1 && alignof(typename ArrayBox::Node) > 1);
+    while (pending != 0) {
+      if (pending & 1) {
+        auto* node = reinterpret_cast<typename ArrayBox::Node*>(pending & ~std::uintptr_t{1});
+        pending = ArrayBox::link(node);
+        for (TypedJSONContainer& e : ArrayBox::payload(node)) e.takeLast(pending);
+        ArrayBox::destroy(node);
+      } else {
+        auto* node = reinterpret_cast<typename ObjectBox::Node*>(pending);
+        pending = ObjectBox::link(node);
+        for (Member& m : ObjectBox::payload(node)) m.second.takeLast(pending);
+        ObjectBox::destroy(node);
+      }
+    }
+  }
+
+  // Whether `a` and `b` have the same cases, keys and (by `leavesMatch`)
+  // leaves. Exactly (kRough false): arrays of one length, and shared storage
+  // matches unread. Roughly: arrays match on the elements both have.
+  template <bool kRough, class LeavesMatch>
+  static bool match(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                    const LeavesMatch& leavesMatch, int depth = 0) {
+    if (depth == kRecursionDepth) return matchDeep<kRough>(a, b, leavesMatch);
+    std::size_t count;
+    if (!matchNode<kRough>(a, b, leavesMatch, count)) return false;
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto [x, y] = childPair(a, b, i);
+      if (!x || !match<kRough>(*x, *y, leavesMatch, depth + 1)) return false;
+    }
+    return true;
+  }
+  template <bool kRough, class LeavesMatch>
+  static bool matchDeep(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                        const LeavesMatch& leavesMatch) {
+    struct Frame {
+      const TypedJSONContainer* a;
+      const TypedJSONContainer* b;
+      std::size_t next;
+      std::size_t count;
+    };
+    std::size_t count;
+    if (!matchNode<kRough>(a, b, leavesMatch, count)) return false;
+    std::vector<Frame> stack;
+    if (count != 0) stack.push_back({&a, &b, 0, count});
+    while (!stack.empty()) {
+      Frame& top = stack.back();
+      if (top.next == top.count) {
+        stack.pop_back();
+        continue;
+      }
+      const auto [x, y] = childPair(*top.a, *top.b, top.next++);
+      if (!x || !matchNode<kRough>(*x, *y, leavesMatch, count)) return false;
+      if (count != 0) stack.push_back({x, y, 0, count});
+    }
+    return true;
+  }
+  // Compares two nodes short of their children; when they match, `count` is
+  // the number of child pairs left to compare.
+  template <bool kRough, class LeavesMatch>
+  static bool matchNode(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                        const LeavesMatch& leavesMatch, std::size_t& count) {
+    count = 0;
+    if (a.payload_.index() != b.payload_.index()) return false;
+    switch (a.payload_.index()) {
+      case 0: {
+        const ObjectBox& lhs = std::get<0>(a.payload_);
+        const ObjectBox& rhs = std::get<0>(b.payload_);
+        if (!kRough && lhs.sharesWith(rhs)) return true;
+        if (lhs.read().size() != rhs.read().size()) return false;
+        count = lhs.read().size();
+        return true;
+      }
+      case 1: {
+        const ArrayBox& lhs = std::get<1>(a.payload_);
+        const ArrayBox& rhs = std::get<1>(b.payload_);
+        if (!kRough && lhs.sharesWith(rhs)) return true;
+        if (!kRough && lhs.read().size() != rhs.read().size()) return false;
+        count = std::min(lhs.read().size(), rhs.read().size());
+        return true;
+      }
+      case 2:
+        return leavesMatch(*a.leaf(), *b.leaf());
+      default:
+        return true;
+    }
+  }
+  // The i-th members or elements of two objects or arrays; nulls when the
+  // members' keys differ. (Objects of one size are sorted and have unique
+  // keys: they have the same keys exactly when they match pairwise.)
+  static std::pair<const TypedJSONContainer*, const TypedJSONContainer*> childPair(
+      const TypedJSONContainer& a, const TypedJSONContainer& b, std::size_t i) noexcept {
+    if (const Members* lhs = a.members()) {
+      const Member& l = (*lhs)[i];
+      const Member& r = (*b.members())[i];
+      if (l.first != r.first) return {nullptr, nullptr};
+      return {&l.second, &r.second};
+    }
+    return {&(*a.elements())[i], &(*b.elements())[i]};
+  }
+
+  static std::size_t mix(std::size_t h, std::size_t v) noexcept {
+    constexpr std::size_t kMix = 0x9E3779B97F4A7C15ull;
+    return (h ^ v) * kMix + (h >> 7);
+  }
+  // The hash: the case, then each member's key and hash or each element's
+  // hash in order, or the leaf's hash.
+  std::size_t hashAt(int depth) const {
+    if (depth == kRecursionDepth) return hashDeep();
+    std::size_t count;
+    std::size_t h = hashHead(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      const TypedJSONContainer& child = hashChild(i, h);
+      h = mix(h, child.hashAt(depth + 1));
+    }
+    return h;
+  }
+  std::size_t hashDeep() const {
+    struct Frame {
+      const TypedJSONContainer* node;
+      std::size_t next;
+      std::size_t count;
+      std::size_t hash;
+    };
+    std::size_t count;
+    const std::size_t head = hashHead(count);
+    if (count == 0) return head;
+    std::vector<Frame> stack{{this, 0, count, head}};
+    for (;;) {
+      Frame& top = stack.back();
+      if (top.next == top.count) {
+        const std::size_t done = top.hash;
+        stack.pop_back();
+        if (stack.empty()) return done;
+        stack.back().hash = mix(stack.back().hash, done);
+        continue;
+      }
+      const TypedJSONContainer& child = top.node->hashChild(top.next++, top.hash);
+      const std::size_t childHead = child.hashHead(count);
+      if (count != 0) {
+        stack.push_back({&child, 0, count, childHead});
+      } else {
+        top.hash = mix(top.hash, childHead);
+      }
+    }
+  }
+  // The hash of this node short of its members or elements, and their number.
+  std::size_t hashHead(std::size_t& count) const {
+    count = 0;
+    switch (payload_.index()) {
+      case 0:
+        count = members()->size();
+        return 0;
+      case 1:
+        count = elements()->size();
+        return 1;
+      case 2:
+        return mix(2, std::hash<T>()(*leaf()));
+      default:
+        return 3;
+    }
+  }
+  // The i-th member or element, having mixed a member's key into `h`.
+  const TypedJSONContainer& hashChild(std::size_t i, std::size_t& h) const {
+    if (const Members* all = members()) {
+      const Member& m = (*all)[i];
+      h = mix(h, std::hash<std::string>()(m.first));
+      return m.second;
+    }
+    return (*elements())[i];
+  }
 
   static typename Members::const_iterator find(const Members& all, std::string_view key) noexcept {
     auto it = std::lower_bound(all.begin(), all.end(), key, KeyLess());

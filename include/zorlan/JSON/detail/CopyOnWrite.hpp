@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace zorlan::detail {
@@ -55,12 +56,30 @@ class CopyOnWrite {
     return node_ == other.node_ && node_ != nullptr;
   }
 
- private:
+  // Taking trees apart without recursion, for payloads that hold further
+  // holders: `takeLast` ends this holder's share like destruction does, but
+  // when it was the last share the payload is not destroyed: its node is
+  // returned (null otherwise). The caller owns the node: it may keep it on a
+  // list through `link` / `setLink` (a taken node's count is free for that),
+  // take its payload's own holders, then `destroy` it.
   struct Node {
-    std::atomic<std::size_t> refs;
+    std::atomic<std::uintptr_t> refs;
     Payload payload;
   };
+  Node* takeLast() noexcept {
+    Node* node = std::exchange(node_, nullptr);
+    return node && node->refs.fetch_sub(1, std::memory_order_acq_rel) == 1 ? node : nullptr;
+  }
+  static Payload& payload(Node* node) noexcept { return node->payload; }
+  static std::uintptr_t link(const Node* node) noexcept {
+    return node->refs.load(std::memory_order_relaxed);
+  }
+  static void setLink(Node* node, std::uintptr_t link) noexcept {
+    node->refs.store(link, std::memory_order_relaxed);
+  }
+  static void destroy(Node* node) noexcept { delete node; }
 
+ private:
   static const Payload& empty() noexcept {
     static const Payload kEmpty{};
     return kEmpty;
