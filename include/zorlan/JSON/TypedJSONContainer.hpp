@@ -99,18 +99,6 @@ class TypedJSONContainer {
       TypedJSONContainer(U&& leaf)
       : payload_(std::in_place_index<2>, std::forward<U>(leaf)) {}
 
-  TypedJSONContainer(const TypedJSONContainer&) = default;
-  TypedJSONContainer(TypedJSONContainer&&) = default;
-  TypedJSONContainer& operator=(const TypedJSONContainer&) = default;
-  TypedJSONContainer& operator=(TypedJSONContainer&&) = default;
-  // Takes apart what only this container holds, level by level (never
-  // recursively, so a tree of any depth goes).
-  ~TypedJSONContainer() {
-    std::uintptr_t pending = 0;
-    takeLast(pending);
-    destroyTaken(pending);
-  }
-
   static TypedJSONContainer null() noexcept { return TypedJSONContainer(); }
   // An empty object.
   static TypedJSONContainer object() noexcept { return TypedJSONContainer(ObjectBox()); }
@@ -324,8 +312,21 @@ class TypedJSONContainer {
   }
 
  private:
-  using ObjectBox = detail::CopyOnWrite<Members>;
-  using ArrayBox = detail::CopyOnWrite<Elements>;
+  // Storage whose last holder goes is destroyed by destroyStorage.
+  struct DestroyObject {
+    template <class Node>
+    void operator()(Node* node) const noexcept {
+      destroyStorage(reinterpret_cast<std::uintptr_t>(node));
+    }
+  };
+  struct DestroyArray {
+    template <class Node>
+    void operator()(Node* node) const noexcept {
+      destroyStorage(reinterpret_cast<std::uintptr_t>(node) | 1);
+    }
+  };
+  using ObjectBox = detail::CopyOnWrite<Members, DestroyObject>;
+  using ArrayBox = detail::CopyOnWrite<Elements, DestroyArray>;
 
   struct KeyLess {
     bool operator()(const Member& m, std::string_view key) const noexcept { return m.first < key; }
@@ -336,128 +337,152 @@ class TypedJSONContainer {
   explicit TypedJSONContainer(ObjectBox box) : payload_(std::in_place_index<0>, std::move(box)) {}
   explicit TypedJSONContainer(ArrayBox box) : payload_(std::in_place_index<1>, std::move(box)) {}
 
-  // How deep comparison and hashing recurse; deeper levels are walked with a
-  // stack on the heap.
+  // How deep comparison and hashing recurse; deeper levels are walked from
+  // lists on the heap.
   static constexpr int kRecursionDepth = 64;
 
-  // Ends this container's share of its storage; when it was the last share,
-  // puts the storage on the list `pending` (a node pointer, its low bit set
-  // for arrays) to be taken apart by destroyTaken.
-  void takeLast(std::uintptr_t& pending) noexcept {
-    if (payload_.index() == 0) {
-      if (typename ObjectBox::Node* node = std::get<0>(payload_).takeLast()) {
-        ObjectBox::setLink(node, pending);
-        pending = reinterpret_cast<std::uintptr_t>(node);
-      }
-    } else if (payload_.index() == 1) {
-      if (typename ArrayBox::Node* node = std::get<1>(payload_).takeLast()) {
-        ArrayBox::setLink(node, pending);
-        pending = reinterpret_cast<std::uintptr_t>(node) | 1;
+  // Ends this container's share of its storage. When it was the last share,
+  // returns the storage for destroyStorage (a node pointer with its low bit
+  // set for arrays); otherwise 0.
+  std::uintptr_t takeLast() noexcept {
+    static_assert(alignof(typename ObjectBox::Node) > 1 && alignof(typename ArrayBox::Node) > 1);
+    if (ObjectBox* box = std::get_if<0>(&payload_)) {
+      return reinterpret_cast<std::uintptr_t>(box->takeLast());
+    }
+    if (ArrayBox* box = std::get_if<1>(&payload_)) {
+      if (typename ArrayBox::Node* node = box->takeLast()) {
+        return reinterpret_cast<std::uintptr_t>(node) | 1;
       }
     }
+    return 0;
   }
-  // Destroys the storage on the list, first moving the storage only its
-  // members or elements hold onto the list: each node is destroyed with
-  // children that own nothing, so destruction never recurses.
-  static void destroyTaken(std::uintptr_t pending) noexcept {
-    static_assert(alignof(typename ObjectBox::Node) > 1 && alignof(typename ArrayBox::Node) > 1);
-    while (pending != 0) {
-      if (pending & 1) {
-        auto* node = reinterpret_cast<typename ArrayBox::Node*>(pending & ~std::uintptr_t{1});
-        pending = ArrayBox::link(node);
-        for (TypedJSONContainer& e : ArrayBox::payload(node)) e.takeLast(pending);
-        ArrayBox::destroy(node);
+  static typename ObjectBox::Node* objectNode(std::uintptr_t storage) noexcept {
+    return reinterpret_cast<typename ObjectBox::Node*>(storage);
+  }
+  static typename ArrayBox::Node* arrayNode(std::uintptr_t storage) noexcept {
+    return reinterpret_cast<typename ArrayBox::Node*>(storage & ~std::uintptr_t{1});
+  }
+  // Destroys taken storage and everything only it holds without deep
+  // recursion: members and elements go before their parent (the order plain
+  // recursion would take, which suits the allocator) down to kRecursionDepth
+  // levels; storage further down waits on a list threaded through the
+  // storage itself and is destroyed the same way after. Allocates nothing.
+  static void destroyStorage(std::uintptr_t storage) noexcept {
+    std::uintptr_t deeper = 0;
+    destroyStorage(storage, 0, deeper);
+    while (deeper != 0) {
+      storage = deeper;
+      deeper =
+          storage & 1 ? ArrayBox::link(arrayNode(storage)) : ObjectBox::link(objectNode(storage));
+      destroyStorage(storage, 0, deeper);
+    }
+  }
+  static void destroyStorage(std::uintptr_t storage, int depth, std::uintptr_t& deeper) noexcept {
+    auto destroyChild = [depth, &deeper](TypedJSONContainer& child) {
+      const std::uintptr_t taken = child.takeLast();
+      if (taken == 0) return;
+      if (depth + 1 < kRecursionDepth) {
+        destroyStorage(taken, depth + 1, deeper);
+      } else if (taken & 1) {
+        ArrayBox::setLink(arrayNode(taken), deeper);
+        deeper = taken;
       } else {
-        auto* node = reinterpret_cast<typename ObjectBox::Node*>(pending);
-        pending = ObjectBox::link(node);
-        for (Member& m : ObjectBox::payload(node)) m.second.takeLast(pending);
-        ObjectBox::destroy(node);
+        ObjectBox::setLink(objectNode(taken), deeper);
+        deeper = taken;
       }
+    };
+    if (storage & 1) {
+      typename ArrayBox::Node* node = arrayNode(storage);
+      for (TypedJSONContainer& e : ArrayBox::payload(node)) destroyChild(e);
+      ArrayBox::destroy(node);
+    } else {
+      typename ObjectBox::Node* node = objectNode(storage);
+      for (Member& m : ObjectBox::payload(node)) destroyChild(m.second);
+      ObjectBox::destroy(node);
     }
   }
 
   // Whether `a` and `b` have the same cases, keys and (by `leavesMatch`)
   // leaves. Exactly (kRough false): arrays of one length, and shared storage
-  // matches unread. Roughly: arrays match on the elements both have.
+  // matches unread. Roughly: arrays match on the elements both have. Pairs
+  // kRecursionDepth levels down are compared after the rest, from a list.
   template <bool kRough, class LeavesMatch>
   static bool match(const TypedJSONContainer& a, const TypedJSONContainer& b,
-                    const LeavesMatch& leavesMatch, int depth = 0) {
-    if (depth == kRecursionDepth) return matchDeep<kRough>(a, b, leavesMatch);
-    std::size_t count;
-    if (!matchNode<kRough>(a, b, leavesMatch, count)) return false;
-    for (std::size_t i = 0; i < count; ++i) {
-      const auto [x, y] = childPair(a, b, i);
-      if (!x || !match<kRough>(*x, *y, leavesMatch, depth + 1)) return false;
+                    const LeavesMatch& leavesMatch) {
+    MatchWalk<LeavesMatch> walk{leavesMatch, {}};
+    if (!matchAt<kRough>(a, b, walk, 0)) return false;
+    while (!walk.deeper.empty()) {
+      const auto [x, y] = walk.deeper.back();
+      walk.deeper.pop_back();
+      if (!matchAt<kRough>(*x, *y, walk, 0)) return false;
     }
     return true;
   }
+  template <class LeavesMatch>
+  struct MatchWalk {
+    LeavesMatch leavesMatch;
+    std::vector<std::pair<const TypedJSONContainer*, const TypedJSONContainer*>> deeper;
+  };
+  // As `match`, `depth` levels down, leaving pairs further down on the walk's
+  // `deeper` list (as matching for now).
   template <bool kRough, class LeavesMatch>
-  static bool matchDeep(const TypedJSONContainer& a, const TypedJSONContainer& b,
-                        const LeavesMatch& leavesMatch) {
-    struct Frame {
-      const TypedJSONContainer* a;
-      const TypedJSONContainer* b;
-      std::size_t next;
-      std::size_t count;
-    };
-    std::size_t count;
-    if (!matchNode<kRough>(a, b, leavesMatch, count)) return false;
-    std::vector<Frame> stack;
-    if (count != 0) stack.push_back({&a, &b, 0, count});
-    while (!stack.empty()) {
-      Frame& top = stack.back();
-      if (top.next == top.count) {
-        stack.pop_back();
-        continue;
-      }
-      const auto [x, y] = childPair(*top.a, *top.b, top.next++);
-      if (!x || !matchNode<kRough>(*x, *y, leavesMatch, count)) return false;
-      if (count != 0) stack.push_back({x, y, 0, count});
-    }
-    return true;
-  }
-  // Compares two nodes short of their children; when they match, `count` is
-  // the number of child pairs left to compare.
-  template <bool kRough, class LeavesMatch>
-  static bool matchNode(const TypedJSONContainer& a, const TypedJSONContainer& b,
-                        const LeavesMatch& leavesMatch, std::size_t& count) {
-    count = 0;
+  static bool matchAt(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                      MatchWalk<LeavesMatch>& walk, int depth) {
     if (a.payload_.index() != b.payload_.index()) return false;
     switch (a.payload_.index()) {
       case 0: {
-        const ObjectBox& lhs = std::get<0>(a.payload_);
-        const ObjectBox& rhs = std::get<0>(b.payload_);
+        const ObjectBox& lhs = *std::get_if<0>(&a.payload_);
+        const ObjectBox& rhs = *std::get_if<0>(&b.payload_);
         if (!kRough && lhs.sharesWith(rhs)) return true;
-        if (lhs.read().size() != rhs.read().size()) return false;
-        count = lhs.read().size();
+        const Members& l = lhs.read();
+        const Members& r = rhs.read();
+        if (l.size() != r.size()) return false;
+        if (depth == kRecursionDepth && !l.empty()) {
+          walk.deeper.emplace_back(&a, &b);
+          return true;
+        }
+        // Both sorted with unique keys and of one size: the same keys exactly
+        // when they match pairwise.
+        for (std::size_t i = 0; i < l.size(); ++i) {
+          if (l[i].first != r[i].first) return false;
+          if (!matchChild<kRough>(l[i].second, r[i].second, walk, depth + 1)) {
+            return false;
+          }
+        }
         return true;
       }
       case 1: {
-        const ArrayBox& lhs = std::get<1>(a.payload_);
-        const ArrayBox& rhs = std::get<1>(b.payload_);
+        const ArrayBox& lhs = *std::get_if<1>(&a.payload_);
+        const ArrayBox& rhs = *std::get_if<1>(&b.payload_);
         if (!kRough && lhs.sharesWith(rhs)) return true;
-        if (!kRough && lhs.read().size() != rhs.read().size()) return false;
-        count = std::min(lhs.read().size(), rhs.read().size());
+        const Elements& l = lhs.read();
+        const Elements& r = rhs.read();
+        if (!kRough && l.size() != r.size()) return false;
+        const std::size_t count = std::min(l.size(), r.size());
+        if (depth == kRecursionDepth && count != 0) {
+          walk.deeper.emplace_back(&a, &b);
+          return true;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+          if (!matchChild<kRough>(l[i], r[i], walk, depth + 1)) return false;
+        }
         return true;
       }
       case 2:
-        return leavesMatch(*a.leaf(), *b.leaf());
+        return walk.leavesMatch(*a.leaf(), *b.leaf());
       default:
         return true;
     }
   }
-  // The i-th members or elements of two objects or arrays; nulls when the
-  // members' keys differ. (Objects of one size are sorted and have unique
-  // keys: they have the same keys exactly when they match pairwise.)
-  static std::pair<const TypedJSONContainer*, const TypedJSONContainer*> childPair(
-      const TypedJSONContainer& a, const TypedJSONContainer& b, std::size_t i) noexcept {
-    if (const Members* lhs = a.members()) {
-      const Member& l = (*lhs)[i];
-      const Member& r = (*b.members())[i];
-      if (l.first != r.first) return {nullptr, nullptr};
-      return {&l.second, &r.second};
-    }
-    return {&(*a.elements())[i], &(*b.elements())[i]};
+
+  // As matchAt, with two leaves (most members and elements) compared here.
+  template <bool kRough, class LeavesMatch>
+  static bool matchChild(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                         MatchWalk<LeavesMatch>& walk, int depth) {
+    const T* x = a.leaf();
+    const T* y = b.leaf();
+    if (x && y) return walk.leavesMatch(*x, *y);
+    return matchAt<kRough>(a, b, walk, depth);
   }
 
   static std::size_t mix(std::size_t h, std::size_t v) noexcept {
@@ -467,14 +492,24 @@ class TypedJSONContainer {
   // The hash: the case, then each member's key and hash or each element's
   // hash in order, or the leaf's hash.
   std::size_t hashAt(int depth) const {
-    if (depth == kRecursionDepth) return hashDeep();
     std::size_t count;
     std::size_t h = hashHead(count);
-    for (std::size_t i = 0; i < count; ++i) {
-      const TypedJSONContainer& child = hashChild(i, h);
-      h = mix(h, child.hashAt(depth + 1));
+    if (count == 0) return h;
+    if (depth == kRecursionDepth) return hashDeep();
+    if (const Members* all = members()) {
+      for (const Member& m : *all) {
+        h = mix(h, std::hash<std::string>()(m.first));
+        h = mix(h, m.second.hashChildAt(depth + 1));
+      }
+      return h;
     }
+    for (const TypedJSONContainer& e : *elements()) h = mix(h, e.hashChildAt(depth + 1));
     return h;
+  }
+  // As hashAt, with a leaf (most members and elements) hashed here.
+  std::size_t hashChildAt(int depth) const {
+    if (const T* v = leaf()) return mix(2, std::hash<T>()(*v));
+    return hashAt(depth);
   }
   std::size_t hashDeep() const {
     struct Frame {
