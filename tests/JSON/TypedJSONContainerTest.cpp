@@ -32,8 +32,12 @@ const std::pair<const char*, TypedJSON> kShapes[] = {
     {"null", TypedJSON()},
 };
 
-TEST(TypedJSONContainerTest, SubscriptReadFindsMembersOfObjectsOnly) {
+TEST(TypedJSONContainerTest, ReadsAnswerForTheirOwnCaseOnly) {
   for (const auto& [name, shape] : kShapes) {
+    EXPECT_EQ(shape.members() != nullptr, shape.kind() == Kind::object) << name;
+    EXPECT_EQ(shape.elements() != nullptr, shape.kind() == Kind::array) << name;
+    EXPECT_EQ(shape.leaf() != nullptr, shape.kind() == Kind::value) << name;
+    EXPECT_EQ(shape.value().has_value(), shape.kind() == Kind::value) << name;
     std::optional<TypedJSON> a = shape["a"];
     if (shape.isObject()) {
       EXPECT_EQ(a, TypedJSON(1)) << name;
@@ -46,6 +50,9 @@ TEST(TypedJSONContainerTest, SubscriptReadFindsMembersOfObjectsOnly) {
   const TypedJSON withNull = parse(R"({"n":null})");
   EXPECT_EQ(withNull["n"], TypedJSON());  // present and null is not absent
   EXPECT_EQ(withNull["N"], std::nullopt);
+  EXPECT_EQ(TypedJSON("a").value(), TypedJSONValue("a"));
+  EXPECT_EQ(TypedJSON(nullptr).kind(), Kind::null);
+  EXPECT_EQ(TypedJSON(0).kind(), Kind::value);
 }
 
 TEST(TypedJSONContainerTest, SubscriptWriteSetsAndRemovesOnObjectsAndIsIgnoredElsewhere) {
@@ -287,18 +294,6 @@ TEST(TypedJSONContainerTest, TreesOfAnyDepthAreDestroyedComparedHashedAndCopied)
     EXPECT_EQ(parse(text(deepest)), deepest);
     EXPECT_THROW(JSONEncoder().encode(chain(objects, limit + 1, 1.0)), EncodingError);
   }
-}
-
-TEST(TypedJSONContainerTest, AccessorsAnswerForTheirOwnCaseOnly) {
-  for (const auto& [name, shape] : kShapes) {
-    EXPECT_EQ(shape.members() != nullptr, shape.kind() == Kind::object) << name;
-    EXPECT_EQ(shape.elements() != nullptr, shape.kind() == Kind::array) << name;
-    EXPECT_EQ(shape.leaf() != nullptr, shape.kind() == Kind::value) << name;
-    EXPECT_EQ(shape.value().has_value(), shape.kind() == Kind::value) << name;
-  }
-  EXPECT_EQ(TypedJSON("a").value(), TypedJSONValue("a"));
-  EXPECT_EQ(TypedJSON(nullptr).kind(), Kind::null);
-  EXPECT_EQ(TypedJSON(0).kind(), Kind::value);
 }
 
 }  // namespace
