@@ -1,7 +1,7 @@
 // A ~50 KB catalog read into the typed JSON tree and written back to bytes,
 // against Boost.JSON parsing the same bytes into its own tree and serializing
-// it; plus the tree's own walks (equality, tolerant comparison, copy and
-// rewrite of one member) for reference.
+// it; plus the tree's own walks (equality and hashing, tolerant comparison,
+// copy and rewrite of one member) for reference.
 #include <benchmark/benchmark.h>
 
 #include <boost/json/parse.hpp>
@@ -101,6 +101,16 @@ void BM_TypedJSONRoughlyEqual(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(tree.roughlyEqual(other, 1e-9));
 }
 BENCHMARK(BM_TypedJSONRoughlyEqual);
+
+void BM_TypedJSONEqualAndHash(benchmark::State& state) {
+  const TypedJSON& tree = catalogTree();
+  const TypedJSON other = zorlan::JSONDecoder().decode<TypedJSON>(catalogText());
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(tree == other);
+    benchmark::DoNotOptimize(tree.hashValue());
+  }
+}
+BENCHMARK(BM_TypedJSONEqualAndHash);
 
 }  // namespace
 

@@ -8,43 +8,15 @@ namespace zorlan {
 
 namespace {
 
-// Reads one scalar value of well-formed UTF-8 at `at` (advancing past it), or
-// returns false for an ill-formed sequence: the table of well-formed byte
-// sequences of the Unicode standard (no overlong forms, no surrogates, nothing
-// past U+10FFFF).
+// Reads the scalar value of well-formed UTF-8 at `at` (advancing past it), or
+// returns false for an ill-formed sequence.
 bool nextScalar(std::string_view text, std::size_t& at, char32_t& scalar) {
-  auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  unsigned char b0 = byte(at);
-  if (b0 < 0x80) {
-    scalar = b0;
-    at += 1;
-    return true;
-  }
-  std::size_t length;
-  unsigned char low = 0x80;
-  unsigned char high = 0xBF;
-  if (b0 >= 0xC2 && b0 <= 0xDF) {
-    length = 2;
-    scalar = b0 & 0x1F;
-  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
-    length = 3;
-    scalar = b0 & 0x0F;
-    if (b0 == 0xE0) low = 0xA0;   // overlong below U+0800
-    if (b0 == 0xED) high = 0x9F;  // surrogates U+D800..U+DFFF
-  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
-    length = 4;
-    scalar = b0 & 0x07;
-    if (b0 == 0xF0) low = 0x90;   // overlong below U+10000
-    if (b0 == 0xF4) high = 0x8F;  // past U+10FFFF
-  } else {
-    return false;
-  }
-  if (text.size() - at < length) return false;
-  for (std::size_t i = 1; i < length; ++i) {
-    unsigned char b = byte(at + i);
-    if (i == 1 ? (b < low || b > high) : (b < 0x80 || b > 0xBF)) return false;
-    scalar = (scalar << 6) | (b & 0x3F);
-  }
+  const auto* p = reinterpret_cast<const unsigned char*>(text.data()) + at;
+  const std::size_t length = unicode::wellFormedUTF8Length(p, p + (text.size() - at));
+  if (length == 0) return false;
+  constexpr unsigned char kLeadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+  scalar = p[0] & kLeadBits[length];
+  for (std::size_t i = 1; i < length; ++i) scalar = (scalar << 6) | (p[i] & 0x3F);
   at += length;
   return true;
 }
@@ -152,31 +124,27 @@ std::optional<std::string> encodeText(std::string_view utf8, StringEncoding enco
   return std::nullopt;
 }
 
-std::optional<std::string> decodeText(std::string_view text, StringEncoding encoding) {
+std::optional<std::string> decodeText(std::string_view bytes, StringEncoding encoding) {
   switch (encoding) {
     case StringEncoding::utf8:
-      return encodeText(text, StringEncoding::utf8);
+      return encodeText(bytes, StringEncoding::utf8);
     case StringEncoding::utf16:
-      if (text.size() >= 2) {
-        auto a = static_cast<unsigned char>(text[0]);
-        auto b = static_cast<unsigned char>(text[1]);
-        if (a == 0xFE && b == 0xFF) return utf16ToUTF8(text.substr(2), /*bigEndian=*/true);
-        if (a == 0xFF && b == 0xFE) return utf16ToUTF8(text.substr(2), /*bigEndian=*/false);
-      }
-      return utf16ToUTF8(text, /*bigEndian=*/true);
+      if (bytes.starts_with("\xFE\xFF")) return utf16ToUTF8(bytes.substr(2), /*bigEndian=*/true);
+      if (bytes.starts_with("\xFF\xFE")) return utf16ToUTF8(bytes.substr(2), /*bigEndian=*/false);
+      return utf16ToUTF8(bytes, /*bigEndian=*/true);
     case StringEncoding::utf16BigEndian:
-      return utf16ToUTF8(text, /*bigEndian=*/true);
+      return utf16ToUTF8(bytes, /*bigEndian=*/true);
     case StringEncoding::utf16LittleEndian:
-      return utf16ToUTF8(text, /*bigEndian=*/false);
+      return utf16ToUTF8(bytes, /*bigEndian=*/false);
     case StringEncoding::ascii:
-      for (char c : text) {
+      for (char c : bytes) {
         if (static_cast<unsigned char>(c) > 0x7F) return std::nullopt;
       }
-      return std::string(text);
+      return std::string(bytes);
     case StringEncoding::isoLatin1: {
       std::string out;
-      out.reserve(text.size() * 2);
-      for (char c : text) unicode::appendUTF8(out, static_cast<unsigned char>(c));
+      out.reserve(bytes.size() * 2);
+      for (char c : bytes) unicode::appendUTF8(out, static_cast<unsigned char>(c));
       return out;
     }
   }

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <string>
 
 #include "zorlan/Coding/JSONDecoder.hpp"
@@ -267,6 +268,45 @@ TEST(JSONConformance, StructuresReadTheirValues) {
   EXPECT_EQ(decode<bool>("true"), true);
   EXPECT_EQ(decode<std::optional<int>>(" null "), std::nullopt);
   EXPECT_EQ(decode<std::string>("\"x\""), "x");
+}
+
+// ---------------------------------------------------------------- encodings
+
+TEST(JSONConformance, UTF16AndUTF32AreToldByAByteOrderMarkOrTheirZeroBytes) {
+  struct Case {
+    const char* name;
+    std::string bytes;
+    std::optional<std::string> read;  // absent: refused
+  };
+  const Case cases[] = {
+      {"UTF-16BE", "\0\"\0\xE9\0\""s, "\xC3\xA9"},
+      {"UTF-16LE", "\"\0\xE9\0\"\0"s, "\xC3\xA9"},
+      {"UTF-16BE, mark", "\xFE\xFF\0\"\0\xE9\0\""s, "\xC3\xA9"},
+      {"UTF-16LE, mark", "\xFF\xFE\"\0\xE9\0\"\0"s, "\xC3\xA9"},
+      {"UTF-32BE", "\0\0\0\"\0\0\0\xE9\0\0\0\""s, "\xC3\xA9"},
+      {"UTF-32LE", "\"\0\0\0\xE9\0\0\0\"\0\0\0"s, "\xC3\xA9"},
+      {"UTF-32BE, mark", "\0\0\xFE\xFF\0\0\0\"\0\0\0\xE9\0\0\0\""s, "\xC3\xA9"},
+      {"UTF-32LE, mark", "\xFF\xFE\0\0\"\0\0\0\xE9\0\0\0\"\0\0\0"s, "\xC3\xA9"},
+      {"UTF-16LE surrogate pair", "\"\0\x3D\xD8\x00\xDE\"\0"s, "\xF0\x9F\x98\x80"},
+      {"odd UTF-16 length", "\0\"\0\xE9\0\"\0"s, std::nullopt},
+      {"unpaired high surrogate", "\0\"\xD8\x3D\0\""s, std::nullopt},
+      {"unpaired low surrogate", "\0\"\xDE\x00\0\""s, std::nullopt},
+      {"UTF-32 past U+10FFFF", "\0\0\0\"\0\x11\0\0\0\0\0\""s, std::nullopt},
+      {"UTF-32 surrogate", "\0\0\0\"\0\0\xD8\0\0\0\0\""s, std::nullopt},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    if (c.read) {
+      EXPECT_EQ(decode<std::string>(c.bytes), *c.read);
+    } else {
+      expectRefused(c.bytes);
+    }
+  }
+  // Two bytes are enough to tell UTF-16.
+  EXPECT_EQ(decode<int>("7\0"s), 7);
+  EXPECT_EQ(decode<int>("\0"
+                        "7"s),
+            7);
 }
 
 // ---------------------------------------------------------------- depth

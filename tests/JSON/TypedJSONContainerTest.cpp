@@ -8,6 +8,7 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/JSON/TypedJSONContainer.hpp"
+#include "zorlan/JSON/TypedJSONRepresentation.hpp"
 
 namespace zorlan {
 namespace {
@@ -31,8 +32,12 @@ const std::pair<const char*, TypedJSON> kShapes[] = {
     {"null", TypedJSON()},
 };
 
-TEST(TypedJSONContainerTest, SubscriptReadFindsMembersOfObjectsOnly) {
+TEST(TypedJSONContainerTest, ReadsAnswerForTheirOwnCaseOnly) {
   for (const auto& [name, shape] : kShapes) {
+    EXPECT_EQ(shape.members() != nullptr, shape.kind() == Kind::object) << name;
+    EXPECT_EQ(shape.elements() != nullptr, shape.kind() == Kind::array) << name;
+    EXPECT_EQ(shape.leaf() != nullptr, shape.kind() == Kind::value) << name;
+    EXPECT_EQ(shape.value().has_value(), shape.kind() == Kind::value) << name;
     std::optional<TypedJSON> a = shape["a"];
     if (shape.isObject()) {
       EXPECT_EQ(a, TypedJSON(1)) << name;
@@ -45,6 +50,9 @@ TEST(TypedJSONContainerTest, SubscriptReadFindsMembersOfObjectsOnly) {
   const TypedJSON withNull = parse(R"({"n":null})");
   EXPECT_EQ(withNull["n"], TypedJSON());  // present and null is not absent
   EXPECT_EQ(withNull["N"], std::nullopt);
+  EXPECT_EQ(TypedJSON("a").value(), TypedJSONValue("a"));
+  EXPECT_EQ(TypedJSON(nullptr).kind(), Kind::null);
+  EXPECT_EQ(TypedJSON(0).kind(), Kind::value);
 }
 
 TEST(TypedJSONContainerTest, SubscriptWriteSetsAndRemovesOnObjectsAndIsIgnoredElsewhere) {
@@ -226,16 +234,66 @@ TEST(TypedJSONContainerTest, EqualityAndHashingGoByCaseThenStructure) {
   EXPECT_EQ(std::hash<TypedJSON>()(TypedJSON(0.0)), std::hash<TypedJSON>()(TypedJSON(-0.0)));
 }
 
-TEST(TypedJSONContainerTest, AccessorsAnswerForTheirOwnCaseOnly) {
-  for (const auto& [name, shape] : kShapes) {
-    EXPECT_EQ(shape.members() != nullptr, shape.kind() == Kind::object) << name;
-    EXPECT_EQ(shape.elements() != nullptr, shape.kind() == Kind::array) << name;
-    EXPECT_EQ(shape.leaf() != nullptr, shape.kind() == Kind::value) << name;
-    EXPECT_EQ(shape.value().has_value(), shape.kind() == Kind::value) << name;
+// `depth` arrays in arrays ([[...[leaf]...]]) or objects in objects
+// ({"k":{"k":...leaf}}), built in code: no decoder limits the depth.
+TypedJSON chain(bool objects, int depth, TypedJSON leaf) {
+  TypedJSON tree = std::move(leaf);
+  for (int i = 0; i < depth; ++i) {
+    tree =
+        objects ? TypedJSON::object({{"k", std::move(tree)}}) : TypedJSON::array({std::move(tree)});
   }
-  EXPECT_EQ(TypedJSON("a").value(), TypedJSONValue("a"));
-  EXPECT_EQ(TypedJSON(nullptr).kind(), Kind::null);
-  EXPECT_EQ(TypedJSON(0).kind(), Kind::value);
+  return tree;
+}
+
+TEST(TypedJSONContainerTest, TreesOfAnyDepthAreDestroyedComparedHashedAndCopied) {
+  constexpr int kDeep = 200'000;
+  struct Bottoms {
+    TypedJSON left, right;
+    bool equal, roughlyEqual;  // within 0.1
+  };
+  const Bottoms pairs[] = {
+      {1.0, 1.0, true, true},
+      {1.0, 1.05, false, true},
+      {TypedJSON::object({{"a", 1}}), TypedJSON::object({{"b", 1}}), false, false},
+      {TypedJSON::array({1}), TypedJSON::array({1, 2}), false, true},
+  };
+  for (bool objects : {false, true}) {
+    SCOPED_TRACE(objects ? "objects" : "arrays");
+    for (const Bottoms& p : pairs) {
+      SCOPED_TRACE(text(p.left) + " vs " + text(p.right));
+      // Built apart: they share nothing.
+      const TypedJSON left = chain(objects, kDeep, p.left);
+      const TypedJSON right = chain(objects, kDeep, p.right);
+      EXPECT_EQ(left == right, p.equal);
+      EXPECT_EQ(left.hashValue() == right.hashValue(), p.equal);
+      EXPECT_EQ(left.roughlyEqual(right, 0.1), p.roughlyEqual);
+    }
+    const TypedJSON a = chain(objects, kDeep, 1.0);
+    const TypedJSON same = chain(objects, kDeep, 1.0);
+    EXPECT_FALSE(a == chain(objects, kDeep - 1, 1.0));
+    EXPECT_FALSE(a.roughlyEqual(chain(objects, kDeep + 1, 1.0), 0.1));
+
+    // A copy changed at the bottom: every level on the way down is unshared.
+    TypedJSON copy = a;
+    TypedJSON* at = &copy;
+    for (int i = 0; i < kDeep; ++i) {
+      at = objects ? at->mutableMember("k") : &at->mutableElements()->front();
+    }
+    *at = TypedJSON(2.0);
+    EXPECT_FALSE(copy == a);
+    EXPECT_TRUE(a == same);
+    copy = a;  // the changed tree goes here, the rest with the copies
+    EXPECT_TRUE(copy == a);
+
+    // Encoding refuses past the depth the decoder reads, with EncodingError.
+    EXPECT_THROW(JSONEncoder().encode(a), EncodingError);
+    EXPECT_THROW(typedJSONRepresentation(a), EncodingError);
+    EXPECT_EQ(a.debugDescription(), "");
+    const int limit = static_cast<int>(kMaxCodingDepth);
+    const TypedJSON deepest = chain(objects, limit, 1.0);
+    EXPECT_EQ(parse(text(deepest)), deepest);
+    EXPECT_THROW(JSONEncoder().encode(chain(objects, limit + 1, 1.0)), EncodingError);
+  }
 }
 
 }  // namespace

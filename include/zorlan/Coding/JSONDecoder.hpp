@@ -20,6 +20,14 @@ boost::json::storage_ptr makeParseArena(std::size_t textSize);
 // codable value from it. Throws DecodingError: `dataCorrupted` with "The given
 // data was not valid JSON." and the parser's error as underlying error when
 // the text is not JSON, or the decoding's own errors.
+//
+// JSON bytes are UTF-8, or UTF-16 or UTF-32 in either byte order: those are
+// told by a byte order mark (FE FF, FF FE, 00 00 FE FF, FF FE 00 00, which is
+// dropped) or else by the zero bytes among the first four, as JSON text
+// begins with ASCII (00 00 00 xx and xx 00 00 00 are UTF-32, 00 xx and xx 00
+// UTF-16, big- and little-endian), and read as the same text in UTF-8. A
+// UTF-8 byte order mark is not JSON. Ill-formed UTF-16 or UTF-32 is
+// dataCorrupted as above, with an illegal_byte_sequence error underneath.
 class JSONDecoder {
  public:
   static constexpr std::size_t kMaxDepth = kMaxCodingDepth;
@@ -53,9 +61,10 @@ class JSONDecoder {
     return Coding<T>::decode(Decoder(json, options));
   }
 
-  // Parses `text` as the decoder does into a tree allocated from `storage`
-  // (the default resource unless given). Throws DecodingError.dataCorrupted.
-  static boost::json::value parse(std::string_view text, boost::json::storage_ptr storage = {});
+  // Parses JSON bytes as the decoder does into a tree allocated from
+  // `storage` (the default resource unless given). Throws
+  // DecodingError.dataCorrupted.
+  static boost::json::value parse(std::string_view bytes, boost::json::storage_ptr storage = {});
 };
 
 }  // namespace zorlan

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <new>
@@ -68,10 +69,12 @@ struct TypedJSONLeafDecoding<TypedJSONValue> {
 // copies until one of them changes (copying is O(1)), so walking a tree,
 // handing out subtrees and rewriting a few members of a large document stay
 // cheap. Equal and hashed by structure (case first, then payload; objects as
-// unordered maps, arrays in order) when T is. Operations recurse into the
-// tree: a tree read by the decoders is at most kMaxCodingDepth deep.
-// Thread safety is that of a value: distinct copies may be used on distinct
-// threads, even when they share storage.
+// unordered maps, arrays in order) when T is. Trees of any depth can be
+// built in code: destroying, copying, changing, comparing and hashing them
+// take no more stack for deep trees than for shallow ones. Encoding refuses
+// trees nested deeper than kMaxCodingDepth (the decoders could not read them
+// back) with EncodingError.invalidValue. Thread safety is that of a value: distinct copies may be
+// used on distinct threads, even when they share storage.
 template <class T>
 class TypedJSONContainer {
  public:
@@ -257,79 +260,17 @@ class TypedJSONContainer {
   // roughly equal to any longer array it starts; two leaves by T's rule; two
   // nulls always; different cases never.
   bool roughlyEqual(const TypedJSONContainer& other, double within) const requires RoughlyEqual<T> {
-    if (payload_.index() != other.payload_.index()) return false;
-    switch (payload_.index()) {
-      case 0: {
-        const Members& lhs = *members();
-        const Members& rhs = *other.members();
-        if (lhs.size() != rhs.size()) return false;
-        // Both sorted with unique keys and of one size: the same keys exactly
-        // when they match pairwise.
-        for (std::size_t i = 0; i < lhs.size(); ++i) {
-          if (lhs[i].first != rhs[i].first) return false;
-          if (!lhs[i].second.roughlyEqual(rhs[i].second, within)) return false;
-        }
-        return true;
-      }
-      case 1: {
-        const Elements& lhs = *elements();
-        const Elements& rhs = *other.elements();
-        const std::size_t count = std::min(lhs.size(), rhs.size());
-        for (std::size_t i = 0; i < count; ++i) {
-          if (!lhs[i].roughlyEqual(rhs[i], within)) return false;
-        }
-        return true;
-      }
-      case 2:
-        return RoughlyEqualTraits<T>::roughlyEqual(*leaf(), *other.leaf(), within);
-      default:
-        return true;
-    }
+    return match</*kRough=*/true>(*this, other, [within](const T& a, const T& b) {
+      return RoughlyEqualTraits<T>::roughlyEqual(a, b, within);
+    });
   }
 
   bool operator==(const TypedJSONContainer& other) const requires std::equality_comparable<T> {
-    if (payload_.index() != other.payload_.index()) return false;
-    switch (payload_.index()) {
-      case 0: {
-        const auto& lhs = std::get<0>(payload_);
-        const auto& rhs = std::get<0>(other.payload_);
-        return lhs.sharesWith(rhs) || lhs.read() == rhs.read();
-      }
-      case 1: {
-        const auto& lhs = std::get<1>(payload_);
-        const auto& rhs = std::get<1>(other.payload_);
-        return lhs.sharesWith(rhs) || lhs.read() == rhs.read();
-      }
-      case 2:
-        return *leaf() == *other.leaf();
-      default:
-        return true;
-    }
+    return match</*kRough=*/false>(*this, other, [](const T& a, const T& b) { return a == b; });
   }
 
   std::size_t hashValue() const requires requires(const T& t) { std::hash<T>()(t); }
-  {
-    constexpr std::size_t kMix = 0x9E3779B97F4A7C15ull;
-    std::size_t h = payload_.index();
-    auto combine = [&h](std::size_t v) { h = (h ^ v) * kMix + (h >> 7); };
-    switch (payload_.index()) {
-      case 0:
-        for (const Member& m : *members()) {
-          combine(std::hash<std::string>()(m.first));
-          combine(m.second.hashValue());
-        }
-        break;
-      case 1:
-        for (const TypedJSONContainer& e : *elements()) combine(e.hashValue());
-        break;
-      case 2:
-        combine(std::hash<T>()(*leaf()));
-        break;
-      default:
-        break;
-    }
-    return h;
-  }
+  { return hashAt(0); }
 
   // Decodes a container, trying at each level in order: an object (every
   // member decoding as a container), an array (every element likewise), a
@@ -343,7 +284,9 @@ class TypedJSONContainer {
     return out;
   }
   // Writes an object as a dictionary of containers, an array as an array of
-  // containers, a leaf as T, null as nil.
+  // containers, a leaf as T, null as nil. Throws EncodingError.invalidValue
+  // for objects and arrays nested deeper than kMaxCodingDepth, and T's own
+  // errors.
   void encode(Encoder& encoder) const requires detail::IsEncodable<T> {
     switch (payload_.index()) {
       case 0: {
@@ -369,8 +312,21 @@ class TypedJSONContainer {
   }
 
  private:
-  using ObjectBox = detail::CopyOnWrite<Members>;
-  using ArrayBox = detail::CopyOnWrite<Elements>;
+  // Storage whose last holder goes is destroyed by destroyStorage.
+  struct DestroyObject {
+    template <class Node>
+    void operator()(Node* node) const noexcept {
+      destroyStorage(reinterpret_cast<std::uintptr_t>(node));
+    }
+  };
+  struct DestroyArray {
+    template <class Node>
+    void operator()(Node* node) const noexcept {
+      destroyStorage(reinterpret_cast<std::uintptr_t>(node) | 1);
+    }
+  };
+  using ObjectBox = detail::CopyOnWrite<Members, DestroyObject>;
+  using ArrayBox = detail::CopyOnWrite<Elements, DestroyArray>;
 
   struct KeyLess {
     bool operator()(const Member& m, std::string_view key) const noexcept { return m.first < key; }
@@ -380,6 +336,235 @@ class TypedJSONContainer {
 
   explicit TypedJSONContainer(ObjectBox box) : payload_(std::in_place_index<0>, std::move(box)) {}
   explicit TypedJSONContainer(ArrayBox box) : payload_(std::in_place_index<1>, std::move(box)) {}
+
+  // How deep comparison and hashing recurse; deeper levels are walked from
+  // lists on the heap.
+  static constexpr int kRecursionDepth = 64;
+
+  // Ends this container's share of its storage. When it was the last share,
+  // returns the storage for destroyStorage (a node pointer with its low bit
+  // set for arrays); otherwise 0.
+  std::uintptr_t takeLast() noexcept {
+    static_assert(alignof(typename ObjectBox::Node) > 1 && alignof(typename ArrayBox::Node) > 1);
+    if (ObjectBox* box = std::get_if<0>(&payload_)) {
+      return reinterpret_cast<std::uintptr_t>(box->takeLast());
+    }
+    if (ArrayBox* box = std::get_if<1>(&payload_)) {
+      if (typename ArrayBox::Node* node = box->takeLast()) {
+        return reinterpret_cast<std::uintptr_t>(node) | 1;
+      }
+    }
+    return 0;
+  }
+  static typename ObjectBox::Node* objectNode(std::uintptr_t storage) noexcept {
+    return reinterpret_cast<typename ObjectBox::Node*>(storage);
+  }
+  static typename ArrayBox::Node* arrayNode(std::uintptr_t storage) noexcept {
+    return reinterpret_cast<typename ArrayBox::Node*>(storage & ~std::uintptr_t{1});
+  }
+  // Destroys taken storage and everything only it holds without deep
+  // recursion: members and elements go before their parent (the order plain
+  // recursion would take, which suits the allocator) down to kRecursionDepth
+  // levels; storage further down waits on a list threaded through the
+  // storage itself and is destroyed the same way after. Allocates nothing.
+  static void destroyStorage(std::uintptr_t storage) noexcept {
+    std::uintptr_t deeper = 0;
+    destroyStorage(storage, 0, deeper);
+    while (deeper != 0) {
+      storage = deeper;
+      deeper =
+          storage & 1 ? ArrayBox::link(arrayNode(storage)) : ObjectBox::link(objectNode(storage));
+      destroyStorage(storage, 0, deeper);
+    }
+  }
+  static void destroyStorage(std::uintptr_t storage, int depth, std::uintptr_t& deeper) noexcept {
+    auto destroyChild = [depth, &deeper](TypedJSONContainer& child) {
+      const std::uintptr_t taken = child.takeLast();
+      if (taken == 0) return;
+      if (depth + 1 < kRecursionDepth) {
+        destroyStorage(taken, depth + 1, deeper);
+      } else if (taken & 1) {
+        ArrayBox::setLink(arrayNode(taken), deeper);
+        deeper = taken;
+      } else {
+        ObjectBox::setLink(objectNode(taken), deeper);
+        deeper = taken;
+      }
+    };
+    if (storage & 1) {
+      typename ArrayBox::Node* node = arrayNode(storage);
+      for (TypedJSONContainer& e : ArrayBox::payload(node)) destroyChild(e);
+      ArrayBox::destroy(node);
+    } else {
+      typename ObjectBox::Node* node = objectNode(storage);
+      for (Member& m : ObjectBox::payload(node)) destroyChild(m.second);
+      ObjectBox::destroy(node);
+    }
+  }
+
+  // Whether `a` and `b` have the same cases, keys and (by `leavesMatch`)
+  // leaves. Exactly (kRough false): arrays of one length, and shared storage
+  // matches unread. Roughly: arrays match on the elements both have. Pairs
+  // kRecursionDepth levels down are compared after the rest, from a list.
+  template <bool kRough, class LeavesMatch>
+  static bool match(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                    const LeavesMatch& leavesMatch) {
+    MatchWalk<LeavesMatch> walk{leavesMatch, {}};
+    if (!matchAt<kRough>(a, b, walk, 0)) return false;
+    while (!walk.deeper.empty()) {
+      const auto [x, y] = walk.deeper.back();
+      walk.deeper.pop_back();
+      if (!matchAt<kRough>(*x, *y, walk, 0)) return false;
+    }
+    return true;
+  }
+  template <class LeavesMatch>
+  struct MatchWalk {
+    LeavesMatch leavesMatch;
+    std::vector<std::pair<const TypedJSONContainer*, const TypedJSONContainer*>> deeper;
+  };
+  // As `match`, `depth` levels down, leaving pairs further down on the walk's
+  // `deeper` list (as matching for now).
+  template <bool kRough, class LeavesMatch>
+  static bool matchAt(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                      MatchWalk<LeavesMatch>& walk, int depth) {
+    if (a.payload_.index() != b.payload_.index()) return false;
+    switch (a.payload_.index()) {
+      case 0: {
+        const ObjectBox& lhs = *std::get_if<0>(&a.payload_);
+        const ObjectBox& rhs = *std::get_if<0>(&b.payload_);
+        if (!kRough && lhs.sharesWith(rhs)) return true;
+        const Members& l = lhs.read();
+        const Members& r = rhs.read();
+        if (l.size() != r.size()) return false;
+        if (depth == kRecursionDepth && !l.empty()) {
+          walk.deeper.emplace_back(&a, &b);
+          return true;
+        }
+        // Both sorted with unique keys and of one size: the same keys exactly
+        // when they match pairwise.
+        for (std::size_t i = 0; i < l.size(); ++i) {
+          if (l[i].first != r[i].first) return false;
+          if (!matchChild<kRough>(l[i].second, r[i].second, walk, depth + 1)) {
+            return false;
+          }
+        }
+        return true;
+      }
+      case 1: {
+        const ArrayBox& lhs = *std::get_if<1>(&a.payload_);
+        const ArrayBox& rhs = *std::get_if<1>(&b.payload_);
+        if (!kRough && lhs.sharesWith(rhs)) return true;
+        const Elements& l = lhs.read();
+        const Elements& r = rhs.read();
+        if (!kRough && l.size() != r.size()) return false;
+        const std::size_t count = std::min(l.size(), r.size());
+        if (depth == kRecursionDepth && count != 0) {
+          walk.deeper.emplace_back(&a, &b);
+          return true;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+          if (!matchChild<kRough>(l[i], r[i], walk, depth + 1)) return false;
+        }
+        return true;
+      }
+      case 2:
+        return walk.leavesMatch(*a.leaf(), *b.leaf());
+      default:
+        return true;
+    }
+  }
+
+  // As matchAt, with two leaves (most members and elements) compared here.
+  template <bool kRough, class LeavesMatch>
+  static bool matchChild(const TypedJSONContainer& a, const TypedJSONContainer& b,
+                         MatchWalk<LeavesMatch>& walk, int depth) {
+    const T* x = a.leaf();
+    const T* y = b.leaf();
+    if (x && y) return walk.leavesMatch(*x, *y);
+    return matchAt<kRough>(a, b, walk, depth);
+  }
+
+  static std::size_t mix(std::size_t h, std::size_t v) noexcept {
+    constexpr std::size_t kMix = 0x9E3779B97F4A7C15ull;
+    return (h ^ v) * kMix + (h >> 7);
+  }
+  // The hash: the case, then each member's key and hash or each element's
+  // hash in order, or the leaf's hash.
+  std::size_t hashAt(int depth) const {
+    std::size_t count;
+    std::size_t h = hashHead(count);
+    if (count == 0) return h;
+    if (depth == kRecursionDepth) return hashDeep();
+    if (const Members* all = members()) {
+      for (const Member& m : *all) {
+        h = mix(h, std::hash<std::string>()(m.first));
+        h = mix(h, m.second.hashChildAt(depth + 1));
+      }
+      return h;
+    }
+    for (const TypedJSONContainer& e : *elements()) h = mix(h, e.hashChildAt(depth + 1));
+    return h;
+  }
+  // As hashAt, with a leaf (most members and elements) hashed here.
+  std::size_t hashChildAt(int depth) const {
+    if (const T* v = leaf()) return mix(2, std::hash<T>()(*v));
+    return hashAt(depth);
+  }
+  std::size_t hashDeep() const {
+    struct Frame {
+      const TypedJSONContainer* node;
+      std::size_t next;
+      std::size_t count;
+      std::size_t hash;
+    };
+    std::size_t count;
+    const std::size_t head = hashHead(count);
+    if (count == 0) return head;
+    std::vector<Frame> stack{{this, 0, count, head}};
+    for (;;) {
+      Frame& top = stack.back();
+      if (top.next == top.count) {
+        const std::size_t done = top.hash;
+        stack.pop_back();
+        if (stack.empty()) return done;
+        stack.back().hash = mix(stack.back().hash, done);
+        continue;
+      }
+      const TypedJSONContainer& child = top.node->hashChild(top.next++, top.hash);
+      const std::size_t childHead = child.hashHead(count);
+      if (count != 0) {
+        stack.push_back({&child, 0, count, childHead});
+      } else {
+        top.hash = mix(top.hash, childHead);
+      }
+    }
+  }
+  // The hash of this node short of its members or elements, and their number.
+  std::size_t hashHead(std::size_t& count) const {
+    count = 0;
+    switch (payload_.index()) {
+      case 0:
+        count = members()->size();
+        return 0;
+      case 1:
+        count = elements()->size();
+        return 1;
+      case 2:
+        return mix(2, std::hash<T>()(*leaf()));
+      default:
+        return 3;
+    }
+  }
+  // The i-th member or element, having mixed a member's key into `h`.
+  const TypedJSONContainer& hashChild(std::size_t i, std::size_t& h) const {
+    if (const Members* all = members()) {
+      const Member& m = (*all)[i];
+      h = mix(h, std::hash<std::string>()(m.first));
+      return m.second;
+    }
+    return (*elements())[i];
+  }
 
   static typename Members::const_iterator find(const Members& all, std::string_view key) noexcept {
     auto it = std::lower_bound(all.begin(), all.end(), key, KeyLess());

@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace zorlan::detail {
@@ -12,7 +14,11 @@ namespace zorlan::detail {
 // takes no allocation. Copies may be used and destroyed on different threads
 // (the count is atomic); one holder is not thread-safe to write while it is
 // read, like any value. `Payload` may be incomplete where this is declared.
-template <class Payload>
+//
+// The holder that ends the last share calls `DestroyLast()(node)` with the
+// node, when given, to destroy it instead of deleting it (trees of holders
+// use it to take themselves apart without recursion; see takeLast).
+template <class Payload, class DestroyLast = void>
 class CopyOnWrite {
  public:
   CopyOnWrite() noexcept = default;
@@ -55,19 +61,44 @@ class CopyOnWrite {
     return node_ == other.node_ && node_ != nullptr;
   }
 
- private:
+  // Taking trees apart without recursion, for payloads that hold further
+  // holders: `takeLast` ends this holder's share like destruction does, but
+  // when it was the last share the payload is not destroyed: its node is
+  // returned (null otherwise). The owner of a node (from here or given to
+  // DestroyLast) may keep it on a list through `link` / `setLink` (a taken
+  // node's count is free for that), take its payload's own holders, then
+  // `destroy` it.
   struct Node {
-    std::atomic<std::size_t> refs;
+    std::atomic<std::uintptr_t> refs;
     Payload payload;
   };
+  Node* takeLast() noexcept {
+    Node* node = std::exchange(node_, nullptr);
+    return node && node->refs.fetch_sub(1, std::memory_order_acq_rel) == 1 ? node : nullptr;
+  }
+  static Payload& payload(Node* node) noexcept { return node->payload; }
+  static std::uintptr_t link(const Node* node) noexcept {
+    return node->refs.load(std::memory_order_relaxed);
+  }
+  static void setLink(Node* node, std::uintptr_t link) noexcept {
+    node->refs.store(link, std::memory_order_relaxed);
+  }
+  static void destroy(Node* node) noexcept { delete node; }
 
+ private:
   static const Payload& empty() noexcept {
     static const Payload kEmpty{};
     return kEmpty;
   }
 
   void release() noexcept {
-    if (node_ && node_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) delete node_;
+    if (node_ && node_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+      if constexpr (std::is_void_v<DestroyLast>) {
+        delete node_;
+      } else {
+        DestroyLast()(node_);
+      }
+    }
     node_ = nullptr;
   }
 
