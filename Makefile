@@ -3,7 +3,7 @@ JOBS ?= 2
 WERROR ?= $(if $(CI),ON,OFF)
 CMAKE_COMMON = -DZORLAN_WERROR=$(WERROR)
 
-.PHONY: all demo test tsan bench bench-smoke clang package-check fuzz format deps clean
+.PHONY: all demo test tsan bench bench-smoke clang package-check coverage fuzz format deps clean
 
 all: test
 
@@ -62,6 +62,18 @@ package-check: deps
 	cmake -S examples/consumer -B build/consumer -DCMAKE_PREFIX_PATH=$(CURDIR)/build/prefix >/dev/null
 	cmake --build build/consumer -j$(JOBS)
 	LD_LIBRARY_PATH=$(CURDIR)/build/prefix/lib ./build/consumer/consumer
+
+# Line and branch coverage of the library (src/ and include/) by the tests.
+coverage: deps
+	cmake -S . -B build/coverage -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS="--coverage" \
+	  -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF \
+	  $(CMAKE_COMMON) >/dev/null
+	find build/coverage -name '*.gcda' -delete
+	cmake --build build/coverage -j$(JOBS)
+	cd build/coverage && ctest -j$(JOBS) --no-tests=error --timeout 300 >/dev/null
+	gcovr -r . --object-directory build/coverage --filter 'src/' --filter 'include/' \
+	  --exclude-unreachable-branches --exclude-throw-branches \
+	  --txt build/coverage/coverage.txt --print-summary
 
 # libFuzzer targets built with Clang, ASan and UBSan; each runs FUZZ_SECONDS.
 FUZZ_SECONDS ?= 60
