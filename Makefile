@@ -18,7 +18,7 @@ demo: deps
 
 # Builds with AddressSanitizer and UndefinedBehaviorSanitizer and runs every test.
 test: deps
-	cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=Debug -DZORLAN_SANITIZE=address,undefined \
+	cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=Debug -DZORLAN_SANITIZE=address,undefined,float-cast-overflow \
 	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" $(CMAKE_COMMON) >/dev/null
 	cmake --build build/asan -j$(JOBS)
 	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \

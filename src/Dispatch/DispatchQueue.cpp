@@ -19,12 +19,17 @@ using detail::QueueImpl;
 
 const char* globalLabel(DispatchQoS qos) {
   switch (qos) {
-    case DispatchQoS::background: return "com.apple.root.background-qos";
-    case DispatchQoS::utility: return "com.apple.root.utility-qos";
-    case DispatchQoS::userInitiated: return "com.apple.root.user-initiated-qos";
-    case DispatchQoS::userInteractive: return "com.apple.root.user-interactive-qos";
+    case DispatchQoS::background:
+      return "com.apple.root.background-qos";
+    case DispatchQoS::utility:
+      return "com.apple.root.utility-qos";
+    case DispatchQoS::userInitiated:
+      return "com.apple.root.user-initiated-qos";
+    case DispatchQoS::userInteractive:
+      return "com.apple.root.user-interactive-qos";
     case DispatchQoS::standard:
-    case DispatchQoS::unspecified: break;
+    case DispatchQoS::unspecified:
+      break;
   }
   return "com.apple.root.default-qos";
 }
@@ -94,9 +99,9 @@ std::shared_ptr<const void> DispatchQueue::getSpecificRaw(std::uint64_t key) con
 }
 
 std::shared_ptr<const void> DispatchQueue::currentSpecificRaw(std::uint64_t key) {
-  const auto& running = detail::runningQueues();
-  if (running.empty()) return nullptr;
-  for (const QueueImpl* q = running.back(); q; q = q->target.get()) {
+  const detail::RunningFrame* frame = detail::innermostFrame();
+  if (!frame) return nullptr;
+  for (const QueueImpl* q = frame->queue; q; q = q->target.get()) {
     if (auto value = q->specific(key)) return value;
   }
   return nullptr;

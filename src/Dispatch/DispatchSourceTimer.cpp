@@ -17,18 +17,28 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
     });
   }
 
-  // Runs the handler, then arms the next firing, so that one timer's
-  // firings never overlap, even on a concurrent queue.
+  // Runs the handler, then arms the next firing. While a firing runs,
+  // nothing else is armed (`schedule` leaves the arming of its new deadline
+  // to the firing), so one timer's firings never overlap, even on a
+  // concurrent queue.
   void fire(DispatchTime firedAt, std::uint64_t forGeneration) {
     std::function<void()> toRun;
     {
       std::lock_guard lock(mutex);
       if (cancelled || forGeneration != generation) return;
+      firing = true;
       toRun = handler;
     }
     if (toRun) toRun();
+    toRun = nullptr;  // before locking: it may own the timer (see `cancel`)
     std::lock_guard lock(mutex);
-    if (cancelled || forGeneration != generation || interval.isNever()) return;
+    firing = false;
+    if (cancelled) return;
+    if (forGeneration != generation) {  // rescheduled meanwhile
+      if (deadline != DispatchTime::distantFuture()) arm(deadline, generation);
+      return;
+    }
+    if (interval.isNever()) return;
     arm(nextDeadline(firedAt), generation);
   }
 
@@ -41,8 +51,8 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
     if (next > now || next == DispatchTime::distantFuture()) return next;
     const std::int64_t behind = now.uptimeNanoseconds() - fired.uptimeNanoseconds();
     const std::int64_t periods = behind / interval.count() + 1;
-    return fired + DispatchTimeInterval::nanoseconds(
-                       detail::saturatingScale(periods, interval.count()));
+    return fired +
+           DispatchTimeInterval::nanoseconds(detail::saturatingScale(periods, interval.count()));
   }
 
   DispatchQueue queue;
@@ -52,6 +62,7 @@ struct DispatchSourceTimer::State : std::enable_shared_from_this<State> {
   DispatchTimeInterval interval = DispatchTimeInterval::never();
   bool resumed = false;
   bool cancelled = false;
+  bool firing = false;  // the handler is running
   std::uint64_t generation = 0;
 };
 
@@ -68,7 +79,8 @@ void DispatchSourceTimer::schedule(DispatchTime deadline, DispatchTimeInterval r
   state_->deadline = deadline;
   state_->interval = repeating;
   ++state_->generation;
-  if (state_->resumed && !state_->cancelled && deadline != DispatchTime::distantFuture()) {
+  if (state_->resumed && !state_->cancelled && !state_->firing &&
+      deadline != DispatchTime::distantFuture()) {
     state_->arm(deadline, state_->generation);
   }
 }
@@ -88,8 +100,10 @@ void DispatchSourceTimer::resume() {
 }
 
 void DispatchSourceTimer::cancel() {
+  std::function<void()> handler;  // released after unlocking: it may own this timer
   std::lock_guard lock(state_->mutex);
   state_->cancelled = true;
+  handler = std::move(state_->handler);
   state_->handler = nullptr;
 }
 

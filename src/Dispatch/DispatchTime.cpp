@@ -24,9 +24,14 @@ DispatchTime DispatchTime::now() noexcept {
 void DispatchClock::useManualClock(DispatchTime start) noexcept {
   gManualNow.store(start.uptimeNanoseconds(), std::memory_order_release);
   gManual.store(true, std::memory_order_release);
+  detail::mainQueueImpl()->wakeMain();
 }
 
-void DispatchClock::useSystemClock() noexcept { gManual.store(false, std::memory_order_release); }
+void DispatchClock::useSystemClock() noexcept {
+  gManual.store(false, std::memory_order_release);
+  // A host blocked in `MainRunLoop::run()` measures its delayed work again.
+  detail::mainQueueImpl()->wakeMain();
+}
 
 bool DispatchClock::isManual() noexcept { return gManual.load(std::memory_order_acquire); }
 

@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <exception>
 #include <string>
+#include <utility>
+
+#if defined(__linux__)
+#include <unistd.h>
+#endif
 
 #include "Platform/HotPath.hpp"
 #include "zorlan/Platform/Precondition.hpp"
@@ -12,6 +17,11 @@ namespace {
 
 // Items a serial queue runs before yielding its pool thread to other work.
 constexpr int kDrainBatch = 1024;
+
+// Plain pointers, never destroyed (see `innermostFrame`).
+thread_local RunningFrame* tInnermost ZORLAN_HOT_THREAD_LOCAL = nullptr;
+// The `sync` caller on whose behalf this thread drains a root (`helpDrain`).
+thread_local SyncWaiter* tHelping ZORLAN_HOT_THREAD_LOCAL = nullptr;
 
 [[noreturn]] void uncaught(const std::string& label) {
   std::string what = "unknown exception";
@@ -25,34 +35,28 @@ constexpr int kDrainBatch = 1024;
   ZORLAN_FATAL(message);
 }
 
-// Marks the calling thread as running `queue` and the serial queues it
-// targets, so that a nested `sync` onto any of them is caught and specifics
-// are found through them.
-class ChainScope {
+// Marks the calling thread as draining on behalf of `waiter`.
+class HelpingScope {
  public:
-  explicit ChainScope(QueueImpl* queue) {
-    std::vector<QueueImpl*> chain;
-    for (QueueImpl* q = queue; q && q->kind != QueueImpl::Kind::global; q = q->target.get()) {
-      chain.push_back(q);
-    }
-    auto& running = runningQueues();
-    pushed_ = chain.size();
-    for (auto it = chain.rbegin(); it != chain.rend(); ++it) running.push_back(*it);
-  }
-  ~ChainScope() {
-    auto& running = runningQueues();
-    running.resize(running.size() - pushed_);
-  }
-  ChainScope(const ChainScope&) = delete;
-  ChainScope& operator=(const ChainScope&) = delete;
+  explicit HelpingScope(SyncWaiter* waiter) noexcept : outer_(std::exchange(tHelping, waiter)) {}
+  ~HelpingScope() { tHelping = outer_; }
+  HelpingScope(const HelpingScope&) = delete;
+  HelpingScope& operator=(const HelpingScope&) = delete;
 
  private:
-  std::size_t pushed_;
+  SyncWaiter* outer_;
 };
 
-void waitForTurn(SyncWaiter& waiter) {
-  std::unique_lock lock(waiter.mutex);
-  waiter.changed.wait(lock, [&] { return waiter.turn; });
+// Runs a waiting caller's work where the calling thread, draining on its
+// behalf, reached its place: the thread already holds the chain.
+void runOnBehalf(SyncWaiter& waiter) {
+  try {
+    waiter.call(waiter.context);
+  } catch (...) {
+    waiter.failure = std::current_exception();
+  }
+  std::lock_guard lock(waiter.mutex);
+  waiter.done = true;
 }
 
 void signalDone(SyncWaiter& waiter) {
@@ -63,12 +67,25 @@ void signalDone(SyncWaiter& waiter) {
   waiter.changed.notify_all();
 }
 
+bool inChain(const QueueImpl* queue, const QueueImpl* chainStart) {
+  for (const QueueImpl* q = chainStart; q; q = q->target.get()) {
+    if (q == queue) return true;
+  }
+  return false;
+}
+
+// The calling thread is the process's first thread.
+bool onFirstThread() {
+#if defined(__linux__)
+  return ::gettid() == ::getpid();
+#else
+  return false;
+#endif
+}
+
 }  // namespace
 
-ZORLAN_HOT std::vector<QueueImpl*>& runningQueues() {
-  thread_local std::vector<QueueImpl*> running ZORLAN_HOT_THREAD_LOCAL;
-  return running;
-}
+ZORLAN_HOT RunningFrame*& innermostFrame() noexcept { return tInnermost; }
 
 const std::shared_ptr<QueueImpl>& mainQueueImpl() {
   // Kept for the life of the process, like the queues' thread pool.
@@ -83,7 +100,12 @@ QueueImpl::QueueImpl(Kind kind, std::string label, DispatchQoS qos,
       label(std::move(label)),
       qos(qos),
       target(std::move(target)),
-      handsOffFreely_(kind == Kind::serial && this->target->kind == Kind::global) {}
+      handsOffFreely_(kind == Kind::serial && this->target->kind == Kind::global),
+      root_([this]() -> QueueImpl* {
+        if (this->kind == Kind::global) return nullptr;
+        if (!this->target || this->target->kind == Kind::global) return this;
+        return this->target->root_;
+      }()) {}
 
 void QueueImpl::runWork(std::function<void()>& work) {
   try {
@@ -124,6 +146,15 @@ void QueueImpl::postDrain(std::unique_lock<std::mutex>& lock) {
   if (handsOffFreely()) {
     posted_ = true;
     const std::uint64_t ticket = ++ticket_;
+    // Callers blocked on this chain may take the drain over before a pool
+    // thread starts it (all pool threads may be among them).
+    for (SyncWaiter* helper : helpers_) {
+      {
+        std::lock_guard helperLock(helper->mutex);
+        helper->help = true;
+      }
+      helper->changed.notify_all();
+    }
     lock.unlock();
     postToPool([self = shared_from_this(), ticket] { self->drain(ticket); });
   } else {
@@ -173,27 +204,26 @@ void QueueImpl::drain(std::uint64_t ticket) {
 }
 
 // A drain running as an item of a serial target: the target stays held while
-// a `sync` caller of this queue runs, so their work never overlaps.
+// a `sync` caller of this queue runs, so their work never overlaps. A thread
+// draining for a caller runs that caller's work itself, then stops.
 void QueueImpl::drainTarget() {
   RunningScope scope(this);
-  for (int ran = 0; ran < kDrainBatch; ++ran) {
-    QueueItem item;
-    {
-      std::lock_guard lock(mutex_);
-      if (items_.empty()) {
-        active_ = false;
-        return;
-      }
-      item = std::move(items_.front());
-      items_.pop_front();
-    }
-    if (item.waiter) {
-      handOverAndWait(*item.waiter);
-    } else {
-      runWork(item.work);
-    }
-  }
+  SyncWaiter* const helping = tHelping;
   std::unique_lock lock(mutex_);
+  for (int ran = 0; ran < kDrainBatch && !items_.empty(); ++ran) {
+    QueueItem item = std::move(items_.front());
+    items_.pop_front();
+    lock.unlock();
+    if (!item.waiter) {
+      runWork(item.work);
+    } else if (item.waiter.get() == helping) {
+      runOnBehalf(*item.waiter);
+    } else {
+      handOverAndWait(*item.waiter);
+    }
+    lock.lock();
+    if (helping && helping->done) break;  // what is left goes back to the target
+  }
   passOwnership(lock);
 }
 
@@ -203,86 +233,54 @@ void QueueImpl::handOverAndWait(SyncWaiter& waiter) {
   waiter.changed.wait(lock, [&] { return waiter.done; });
 }
 
-bool QueueImpl::runAsOwnerUntil(const SyncWaiter* mine) {
-  RunningScope scope(this);
-  std::unique_lock lock(mutex_);
-  while (true) {
-    // `mine` is still queued, so the list is not empty.
-    QueueItem item = std::move(items_.front());
-    items_.pop_front();
-    if (item.waiter.get() == mine) return true;
-    if (item.waiter) {
-      lock.unlock();
-      giveTurn(*item.waiter);
-      return false;
-    }
-    lock.unlock();
-    runWork(item.work);
-    lock.lock();
+void QueueImpl::requireNotHeld(const RunningFrame* frame) const {
+  if (!root_) return;  // a global queue: its work simply runs
+  for (; frame; frame = frame->outer) {
+    if (frame->queue->root_ != root_) continue;
+    // The innermost queue of this chain that the caller holds.
+    const QueueImpl* held = this;
+    while (!inChain(held, frame->queue)) held = held->target.get();
+    std::string message = "sync onto queue \"" + label + "\" from work running on queue \"" +
+                          held->label + "\" would deadlock";
+    ZORLAN_PRECONDITION(false, message);
   }
 }
 
 ZORLAN_HOT void QueueImpl::sync(void (*call)(void*), void* context) {
-  auto& running = runningQueues();
   // A thread that runs no queue's work cannot deadlock here.
-  for (QueueImpl* q = running.empty() ? nullptr : this; q && q->kind != Kind::global;
-       q = q->target.get()) {
-    if (std::find(running.begin(), running.end(), q) != running.end()) {
-      std::string message = "sync onto queue \"" + label + "\" from work running on queue \"" +
-                            q->label + "\" would deadlock";
-      ZORLAN_PRECONDITION(false, message);
-    }
-  }
+  if (const RunningFrame* frame = tInnermost) requireNotHeld(frame);
   if (kind == Kind::global) {
     RunningScope scope(this);
     call(context);
     return;
   }
-  if (kind == Kind::serial && !handsOffFreely()) {
-    std::unique_lock lock(mutex_);
-    if (!active_) {
-      // Idle: hold this queue, then run inside a `sync` onto the target, which
-      // holds the target chain for us in turn (inline when it is idle too).
-      active_ = true;
-      lock.unlock();
-      syncThroughTarget(call, context);
-      return;
-    }
-  }
-  if (!handsOffFreely()) {
-    syncAsWaiter(call, context);
+  std::unique_lock lock(mutex_);
+  if (kind == Kind::main || active_) {
+    syncAsWaiter(lock, call, context);
     return;
   }
-
-  std::exception_ptr failure;
-  std::unique_lock lock(mutex_);
-  if (active_) {
-    // Queue up; take the queue over at once when its owner is a drain that
-    // has not started (the pool may be too busy to start it), else wait.
-    auto waiter = std::make_shared<SyncWaiter>();
-    items_.push_back(QueueItem{nullptr, waiter});
-    bool mine = false;
-    if (posted_) {
-      posted_ = false;
-      lock.unlock();
-      mine = runAsOwnerUntil(waiter.get());
-    } else {
-      lock.unlock();
-    }
-    if (!mine) waitForTurn(*waiter);
+  active_ = true;
+  lock.unlock();
+  if (handsOffFreely()) {
+    runAsOwner(call, context);
   } else {
-    active_ = true;
-    lock.unlock();
+    // Hold this queue, then run inside a `sync` onto the target, which holds
+    // the target chain for us in turn (inline when it is idle too).
+    syncThroughTarget(call, context);
   }
+}
+
+ZORLAN_HOT void QueueImpl::runAsOwner(void (*call)(void*), void* context) {
+  std::exception_ptr failure;
   {
-    RunningScope scope(running, this);
+    RunningScope scope(this);
     try {
       call(context);
     } catch (...) {
       failure = std::current_exception();
     }
   }
-  lock.lock();
+  std::unique_lock lock(mutex_);
   passOwnership(lock);
   if (failure) std::rethrow_exception(failure);
 }
@@ -310,32 +308,93 @@ void QueueImpl::syncThroughTarget(void (*call)(void*), void* context) {
   if (inner.failure) std::rethrow_exception(inner.failure);
 }
 
-// `sync` on the main queue or on a queue with a serial target: wait until the
-// owner reaches this call and holds the queue (and its targets) for us, then
-// run on the calling thread.
-void QueueImpl::syncAsWaiter(void (*call)(void*), void* context) {
-  auto waiter = std::make_shared<SyncWaiter>();
-  {
-    std::unique_lock lock(mutex_);
-    items_.push_back(QueueItem{nullptr, waiter});
-    if (kind == Kind::serial && !active_) {
-      active_ = true;
-      postDrain(lock);
+// `sync` on a busy queue or on the main queue: queue up and wait for the
+// turn. On a pool root, the turn makes the caller the owner; on the main queue
+// and on queues with a serial target, the owner holds the chain for the
+// caller and waits for it to finish. A caller that drains the root itself may
+// reach its own place and run its work there.
+void QueueImpl::syncAsWaiter(std::unique_lock<std::mutex>& lock, void (*call)(void*),
+                             void* context) {
+  if (root_->kind == Kind::main) {
+    if (kind == Kind::main) {
+      lock.unlock();
+      requireMainQueueRuns(label);
+      lock.lock();
+    } else {
+      root_->requireMainQueueRuns(label);
     }
   }
+  auto waiter = std::make_shared<SyncWaiter>(call, context);
+  items_.push_back(QueueItem{nullptr, waiter});
+  lock.unlock();
   if (kind == Kind::main) mainChanged_.notify_all();
-  waitForTurn(*waiter);
-  std::exception_ptr failure;
-  {
-    ChainScope scope(this);
-    try {
-      call(context);
-    } catch (...) {
-      failure = std::current_exception();
+  waitServing(*waiter);
+  if (handsOffFreely()) {  // the queue is ours
+    runAsOwner(call, context);
+    return;
+  }
+  if (!waiter->done) {
+    {
+      RunningScope scope(this);
+      try {
+        call(context);
+      } catch (...) {
+        waiter->failure = std::current_exception();
+      }
+    }
+    signalDone(*waiter);
+  }
+  if (waiter->failure) std::rethrow_exception(waiter->failure);
+}
+
+void QueueImpl::waitServing(SyncWaiter& waiter) {
+  QueueImpl* const root = root_;
+  const bool canHelp = root->handsOffFreely();
+  if (canHelp) {
+    std::lock_guard lock(root->mutex_);
+    root->helpers_.push_back(&waiter);
+    if (root->posted_) {
+      std::lock_guard waiterLock(waiter.mutex);
+      waiter.help = true;
     }
   }
-  signalDone(*waiter);
-  if (failure) std::rethrow_exception(failure);
+  while (true) {
+    {
+      std::unique_lock lock(waiter.mutex);
+      waiter.changed.wait(lock, [&] { return waiter.turn || waiter.help; });
+      if (waiter.turn) break;
+      waiter.help = false;
+    }
+    root->helpDrain(waiter);
+    if (waiter.done) break;  // this thread reached its own place and ran the work
+  }
+  if (canHelp) {
+    std::lock_guard lock(root->mutex_);
+    auto& helpers = root->helpers_;
+    helpers.erase(std::find(helpers.begin(), helpers.end(), &waiter));
+  }
+}
+
+void QueueImpl::helpDrain(SyncWaiter& waiter) {
+  std::unique_lock lock(mutex_);
+  if (!posted_) return;  // started by a pool thread or another caller, or done
+  posted_ = false;       // the posted drain, when it starts, finds the queue taken
+  RunningScope scope(this);
+  HelpingScope helping(&waiter);
+  while (!items_.empty()) {
+    QueueItem item = std::move(items_.front());
+    items_.pop_front();
+    if (item.waiter) {
+      lock.unlock();
+      giveTurn(*item.waiter);  // the queue passes to that caller, maybe this one
+      return;
+    }
+    lock.unlock();
+    runWork(item.work);
+    lock.lock();
+    if (waiter.done) break;  // served further down the chain
+  }
+  passOwnership(lock);
 }
 
 void QueueImpl::submitAfter(DispatchTime deadline, std::function<void()> work) {
@@ -385,6 +444,21 @@ bool QueueImpl::takeDueTimers() {
   return moved;
 }
 
+void QueueImpl::requireMainQueueRuns(const std::string& syncedLabel) {
+  bool forever = false;
+  {
+    std::lock_guard lock(mutex_);
+    forever = !mainRunning_ &&
+              (mainHasRun_ ? mainThread_ == std::this_thread::get_id() : onFirstThread());
+  }
+  if (forever) {
+    std::string message = "sync onto queue \"" + syncedLabel +
+                          "\" from the main thread while the main queue is not being run would "
+                          "wait forever (run it with MainRunLoop)";
+    ZORLAN_PRECONDITION(false, message);
+  }
+}
+
 std::size_t QueueImpl::runMain(bool wait, std::chrono::steady_clock::time_point until) {
   {
     std::lock_guard lock(mutex_);
@@ -392,6 +466,8 @@ std::size_t QueueImpl::runMain(bool wait, std::chrono::steady_clock::time_point 
                         "the main queue is already being run (by another thread, or by the work "
                         "that called run, runFor or runUntilIdle)");
     mainRunning_ = true;
+    mainHasRun_ = true;
+    mainThread_ = std::this_thread::get_id();
   }
   struct Finish {
     QueueImpl* self;

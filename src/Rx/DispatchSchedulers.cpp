@@ -30,17 +30,23 @@ Disposable scheduleOnAfter(const DispatchQueue& queue, RxTimeInterval dueTime,
 
 // Periodic work on a timer source bound to the queue: deadlines follow the
 // first one by whole periods (no drift), late firings collapse into one, and
-// firings never overlap. Disposing cancels the timer.
+// firings never overlap. The timer's handler owns the timer, so the work runs
+// until disposed even when the caller drops its handle; disposing cancels the
+// timer, which drops the handler and with it that cycle.
 class PeriodicTimer final : public DisposableBase {
  public:
-  PeriodicTimer(const DispatchQueue& queue, RxTimeInterval startAfter, RxTimeInterval period,
-                std::function<void()> action)
-      : timer_(queue) {
-    timer_.setEventHandler(std::move(action));
-    timer_.schedule(
+  explicit PeriodicTimer(const DispatchQueue& queue) : timer_(queue) {}
+
+  static Disposable start(const DispatchQueue& queue, RxTimeInterval startAfter,
+                          RxTimeInterval period, std::function<void()> action) {
+    auto periodic = std::make_shared<PeriodicTimer>(queue);
+    DispatchSourceTimer& timer = periodic->timer_;
+    timer.setEventHandler([periodic, action = std::move(action)] { action(); });
+    timer.schedule(
         DispatchTime::now() + DispatchTimeInterval::from(std::max(startAfter, RxTimeInterval{})),
         DispatchTimeInterval::from(std::max(period, RxTimeInterval{1})));
-    timer_.resume();
+    timer.resume();
+    return Disposable(std::move(periodic));
   }
   void dispose() override { timer_.cancel(); }
   bool isDisposed() const override { return timer_.isCancelled(); }
@@ -51,8 +57,7 @@ class PeriodicTimer final : public DisposableBase {
 
 Disposable schedulePeriodicOn(const DispatchQueue& queue, RxTimeInterval startAfter,
                               RxTimeInterval period, std::function<void()> action) {
-  return Disposable(
-      std::make_shared<PeriodicTimer>(queue, startAfter, period, std::move(action)));
+  return PeriodicTimer::start(queue, startAfter, period, std::move(action));
 }
 
 DispatchQoS orStandard(DispatchQoS qos) {
@@ -113,8 +118,8 @@ std::shared_ptr<SerialDispatchQueueScheduler> MainScheduler::asyncInstance() {
   struct AsyncMain : SerialDispatchQueueScheduler {
     AsyncMain() : SerialDispatchQueueScheduler(UseQueueDirectly{}, DispatchQueue::main()) {}
   };
-  static auto* shared = new std::shared_ptr<SerialDispatchQueueScheduler>(
-      std::make_shared<AsyncMain>());
+  static auto* shared =
+      new std::shared_ptr<SerialDispatchQueueScheduler>(std::make_shared<AsyncMain>());
   return *shared;
 }
 
@@ -170,8 +175,8 @@ Disposable ConcurrentDispatchQueueScheduler::schedulePeriodic(RxTimeInterval sta
 }
 
 std::shared_ptr<ConcurrentMainScheduler> ConcurrentMainScheduler::instance() {
-  static auto* shared = new std::shared_ptr<ConcurrentMainScheduler>(
-      std::make_shared<ConcurrentMainScheduler>());
+  static auto* shared =
+      new std::shared_ptr<ConcurrentMainScheduler>(std::make_shared<ConcurrentMainScheduler>());
   return *shared;
 }
 

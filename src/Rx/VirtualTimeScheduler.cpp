@@ -5,6 +5,18 @@
 #include "Rx/ScheduledAction.hpp"
 
 namespace zorlan::rx {
+namespace {
+
+// `time + interval`, saturating at the ends of the virtual clock.
+RxTime later(RxTime time, RxTimeInterval interval) {
+  std::int64_t sum = 0;
+  if (__builtin_add_overflow(time.time_since_epoch().count(), interval.count(), &sum)) {
+    return interval.count() > 0 ? RxTime::max() : RxTime::min();
+  }
+  return RxTime(RxTimeInterval(sum));
+}
+
+}  // namespace
 
 struct VirtualTimeScheduler::Item final : detail::ScheduledAction {
   using ScheduledAction::ScheduledAction;
@@ -21,8 +33,8 @@ Disposable VirtualTimeScheduler::schedule(std::function<Disposable()> action) {
 
 Disposable VirtualTimeScheduler::scheduleRelative(RxTimeInterval dueTime,
                                                   std::function<Disposable()> action) {
-  RxTime due = now() + std::max(dueTime, RxTimeInterval::zero());
-  return scheduleAbsolute(due, std::move(action));
+  return scheduleAbsolute(later(now(), std::max(dueTime, RxTimeInterval::zero())),
+                          std::move(action));
 }
 
 Disposable VirtualTimeScheduler::scheduleAbsolute(RxTime dueTime,
@@ -53,6 +65,8 @@ void VirtualTimeScheduler::advanceTo(RxTime time) {
   std::lock_guard lock(mutex_);
   clock_ = std::max(clock_, time);
 }
+
+void VirtualTimeScheduler::advanceBy(RxTimeInterval interval) { advanceTo(later(now(), interval)); }
 
 void VirtualTimeScheduler::start() {
   while (runNext(RxTime::max())) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zorlan/Dispatch/DispatchQueue.hpp"
+#include "zorlan/Dispatch/DispatchSourceTimer.hpp"
 
 namespace zorlan {
 namespace {
@@ -104,20 +105,26 @@ TEST(DispatchQueueConcurrencyTest, MainQueueSyncFromWorkersWhileTheHostRunsIt) {
   EXPECT_FALSE(syncOnOtherThread.load());
 }
 
-// Every pool thread runs global-queue work that syncs onto a serial queue whose
-// own drain is still waiting for a pool thread. The callers must get their turn
-// without that drain (no thread may sit blocked behind a drain it starves).
+// Every pool thread runs global-queue work that syncs onto a queue whose
+// pending work still waits for a drain that needs a pool thread: a serial
+// queue, and a queue targeting one (whose drain is the target's). The callers
+// must get their turn anyway: no thread may sit blocked behind a drain it
+// starves.
 TEST(DispatchQueueConcurrencyTest, SyncFromEveryPoolThreadDoesNotStarveTheQueue) {
   const unsigned poolSize = std::max(2u, std::thread::hardware_concurrency());
-  DispatchQueue serial("com.zorlan.test.starved");
-  std::vector<int> order;  // guarded by the serial queue
-  onEveryPoolThreadAtOnce(
-      poolSize,
-      [&] { serial.async([&] { order.push_back(0); }); },  // its drain queues behind the pool
-      [&](unsigned i) { serial.sync([&] { order.push_back(static_cast<int>(i) + 1); }); });
-  serial.sync([] {});
-  ASSERT_EQ(order.size(), poolSize + 1);
-  EXPECT_EQ(order.front(), 0);  // the earlier async still ran first
+  DispatchQueue root("com.zorlan.test.starved");
+  DispatchQueue child("com.zorlan.test.starved-child", DispatchQoS::unspecified, root);
+  for (const DispatchQueue* queue : {&root, &child}) {
+    SCOPED_TRACE(queue->label());
+    std::vector<int> order;  // guarded by the queue
+    onEveryPoolThreadAtOnce(
+        poolSize,
+        [&] { queue->async([&] { order.push_back(0); }); },  // its drain queues behind the pool
+        [&](unsigned i) { queue->sync([&] { order.push_back(static_cast<int>(i) + 1); }); });
+    queue->sync([] {});
+    ASSERT_EQ(order.size(), poolSize + 1);
+    EXPECT_EQ(order.front(), 0);  // the earlier async still ran first
+  }
 }
 
 // Every pool thread syncs onto its own idle queue, all of them targeting one
@@ -134,6 +141,41 @@ TEST(DispatchQueueConcurrencyTest, SyncOntoIdleChildQueuesFromEveryPoolThreadNee
   onEveryPoolThreadAtOnce(
       poolSize, [] {}, [&](unsigned i) { children[i].sync([&] { ++counter; }); });
   EXPECT_EQ(root.sync([&] { return counter; }), static_cast<long>(poolSize));
+}
+
+// A handler on a concurrent queue that reschedules its own timer to fire at
+// once: the new firing waits for the running one to return.
+TEST(DispatchSourceTimerConcurrencyTest, RescheduleFromTheRunningHandlerNeverOverlapsIt) {
+  DispatchSourceTimer timer(DispatchQueue::global());
+  std::atomic<int> inFlight{0};
+  std::atomic<int> maxInFlight{0};
+  std::atomic<int> started{0};
+  std::atomic<int> finished{0};
+  std::promise<void> bothFinished;
+  timer.setEventHandler([&] {
+    const int now = inFlight.fetch_add(1) + 1;
+    int seen = maxInFlight.load();
+    while (now > seen && !maxInFlight.compare_exchange_weak(seen, now)) {
+    }
+    if (started.fetch_add(1) == 0) {
+      timer.schedule(DispatchTime::now());
+      // The pool takes up whatever that armed before this marker, queued
+      // behind it, runs.
+      std::promise<void> marker;
+      DispatchQueue::global().async([&] { marker.set_value(); });
+      marker.get_future().wait();
+    }
+    inFlight.fetch_sub(1);
+    if (finished.fetch_add(1) + 1 == 2) bothFinished.set_value();
+  });
+  timer.schedule(DispatchTime::now());
+  timer.resume();
+  // A guard against a hang, not a timing assertion.
+  if (bothFinished.get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+    ADD_FAILURE() << "the rescheduled firing never came";
+    std::abort();
+  }
+  EXPECT_EQ(maxInFlight.load(), 1);
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
-#include "zorlan/Dispatch/DispatchQueue.hpp"
-
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include "zorlan/Dispatch/DispatchQueue.hpp"
 
 namespace zorlan {
 namespace {
@@ -134,6 +136,39 @@ TEST(DispatchQueueTest, CancelledWorkItemNeverRuns) {
   gate.set_value();
   flush(queue);
   EXPECT_EQ(ran, (std::vector<std::string>{"kept"}));
+}
+
+// Syncs onto a serial queue with work pending and onto a queue targeting it,
+// then says how many of the syncs ran.
+void syncOntoQueuesAtExit(const char* when) {
+  DispatchQueue root("com.zorlan.test.exit-root");
+  DispatchQueue child("com.zorlan.test.exit-child", DispatchQoS::unspecified, root);
+  root.async([] {});
+  const int ran = root.sync([] { return 1; }) + child.sync([] { return 1; });
+  std::fprintf(stderr, "%s: %d syncs ran\n", when, ran);
+}
+
+struct SyncsWhenDestroyed {
+  ~SyncsWhenDestroyed() { syncOntoQueuesAtExit("static destructor"); }
+};
+
+// The main thread's own state is torn down before static destructors and
+// `atexit` handlers run; queues must still work there.
+TEST(DispatchQueueDeathTest, QueuesWorkInStaticDestructorsAndAtExitHandlers) {
+  EXPECT_EXIT(
+      {
+        DispatchQueue("com.zorlan.test.used-before-exit").sync([] {});
+        std::atexit([] { syncOntoQueuesAtExit("atexit handler"); });
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "atexit handler: 2 syncs ran");
+  EXPECT_EXIT(
+      {
+        DispatchQueue("com.zorlan.test.used-before-exit").sync([] {});
+        static SyncsWhenDestroyed destroyedAtExit;
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "static destructor: 2 syncs ran");
 }
 
 TEST(DispatchQueueDeathTest, SyncOntoTheRunningQueueStopsInsteadOfHanging) {

@@ -1,10 +1,10 @@
-#include "zorlan/Dispatch/DispatchTime.hpp"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
 #include <limits>
+
+#include "zorlan/Dispatch/DispatchTime.hpp"
 
 namespace zorlan {
 namespace {
@@ -26,6 +26,18 @@ TEST(DispatchTimeTest, IntervalsConvertToNanosecondsAndSaturate) {
        std::numeric_limits<std::int64_t>::min()},
       {DispatchTimeInterval::from(std::chrono::minutes(1)), 60'000'000'000},
       {DispatchTimeInterval::from(std::chrono::hours(24 * 365 * 1000)), kMax},
+      // In range, though a naive conversion overflows on the way.
+      {DispatchTimeInterval::from(std::chrono::duration<float>(9'223'371'776.0f)),
+       9'223'371'776'000'000'000},
+      {DispatchTimeInterval::from(
+           std::chrono::duration<std::int64_t, std::ratio<1, 600>>(1'900'000'000'000)),
+       3'166'666'666'666'666'666},
+      {DispatchTimeInterval::from(std::chrono::duration<double>(-2.5e-9)), -2},
+      {DispatchTimeInterval::from(std::chrono::duration<float>(1e30f)), kMax},
+      {DispatchTimeInterval::from(std::chrono::duration<double>(-1e300)),
+       std::numeric_limits<std::int64_t>::min()},
+      {DispatchTimeInterval::from(std::chrono::duration<double>(std::nan(""))), kMax},
+      {DispatchTimeInterval::from(std::chrono::duration<std::uint64_t>(~0ull)), kMax},
   };
   for (const auto& c : cases) EXPECT_EQ(c.interval.count(), c.nanos);
   EXPECT_TRUE(DispatchTimeInterval::seconds(kMax).isNever());

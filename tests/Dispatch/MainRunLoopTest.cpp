@@ -65,27 +65,41 @@ TEST_F(MainRunLoopTest, RunForReturnsWhenItsTimeIsUp) {
   EXPECT_EQ(ran, 1);
 }
 
-TEST_F(MainRunLoopTest, AdvancingTheManualClockWakesAWaitingHost) {
-  bool ran = false;
-  DispatchQueue::main().asyncAfter(DispatchTime::now() + DispatchTimeInterval::seconds(1), [&] {
-    ran = true;
-    MainRunLoop::stop();
-  });
-  std::promise<void> returned;
-  std::atomic<bool> rescued{false};
-  std::thread tester([&] {
-    DispatchClock::advance(DispatchTimeInterval::seconds(1));
-    // A guard, not a timing assertion: a host that never wakes is rescued.
-    if (returned.get_future().wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
-      rescued = true;
+// Moving the manual clock, or leaving it for the system clock (on which the
+// work is long overdue), wakes a host waiting in `run()` to run it.
+TEST_F(MainRunLoopTest, ClockChangesWakeAWaitingHost) {
+  const struct {
+    const char* name;
+    void (*change)();
+  } cases[] = {
+      {"advance", [] { DispatchClock::advance(DispatchTimeInterval::seconds(1)); }},
+      {"system clock", [] { DispatchClock::useSystemClock(); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    DispatchClock::useManualClock(DispatchTime(1'000'000'000));
+    bool ran = false;
+    DispatchQueue::main().asyncAfter(DispatchTime::now() + DispatchTimeInterval::seconds(1), [&] {
+      ran = true;
       MainRunLoop::stop();
-    }
-  });
-  MainRunLoop::run();
-  returned.set_value();
-  tester.join();
-  EXPECT_TRUE(ran);
-  EXPECT_FALSE(rescued.load());
+    });
+    std::promise<void> returned;
+    std::atomic<bool> rescued{false};
+    std::thread tester([&] {
+      c.change();
+      // A guard, not a timing assertion: a host that never wakes is rescued.
+      if (returned.get_future().wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
+        rescued = true;
+        MainRunLoop::stop();
+      }
+    });
+    MainRunLoop::run();
+    returned.set_value();
+    tester.join();
+    EXPECT_TRUE(ran);
+    EXPECT_FALSE(rescued.load());
+    MainRunLoop::runUntilIdle();  // after a rescue, the work still refers to `ran`
+  }
 }
 
 TEST_F(MainRunLoopTest, StopBeforeRunMakesTheNextRunReturnAtOnce) {
@@ -110,6 +124,17 @@ TEST(MainRunLoopDeathTest, RunningOrSyncingOntoTheMainQueueFromItsOwnWorkStops) 
         MainRunLoop::runUntilIdle();
       },
       "would deadlock");
+  // Nobody else runs the main queue: waiting for it would be waiting forever.
+  EXPECT_DEATH(DispatchQueue::main().sync([] {}), "main queue is not being run");
+  EXPECT_DEATH(
+      {
+        MainRunLoop::runUntilIdle();
+        DispatchQueue child("com.zorlan.test.on-main", DispatchQoS::unspecified,
+                            DispatchQueue::main());
+        child.async([] {});
+        child.sync([] {});
+      },
+      "main queue is not being run");
 }
 
 }  // namespace

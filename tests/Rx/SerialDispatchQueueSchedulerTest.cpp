@@ -1,5 +1,3 @@
-#include "zorlan/Rx/SerialDispatchQueueScheduler.hpp"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +8,7 @@
 
 #include "zorlan/Rx/ConcurrentDispatchQueueScheduler.hpp"
 #include "zorlan/Rx/MainScheduler.hpp"
+#include "zorlan/Rx/SerialDispatchQueueScheduler.hpp"
 
 namespace zorlan::rx {
 namespace {
@@ -142,7 +141,12 @@ TEST_F(MainQueueSchedulerTest, PeriodicActionsKeepTheirPhaseAndStopOnDisposal) {
     int fired = 0;
     Disposable periodic = c.scheduler->schedulePeriodic(
         std::chrono::milliseconds(5), std::chrono::milliseconds(10), [&] { ++fired; });
+    // Work whose result is dropped runs on (its next run is a century away).
+    auto undisposed = std::make_shared<int>(0);
+    c.scheduler->schedulePeriodic(RxTimeInterval::zero(), std::chrono::hours(24 * 365 * 100),
+                                  [undisposed] { ++*undisposed; });
     advance(4);
+    EXPECT_EQ(*undisposed, 1);
     EXPECT_EQ(fired, 0);
     advance(1);  // t = 5
     EXPECT_EQ(fired, 1);

@@ -66,16 +66,65 @@ TEST(VirtualTimeSchedulerTest, WorkScheduledWhileAdvancingRunsInTheSameAdvance) 
   EXPECT_EQ(times.back(), 603000);
 }
 
-TEST(VirtualTimeSchedulerTest, PeriodicWorkKeepsItsPeriodUntilDisposed) {
+// An application's scheduler that hands its work to another one, so that
+// work it scheduled can outlive it; it keeps the default periodic scheduling.
+class ForwardingScheduler final : public SchedulerType {
+ public:
+  explicit ForwardingScheduler(std::shared_ptr<TestScheduler> inner) : inner_(std::move(inner)) {}
+  RxTime now() const override { return inner_->now(); }
+  Disposable schedule(std::function<Disposable()> action) override {
+    return inner_->schedule(std::move(action));
+  }
+  Disposable scheduleRelative(RxTimeInterval dueTime, std::function<Disposable()> action) override {
+    return inner_->scheduleRelative(dueTime, std::move(action));
+  }
+
+ private:
+  std::shared_ptr<TestScheduler> inner_;
+};
+
+TEST(VirtualTimeSchedulerTest, PeriodicWorkRunsUntilDisposedWhileItsSchedulerLives) {
   auto scheduler = TestScheduler::make();
   std::vector<long long> times;
   Disposable periodic =
       scheduler->schedulePeriodic(500ms, 1s, [&] { times.push_back(millis(scheduler->now())); });
+  int undisposed = 0;
+  scheduler->schedulePeriodic(0s, 1s, [&] { ++undisposed; });  // result dropped: runs on
+  auto forwarding = std::make_shared<ForwardingScheduler>(scheduler);
+  int forwarded = 0;
+  Disposable orphaned = forwarding->schedulePeriodic(1s, 1s, [&] { ++forwarded; });
   scheduler->advanceTo(TestScheduler::at(2600ms));
   EXPECT_EQ(times, (std::vector<long long>{500, 1500, 2500}));
+  EXPECT_EQ(undisposed, 3);
+  EXPECT_EQ(forwarded, 2);
   periodic.dispose();
+  forwarding.reset();  // its pending run must not touch it
   scheduler->advanceBy(1h);
   EXPECT_EQ(times.size(), 3u);
+  EXPECT_EQ(forwarded, 2);
+  EXPECT_EQ(undisposed, 3603);
+}
+
+TEST(VirtualTimeSchedulerDeathTest, DefaultPeriodicWorkNeedsASharedScheduler) {
+  ForwardingScheduler unshared(TestScheduler::make());
+  EXPECT_DEATH(unshared.schedulePeriodic(1s, 1s, [] {}), "owned by a std::shared_ptr");
+}
+
+TEST(VirtualTimeSchedulerTest, TheClockSaturatesAtTheEndOfTime) {
+  auto scheduler = TestScheduler::make();
+  scheduler->advanceBy(1h);
+  bool ran = false;
+  scheduler->scheduleRelative(RxTimeInterval::max(), [&] {
+    ran = true;
+    return Disposable();
+  });
+  scheduler->advanceBy(24h * 365 * 200);
+  EXPECT_FALSE(ran);  // a "never" delay is not due in two hundred years
+  scheduler->advanceBy(RxTimeInterval::max());
+  EXPECT_EQ(scheduler->now(), RxTime::max());
+  EXPECT_TRUE(ran);
+  scheduler->advanceBy(RxTimeInterval::min());  // never back
+  EXPECT_EQ(scheduler->now(), RxTime::max());
 }
 
 TEST(VirtualTimeSchedulerTest, DisposingAnActionThatRanDisposesWhatItReturned) {

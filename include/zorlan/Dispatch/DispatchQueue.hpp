@@ -33,7 +33,10 @@ class QueueImpl;
 // - Serial queues (the constructor): first in, first out, one item at a time,
 //   on the pool (or serialised with a serial target's work).
 //
-// All operations are thread-safe.
+// All operations are thread-safe. Queues keep working while the process
+// exits, in static destructors and `atexit` handlers: the pool, the main and
+// global queues and each thread's record of the queues it runs are never
+// destroyed.
 class DispatchQueue {
  public:
   // A serial queue labelled `label`, targeting `target` (default: the global
@@ -63,16 +66,23 @@ class DispatchQueue {
   // Runs `work` on the calling thread once the queue has run everything
   // submitted before, with no other work of the queue (or of a serial queue it
   // targets) running meanwhile, and returns its result or rethrows its
-  // exception. On an idle serial queue the work starts at once; on a busy one
-  // the caller may run the queue's earlier items itself when no pool thread
-  // has started on them yet, so pool threads that all wait in `sync` cannot
-  // starve the queue. On an idle queue whose target is another serial queue,
-  // the caller holds the queue, then the target in turn, on its own thread;
-  // when that queue is busy the caller waits for its items, which reach it
-  // through the pool. On a global queue the work simply runs.
+  // exception. On an idle queue the work starts at once, holding the queue
+  // and then each serial target in turn. A caller that has to wait never
+  // needs a pool thread to get its turn: whenever the drain of the last
+  // serial queue of the target chain (the one that targets a global queue)
+  // is queued on the pool and has not started, the caller takes it over and
+  // runs the chain's earlier items itself, down to its own place. So callers
+  // blocked in `sync`, even on every pool thread at once, cannot starve a
+  // queue of any chain; the price is that earlier items of the chain may run
+  // on a caller's thread. (A chain ending in the main queue waits for the
+  // host.) On a global queue the work simply runs.
   // Stops the process (precondition) when the caller is itself running work
-  // of this queue or of a queue it targets: that would deadlock. Waits for
-  // the host when called on the main queue from another thread.
+  // that holds a queue of this one's target chain (work of this queue, of a
+  // queue it targets, or of another queue sharing a serial target): that
+  // would deadlock. Also stops it when the main thread (the thread that last
+  // ran the main queue; before anyone has, the process's first thread) syncs
+  // onto the main queue, or onto a queue targeting it, while nobody runs the
+  // main queue: that would wait forever. Other threads wait for the host.
   template <class F>
   auto sync(F&& work) const -> std::invoke_result_t<F&> {
     using R = std::invoke_result_t<F&>;

@@ -14,11 +14,14 @@ namespace zorlan {
 // queue; a repeating timer's next deadline is the previous deadline plus the
 // interval, skipping deadlines already passed when a firing runs late (missed
 // firings are not replayed in a burst). Firings of one timer never overlap,
-// even on a concurrent queue. After `cancel()` returns, no further firing
-// starts (one already under way on another thread may still finish); the
-// handler may cancel its own timer. On the main queue, firings follow the
-// dispatch clock, so tests drive them with `DispatchClock`'s manual clock and
-// `MainRunLoop::runUntilIdle()`. Thread-safe. Destroying the timer cancels it.
+// even on a concurrent queue and whatever thread calls `schedule`: a
+// `schedule` while the handler runs (from the handler itself or elsewhere)
+// arms its deadline when that firing returns. After `cancel()` returns, no
+// further firing starts (one already under way on another thread may still
+// finish); the handler may cancel its own timer. On the main queue, firings
+// follow the dispatch clock, so tests drive them with `DispatchClock`'s manual
+// clock and `MainRunLoop::runUntilIdle()`. Thread-safe. Destroying the timer
+// cancels it.
 class DispatchSourceTimer {
  public:
   explicit DispatchSourceTimer(DispatchQueue queue);
@@ -30,7 +33,8 @@ class DispatchSourceTimer {
   // zero or negative stops the process: a precondition). A deadline of
   // `DispatchTime::distantFuture()` never fires. The leeway is accepted for
   // compatibility; firings are never deferred to be grouped. Takes effect at
-  // `resume()`, or at once when already resumed, replacing any pending firing.
+  // `resume()`, or at once when already resumed (when the running firing
+  // returns, if one runs), replacing any pending firing.
   void schedule(DispatchTime deadline,
                 DispatchTimeInterval repeating = DispatchTimeInterval::never(),
                 DispatchTimeInterval leeway = DispatchTimeInterval::nanoseconds(0));

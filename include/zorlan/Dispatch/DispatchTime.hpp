@@ -4,6 +4,8 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <ratio>
+#include <type_traits>
 
 namespace zorlan {
 
@@ -51,19 +53,28 @@ class DispatchTimeInterval {
   static constexpr DispatchTimeInterval never() noexcept {
     return DispatchTimeInterval(std::numeric_limits<std::int64_t>::max());
   }
-  // From any std::chrono duration (rounded toward zero to nanoseconds; spans
-  // beyond the range saturate).
+  // From any std::chrono duration, rounded toward zero to nanoseconds. Spans
+  // beyond the range saturate (a positive one, and NaN, become `never()`);
+  // the conversion itself never overflows, whatever the representation and
+  // period.
   template <class Rep, class Period>
   static constexpr DispatchTimeInterval from(std::chrono::duration<Rep, Period> d) noexcept {
-    using Limit = std::chrono::duration<long double, std::nano>;
-    const auto wide = std::chrono::duration_cast<Limit>(d).count();
-    if (!(wide < static_cast<long double>(std::numeric_limits<std::int64_t>::max()))) {
-      return never();
+    using ToNanos = std::ratio_divide<Period, std::nano>;
+    constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+    if constexpr (std::chrono::treat_as_floating_point_v<Rep>) {
+      // Exact for every int64 on x86-64; 2^63 itself is exact in any binary format.
+      const long double nanos = static_cast<long double>(d.count()) * ToNanos::num / ToNanos::den;
+      if (!(nanos < 0x1p63L)) return never();  // also NaN
+      if (nanos <= -0x1p63L) return DispatchTimeInterval(kMin);
+      return DispatchTimeInterval(static_cast<std::int64_t>(nanos));
+    } else {
+      static_assert(std::is_integral_v<Rep>, "an integral or floating-point representation");
+      __extension__ using Wide = __int128;  // |count| < 2^64 and num < 2^63: no overflow
+      const Wide nanos = static_cast<Wide>(d.count()) * ToNanos::num / ToNanos::den;
+      if (nanos >= static_cast<Wide>(never().count())) return never();
+      if (nanos <= static_cast<Wide>(kMin)) return DispatchTimeInterval(kMin);
+      return DispatchTimeInterval(static_cast<std::int64_t>(nanos));
     }
-    if (wide < static_cast<long double>(std::numeric_limits<std::int64_t>::min())) {
-      return DispatchTimeInterval(std::numeric_limits<std::int64_t>::min());
-    }
-    return DispatchTimeInterval(std::chrono::duration_cast<std::chrono::nanoseconds>(d).count());
   }
 
   constexpr bool isNever() const noexcept {
@@ -150,9 +161,11 @@ class DispatchTime {
 // clock is process-wide; all operations are thread-safe.
 class DispatchClock {
  public:
-  // Switches to the manual clock, starting at `start`.
+  // Switches to the manual clock, starting at `start`. Like every change of
+  // the clock, wakes a host waiting in `MainRunLoop::run()` to look at its
+  // delayed work again.
   static void useManualClock(DispatchTime start = DispatchTime(0)) noexcept;
-  // Switches back to the monotonic clock.
+  // Switches back to the monotonic clock (waking a waiting host).
   static void useSystemClock() noexcept;
   static bool isManual() noexcept;
   // Moves the manual clock forward by `interval` (saturating at

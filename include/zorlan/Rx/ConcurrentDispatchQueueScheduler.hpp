@@ -31,7 +31,8 @@ class ConcurrentDispatchQueueScheduler : public SchedulerType {
   // Submits `action` to run after `dueTime`; disposing the result cancels it.
   Disposable scheduleRelative(RxTimeInterval dueTime, std::function<Disposable()> action) override;
   // Runs `action` after `startAfter`, then every `period` (at least 1 ns)
-  // measured from the first deadline, until disposed. A firing that runs late
+  // measured from the first deadline, until disposed (dropping the result
+  // without disposing it leaves the work running). A firing that runs late
   // makes up for no missed one; firings never overlap, even on a global queue.
   Disposable schedulePeriodic(RxTimeInterval startAfter, RxTimeInterval period,
                               std::function<void()> action) override;

@@ -25,7 +25,10 @@ class ImmediateSchedulerType {
 };
 
 // A scheduler with a clock: actions can run after a delay or periodically.
-class SchedulerType : public ImmediateSchedulerType {
+// Schedulers are shared objects: hold them in a `std::shared_ptr` (the
+// default `schedulePeriodic` requires it).
+class SchedulerType : public ImmediateSchedulerType,
+                      public std::enable_shared_from_this<SchedulerType> {
  public:
   // The scheduler's present time.
   virtual RxTime now() const = 0;
@@ -36,8 +39,12 @@ class SchedulerType : public ImmediateSchedulerType {
                                       std::function<Disposable()> action) = 0;
 
   // Runs `action` first after `startAfter`, then every `period`, until the
-  // result is disposed. The default is built on `scheduleRelative`, each run
-  // scheduling the next.
+  // result is disposed; dropping the result without disposing it leaves the
+  // work running. The default is built on `scheduleRelative`, each run
+  // scheduling the next: the pending run keeps the action alive, and the
+  // scheduler only weakly, so once the scheduler is destroyed no further run
+  // starts (each run holds it while it lasts). The default stops the process
+  // (precondition) when the scheduler is not owned by a `std::shared_ptr`.
   virtual Disposable schedulePeriodic(RxTimeInterval startAfter, RxTimeInterval period,
                                       std::function<void()> action);
 };

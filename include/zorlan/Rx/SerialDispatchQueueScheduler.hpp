@@ -40,8 +40,9 @@ class SerialDispatchQueueScheduler : public SchedulerType {
   // possible); disposing the result cancels it.
   Disposable scheduleRelative(RxTimeInterval dueTime, std::function<Disposable()> action) override;
   // Runs `action` on the queue after `startAfter`, then every `period` (at
-  // least 1 ns) measured from the first deadline, until disposed. A firing
-  // that runs late makes up for no missed one; firings never overlap.
+  // least 1 ns) measured from the first deadline, until disposed (dropping
+  // the result without disposing it leaves the work running). A firing that
+  // runs late makes up for no missed one; firings never overlap.
   Disposable schedulePeriodic(RxTimeInterval startAfter, RxTimeInterval period,
                               std::function<void()> action) override;
 

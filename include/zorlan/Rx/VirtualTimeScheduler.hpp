@@ -16,10 +16,11 @@
 namespace zorlan::rx {
 
 // Runs scheduled actions in order of due time (then of scheduling) as the
-// virtual clock is advanced. The clock starts at zero. Thread-safe to
-// schedule from any thread; advance it from one thread.
-class VirtualTimeScheduler : public SchedulerType,
-                             public std::enable_shared_from_this<VirtualTimeScheduler> {
+// virtual clock is advanced. The clock starts at zero and saturates at
+// `RxTime::max()`, the end of time: a delay of `RxTimeInterval::max()` is due
+// only there, and advancing by any span never wraps. Thread-safe to schedule
+// from any thread; advance it from one thread.
+class VirtualTimeScheduler : public SchedulerType {
  public:
   VirtualTimeScheduler() = default;
 
@@ -32,7 +33,8 @@ class VirtualTimeScheduler : public SchedulerType,
   // Runs every action due up to `time`, moving the clock along; the clock ends
   // at `time` (never moves back).
   void advanceTo(RxTime time);
-  void advanceBy(RxTimeInterval interval) { advanceTo(now() + interval); }
+  // Advances by `interval`, saturating at the end of time.
+  void advanceBy(RxTimeInterval interval);
   // Runs actions until none is left (periodic work: forever, so avoid it).
   void start();
   // Runs the actions due now.
@@ -65,11 +67,15 @@ class TestableObserver {
     auto events = events_;
     auto clock = clock_;
     return AnyObserver<T>::make(
-        [events, clock](const T& v) { events->push_back({clock->now(), Event<T>::next(v)}); },
+        [events, clock](const T& v) {
+          events->push_back({clock->now(), Event<T>::next(v)});
+        },
         [events, clock](std::exception_ptr e) {
           events->push_back({clock->now(), Event<T>::failed(e)});
         },
-        [events, clock] { events->push_back({clock->now(), Event<T>::completed()}); });
+        [events, clock] {
+          events->push_back({clock->now(), Event<T>::completed()});
+        });
   }
   const std::vector<Recorded<T>>& events() const { return *events_; }
   // The elements received, in order.
@@ -89,8 +95,7 @@ class TestableObserver {
 
  private:
   std::shared_ptr<SchedulerType> clock_;
-  std::shared_ptr<std::vector<Recorded<T>>> events_ =
-      std::make_shared<std::vector<Recorded<T>>>();
+  std::shared_ptr<std::vector<Recorded<T>>> events_ = std::make_shared<std::vector<Recorded<T>>>();
 };
 
 // A virtual-time scheduler that makes recording observers.
@@ -100,7 +105,7 @@ class TestScheduler : public VirtualTimeScheduler {
 
   template <class T>
   TestableObserver<T> createObserver() {
-    return TestableObserver<T>(std::static_pointer_cast<SchedulerType>(shared_from_this()));
+    return TestableObserver<T>(shared_from_this());
   }
   // Virtual time `ticks` nanoseconds after zero.
   static RxTime at(RxTimeInterval sinceStart) { return RxTime(sinceStart); }
