@@ -13,7 +13,7 @@
 
 #include "../tests/support/FuzzyReference.hpp"
 #include "support/Ratio.hpp"
-#include "zorlan/Extensions/FuzzySearch.hpp"
+#include "zorlan/Text/FuzzySearch.hpp"
 
 namespace {
 
@@ -29,10 +29,10 @@ struct Title {
 const std::vector<Title>& titles() {
   static const std::vector<Title> all = [] {
     static const char* const kWords[] = {
-        "the",   "night", "of",    "midnight", "Garden", "Star",   "wars",    "return",
-        "King",  "light", "Dark",  "sun",      "Moon",   "in",     "and",     "Mind",
-        "Empire", "Story", "last", "Hidden",   "Tide",   "high",   "Winter",  "caf\xc3\xa9",
-        "river", "Gate",  "time",  "Edge",     "Dream",  "Ghost",  "Night's", "Hunt"};
+        "the",    "night", "of",   "midnight", "Garden", "Star",  "wars",    "return",
+        "King",   "light", "Dark", "sun",      "Moon",   "in",    "and",     "Mind",
+        "Empire", "Story", "last", "Hidden",   "Tide",   "high",  "Winter",  "caf\xc3\xa9",
+        "river",  "Gate",  "time", "Edge",     "Dream",  "Ghost", "Night's", "Hunt"};
     std::mt19937 random(2024);
     std::uniform_int_distribution<std::size_t> lengths(20, 60);
     std::uniform_int_distribution<std::size_t> words(0, std::size(kWords) - 1);
@@ -76,9 +76,9 @@ void checkSameResults() {
 }
 
 void perTitle(benchmark::State& state) {
-  state.counters["ns_per_title"] = benchmark::Counter(
-      static_cast<double>(state.iterations() * kTitles) / 1e9,
-      benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.counters["ns_per_title"] =
+      benchmark::Counter(static_cast<double>(state.iterations() * kTitles) / 1e9,
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void BM_FuzzySearch(benchmark::State& state) {
@@ -105,7 +105,6 @@ BENCHMARK(BM_FuzzySearchReference)->Iterations(2)->Unit(benchmark::kMillisecond)
 
 int main(int argc, char** argv) {
   return zorlan::bench::runBenchmarks(argc, argv,
-                                      {{"fuzzy_search_vs_reference",
-                                        "BM_FuzzySearch/iterations:10",
+                                      {{"fuzzy_search_vs_reference", "BM_FuzzySearch/iterations:10",
                                         "BM_FuzzySearchReference/iterations:2"}});
 }

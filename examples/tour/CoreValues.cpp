@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "Tour.hpp"
-#include "zorlan/Extensions/FuzzySearch.hpp"
 #include "zorlan/Platform/URLError.hpp"
-#include "zorlan/Wrappers/Error+Queries.hpp"
-#include "zorlan/Wrappers/SemVer.hpp"
+#include "zorlan/Text/FuzzySearch.hpp"
+#include "zorlan/Values/ErrorQueries.hpp"
+#include "zorlan/Values/SemVer.hpp"
 
 namespace tour {
 
@@ -28,12 +28,9 @@ struct CatalogEntry {
 void coreValues() {
   heading("Fuzzy search over a catalogue");
   const std::vector<CatalogEntry> catalog = {
-      {"Midnight Express"},
-      {"The Midnight Sky"},
-      {"Mid-Century Modern"},
-      {"Minding the Gap", false, true},
-      {"Night of the Hunter"},
-      {"Editors' Picks", true},
+      {"Midnight Express"},    {"The Midnight Sky"},
+      {"Mid-Century Modern"},  {"Minding the Gap", false, true},
+      {"Night of the Hunter"}, {"Editors' Picks", true},
       {"Summer in Madrid"},
   };
   const std::string term = "midn";
@@ -60,9 +57,9 @@ void coreValues() {
             << "  \"Night of the Hunter\" has no \"m\", the term's first letter, so no score\n";
 
   heading("An error summarised for analytics");
-  const std::exception_ptr error = std::make_exception_ptr(URLError(
-      URLError::Code::timedOut,
-      {std::make_exception_ptr(URLError(URLError::Code::notConnectedToInternet))}));
+  const std::exception_ptr error = std::make_exception_ptr(
+      URLError(URLError::Code::timedOut,
+               {std::make_exception_ptr(URLError(URLError::Code::notConnectedToInternet))}));
   std::cout << "  errorTypeString:  " << errorTypeString(error) << "\n"
             << "  domain and code:  " << domain(error) << " " << code(error) << "\n"
             << "  urlErrorCodeName: " << urlErrorCodeName(error) << "\n";

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
+#include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Platform/ISO8601.hpp"
-#include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
 namespace detail {

@@ -13,7 +13,7 @@
 #include <emmintrin.h>
 #endif
 
-#include "Platform/HotPath.hpp"
+#include "Base/HotPath.hpp"
 #include "zorlan/Coding/CodingError.hpp"
 #include "zorlan/Coding/Decoder.hpp"
 #include "zorlan/Platform/Unicode.hpp"
@@ -61,14 +61,22 @@ template <class Out>
 void writeEscape(unsigned char c, Out& out) {
   static constexpr char kHex[] = "0123456789abcdef";
   switch (c) {
-    case '"': return out.put("\\\"", 2);
-    case '\\': return out.put("\\\\", 2);
-    case '/': return out.put("\\/", 2);
-    case '\n': return out.put("\\n", 2);
-    case '\r': return out.put("\\r", 2);
-    case '\t': return out.put("\\t", 2);
-    case '\b': return out.put("\\b", 2);
-    case '\f': return out.put("\\f", 2);
+    case '"':
+      return out.put("\\\"", 2);
+    case '\\':
+      return out.put("\\\\", 2);
+    case '/':
+      return out.put("\\/", 2);
+    case '\n':
+      return out.put("\\n", 2);
+    case '\r':
+      return out.put("\\r", 2);
+    case '\t':
+      return out.put("\\t", 2);
+    case '\b':
+      return out.put("\\b", 2);
+    case '\f':
+      return out.put("\\f", 2);
     default: {
       const char unicode[] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 15]};
       out.put(unicode, sizeof unicode);
@@ -162,9 +170,8 @@ ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bo
     std::uint64_t head = 0, tail = 0;
     std::memcpy(&head, p, sizeof head);
     std::memcpy(&tail, end - 8, sizeof tail);
-    return !needsAttention(_mm_set_epi64x(static_cast<long long>(tail),
-                                          static_cast<long long>(head)),
-                           slash);
+    return !needsAttention(
+        _mm_set_epi64x(static_cast<long long>(tail), static_cast<long long>(head)), slash);
   }
 #else
   if (size >= 8) {

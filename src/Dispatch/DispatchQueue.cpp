@@ -3,8 +3,8 @@
 #include <array>
 #include <atomic>
 
+#include "Base/HotPath.hpp"
 #include "Dispatch/QueueImpl.hpp"
-#include "Platform/HotPath.hpp"
 
 namespace zorlan {
 

@@ -9,8 +9,8 @@
 #include <unistd.h>
 #endif
 
-#include "Platform/HotPath.hpp"
-#include "zorlan/Platform/Precondition.hpp"
+#include "Base/HotPath.hpp"
+#include "zorlan/Base/Precondition.hpp"
 
 namespace zorlan::detail {
 namespace {

@@ -13,8 +13,8 @@
 #include <mutex>
 #include <utility>
 
+#include "zorlan/Dispatch/FileIOQueue.hpp"
 #include "zorlan/Logging/LogFile.hpp"
-#include "zorlan/Platform/FileIOQueue.hpp"
 #include "zorlan/Platform/Logger.hpp"
 
 namespace zorlan {

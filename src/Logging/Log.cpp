@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-#include "Platform/HotPath.hpp"
+#include "Base/HotPath.hpp"
 #include "zorlan/Coding/Codable.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 

@@ -16,10 +16,10 @@
 #include <span>
 #include <utility>
 
+#include "Base/HotPath.hpp"
 #include "Logging/LogFileStorage.hpp"
-#include "Platform/HotPath.hpp"
+#include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
-#include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
 

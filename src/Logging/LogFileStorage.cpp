@@ -11,9 +11,9 @@
 #include <cstring>
 #include <utility>
 
-#include "Platform/HotPath.hpp"
+#include "Base/HotPath.hpp"
+#include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Logging/LogFileError.hpp"
-#include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan::detail {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "zorlan/Platform/Precondition.hpp"
+#include "zorlan/Base/Precondition.hpp"
 
 namespace zorlan {
 namespace {

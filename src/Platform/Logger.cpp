@@ -3,33 +3,36 @@
 #include <unistd.h>
 
 #include <boost/json/object.hpp>
-
 #include <chrono>
 #include <mutex>
 #include <optional>
-
 #include <string>
 #include <utility>
 
-#include "Platform/HotPath.hpp"
+#include "Base/HotPath.hpp"
 
 namespace zorlan {
 
 std::string_view loggerLevelName(LoggerLevel level) noexcept {
   switch (level) {
-    case LoggerLevel::none: return "none";
-    case LoggerLevel::trace: return "trace";
-    case LoggerLevel::debug: return "debug";
-    case LoggerLevel::info: return "info";
-    case LoggerLevel::warning: return "warning";
-    case LoggerLevel::error: return "error";
+    case LoggerLevel::none:
+      return "none";
+    case LoggerLevel::trace:
+      return "trace";
+    case LoggerLevel::debug:
+      return "debug";
+    case LoggerLevel::info:
+      return "info";
+    case LoggerLevel::warning:
+      return "warning";
+    case LoggerLevel::error:
+      return "error";
   }
   return "unknown";
 }
 
 MessageLogEvent::MessageLogEvent(std::string sender, LoggerLevel level, std::string type,
-                                 std::string message, bool isPublic, LogInfo info,
-                                 LogSource source)
+                                 std::string message, bool isPublic, LogInfo info, LogSource source)
     : sender_(std::move(sender)),
       level_(level),
       type_(std::move(type)),
@@ -51,10 +54,10 @@ ZORLAN_HOT double secondsSince1970Now() {
 // event: "message", "loggedAt", "level", "sender", then "file", "line" and
 // "function" when there is a source, then "type" and "info" when not empty.
 ZORLAN_HOT void writeMessageEventFields(LogEventFields& fields, std::string_view message,
-                             LoggerLevel level, std::string_view sender,
-                             std::optional<std::string_view> file, int line,
-                             std::string_view function, std::string_view type,
-                             const LogInfo& info) {
+                                        LoggerLevel level, std::string_view sender,
+                                        std::optional<std::string_view> file, int line,
+                                        std::string_view function, std::string_view type,
+                                        const LogInfo& info) {
   fields.string("message", message);
   fields.number("loggedAt", secondsSince1970Now());
   fields.string("level", loggerLevelName(level));
@@ -110,8 +113,8 @@ bool MessageLogEvent::writeFields(LogEventFields& fields) const {
   std::optional<std::string_view> file;
   if (source_) file = source_->file;
   writeMessageEventFields(fields, message_, level_, sender_, file, source_ ? source_->line : 0,
-                          source_ ? std::string_view(source_->function) : std::string_view(),
-                          type_, info_);
+                          source_ ? std::string_view(source_->function) : std::string_view(), type_,
+                          info_);
   return true;
 }
 
@@ -164,10 +167,17 @@ namespace {
 class BorrowedMessageEvent final : public LogEvent {
  public:
   BorrowedMessageEvent(std::string_view sender, LoggerLevel level, std::string_view type,
-                       std::string_view message, bool isPublic, const LogInfo& info,
-                       int line, std::string_view file, std::string_view function)
-      : sender_(sender), level_(level), type_(type), message_(message), isPublic_(isPublic),
-        info_(info), line_(line), file_(file), function_(function) {}
+                       std::string_view message, bool isPublic, const LogInfo& info, int line,
+                       std::string_view file, std::string_view function)
+      : sender_(sender),
+        level_(level),
+        type_(type),
+        message_(message),
+        isPublic_(isPublic),
+        info_(info),
+        line_(line),
+        file_(file),
+        function_(function) {}
 
   std::string_view message() const override { return message_; }
   std::string_view eventType() const override { return type_; }
@@ -208,8 +218,8 @@ class BorrowedMessageEvent final : public LogEvent {
 }  // namespace
 
 ZORLAN_HOT void Logger::log(std::string_view sender, LoggerLevel level, std::string_view type,
-                 std::string_view message, bool isPublic, const LogInfo& info, int line,
-                 std::string_view file, std::string_view function) noexcept {
+                            std::string_view message, bool isPublic, const LogInfo& info, int line,
+                            std::string_view file, std::string_view function) noexcept {
   if (!isEnabled() || sinks_.load(std::memory_order_acquire) == nullptr) return;
   log(BorrowedMessageEvent(sender, level, type, message, isPublic, info, line, file, function));
 }

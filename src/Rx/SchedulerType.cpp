@@ -4,7 +4,7 @@
 #include <mutex>
 #include <utility>
 
-#include "zorlan/Platform/Precondition.hpp"
+#include "zorlan/Base/Precondition.hpp"
 
 namespace zorlan::rx {
 namespace {

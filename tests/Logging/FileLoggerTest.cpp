@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "zorlan/Dispatch/FileIOQueue.hpp"
 #include "zorlan/Logging/FileLogger.hpp"
-#include "zorlan/Platform/FileIOQueue.hpp"
 #include "zorlan/Platform/Logger.hpp"
 
 namespace zorlan {

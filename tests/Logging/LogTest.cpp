@@ -9,6 +9,7 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
+#include "zorlan/Dispatch/FileIOQueue.hpp"
 #include "zorlan/Logging/Log.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
@@ -27,7 +28,17 @@ class LogTest : public ::testing::Test {
     fs::remove_all(dir_);
     fs::create_directories(dir_);
   }
-  void TearDown() override { fs::remove_all(dir_); }
+  // Loggers released by a test may still be writing their last lines (and a
+  // logger recreates a file deleted under it), so the folder goes once the
+  // file queue has nothing left for it.
+  void TearDown() override {
+    std::error_code failed;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      fileIOQueue().sync([] {});
+      if (fs::remove_all(dir_, failed); !failed) return;
+    }
+    ADD_FAILURE() << "could not remove " << dir_ << ": " << failed.message();
+  }
 
   fs::path setUp(LogLevelConfig levels, const std::string& name = "app.log") {
     fs::path file = dir_ / name;

@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <unordered_map>
 
+#include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Coding/EnumCoding.hpp"
-#include "zorlan/Platform/Precondition.hpp"
 
 namespace zorlan {
 

@@ -18,12 +18,12 @@
 #include <variant>
 #include <vector>
 
+#include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Coding/Codable.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
-#include "zorlan/Extensions/RoughlyEqual.hpp"
 #include "zorlan/JSON/TypedJSONValue.hpp"
 #include "zorlan/JSON/detail/CopyOnWrite.hpp"
-#include "zorlan/Platform/Precondition.hpp"
+#include "zorlan/Numerics/RoughlyEqual.hpp"
 
 namespace zorlan {
 

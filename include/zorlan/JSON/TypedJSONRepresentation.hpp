@@ -4,9 +4,9 @@
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
-#include "zorlan/Extensions/RoughlyEqual.hpp"
 #include "zorlan/JSON/TypedJSONContainer.hpp"
 #include "zorlan/JSON/TypedJSONValue.hpp"
+#include "zorlan/Numerics/RoughlyEqual.hpp"
 
 namespace zorlan {
 

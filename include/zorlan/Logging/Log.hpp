@@ -19,9 +19,9 @@
 #include <type_traits>
 #include <typeinfo>
 
+#include "zorlan/Base/SourceLocation.hpp"
 #include "zorlan/Logging/LogLevel.hpp"
 #include "zorlan/Platform/Logger.hpp"
-#include "zorlan/Platform/SourceLocation.hpp"
 #include "zorlan/Scheduling/BehaviorReader.hpp"
 
 namespace zorlan {

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "zorlan/Base/SourceLocation.hpp"
 #include "zorlan/Platform/Logger.hpp"
-#include "zorlan/Platform/SourceLocation.hpp"
 #include "zorlan/Rx/Completable.hpp"
 #include "zorlan/Rx/Single.hpp"
 #include "zorlan/Rx/Subjects.hpp"

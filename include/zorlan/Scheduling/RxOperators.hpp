@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "zorlan/Platform/Precondition.hpp"
+#include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Rx/Completable.hpp"
 #include "zorlan/Rx/Driver.hpp"
 #include "zorlan/Rx/Infallible.hpp"

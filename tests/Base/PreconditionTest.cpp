@@ -1,0 +1,14 @@
+#include <gtest/gtest.h>
+
+#include "zorlan/Base/Precondition.hpp"
+
+namespace {
+
+TEST(PreconditionDeathTest, StopsWithTheMessageOnlyWhenViolated) {
+  ZORLAN_PRECONDITION(1 + 1 == 2, "never printed");
+  EXPECT_DEATH(ZORLAN_PRECONDITION(false, "chunk size must be positive"),
+               "Precondition failed: chunk size must be positive");
+  EXPECT_DEATH(ZORLAN_FATAL("unreachable"), "Fatal error: unreachable");
+}
+
+}  // namespace

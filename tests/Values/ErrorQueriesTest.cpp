@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <filesystem>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Values/TypeName.hpp"
+#include "zorlan/Platform/BridgedError.hpp"
+#include "zorlan/Platform/DataFetcherError.hpp"
+#include "zorlan/Platform/URLError.hpp"
+#include "zorlan/Values/ErrorQueries.hpp"
+#include "zorlan/Values/NoSelfError.hpp"
+
+namespace zorlan {
+namespace {
+
+using Code = URLError::Code;
+
+// An error of a client's own, bridging itself to a chosen domain and code.
+class CustomError : public std::exception, public BridgedError {
+ public:
+  CustomError(std::string domain, long code) : domain_(std::move(domain)), code_(code) {}
+  const char* what() const noexcept override { return "CustomError"; }
+  std::string errorDomain() const override { return domain_; }
+  long errorCode() const override { return code_; }
+
+ private:
+  std::string domain_;
+  long code_;
+};
+
+// A thrown value that bridges itself but is not a std::exception.
+struct BridgedOnly : BridgedError {
+  std::string errorDomain() const override { return "BridgedOnlyDomain"; }
+  long errorCode() const override { return 77; }
+  std::vector<std::exception_ptr> underlyingErrors() const override {
+    return {std::make_exception_ptr(URLError(Code::cancelled))};
+  }
+};
+
+template <class T>
+struct Box : std::runtime_error {
+  Box() : std::runtime_error("box") {}
+};
+
+std::exception_ptr enoent() {
+  return std::make_exception_ptr(
+      std::system_error(std::make_error_code(std::errc::no_such_file_or_directory)));
+}
+
+std::exception_ptr nestedInside(std::exception_ptr inner, auto outer) {
+  try {
+    std::rethrow_exception(inner);
+  } catch (...) {
+    try {
+      std::throw_with_nested(outer);
+    } catch (...) {
+      return std::current_exception();
+    }
+  }
+  return nullptr;
+}
+
+struct Case {
+  const char* label;
+  std::exception_ptr error;
+  std::string domain;
+  long code;
+  std::vector<long> underlyingCodes;
+  std::string typeString;
+  std::string urlCodeName;
+};
+
+template <class E>
+std::exception_ptr error(E e) {
+  return std::make_exception_ptr(std::move(e));
+}
+
+std::vector<Case> cases() {
+  const long noState = static_cast<long>(std::future_errc::no_state);
+  const std::string noStateText = std::to_string(noState);
+  const auto timedOutCantFindHost = URLError(
+      Code::timedOut,
+      {error(URLError(Code::cannotFindHost, {enoent()})), nullptr, error(std::runtime_error("x"))});
+  const auto offline =
+      URLError(Code::notConnectedToInternet, {error(URLError(Code::timedOut)), enoent()});
+  // clang-format off
+  return {
+      {"URL error", error(URLError(Code::notConnectedToInternet)),
+       "NSURLErrorDomain", -1009, {}, "URLError - -1009 - []", "-1009"},
+      {"URL error with underlying errors, one level deep", error(timedOutCantFindHost),
+       "NSURLErrorDomain", -1001, {-1003, 1}, "URLError - -1001 - [-1003, 1]", "NSURLErrorTimedOut"},
+      {"fetcher error wrapping a URL error", error(DataFetcherError::underlying(error(offline))),
+       "zorlan::DataFetcherError", 2, {}, "DataFetcherError - URLError - -1009 - [-1001, 2]", "2"},
+      {"fetcher error wrapping a plain exception",
+       error(DataFetcherError::underlying(error(std::logic_error("bug")))),
+       "zorlan::DataFetcherError", 2, {}, "DataFetcherError - logic_error - 1 - []", "2"},
+      {"system error", enoent(), "generic", 2, {}, "system_error - 2 - []", "2"},
+      {"file system error", error(std::filesystem::filesystem_error(
+           "open", std::make_error_code(std::errc::permission_denied))),
+       "generic", 13, {}, "filesystem_error - 13 - []", "13"},
+      {"future error", error(std::future_error(std::future_errc::no_state)),
+       "future", noState, {}, "future_error - " + noStateText + " - []", noStateText},
+      {"plain standard exception", error(std::runtime_error("x")),
+       "std::runtime_error", 1, {}, "runtime_error - 1 - []", "1"},
+      {"payload-free error", error(NoSelfError()),
+       "zorlan::NoSelfError", 1, {}, "NoSelfError - 1 - []", "1"},
+      {"template error type", error(Box<URLError>()),
+       "zorlan::(anonymous namespace)::Box<zorlan::URLError>", 1, {}, "Box<URLError> - 1 - []", "1"},
+      {"client error in the URL domain", error(CustomError("NSURLErrorDomain", -1200)),
+       "NSURLErrorDomain", -1200, {}, "CustomError - -1200 - []", "NSURLErrorSecureConnectionFailed"},
+      {"nested in a plain exception",
+       nestedInside(error(URLError(Code::timedOut)), std::runtime_error("load failed")),
+       "std::runtime_error", 1, {-1001}, "runtime_error - 1 - [-1001]", "1"},
+      {"nested in a bridged exception",
+       nestedInside(enoent(), URLError(Code::badURL, {error(NoSelfError())})),
+       "NSURLErrorDomain", -1000, {1, 2}, "URLError - -1000 - [1, 2]", "NSURLErrorBadURL"},
+      {"thrown value that is not an exception", error(42), "int", 1, {}, "int - 1 - []", "1"},
+      {"thrown value that only bridges itself", error(BridgedOnly()),
+       "BridgedOnlyDomain", 77, {-999}, "BridgedOnly - 77 - [-999]", "77"},
+  };
+  // clang-format on
+}
+
+// Each error through the pointer form and, when it is a std::exception, through a
+// base reference, so the queries must look at the dynamic type.
+TEST(ErrorQueriesTest, ReduceErrorsToDomainCodeAndSummaries) {
+  for (const Case& c : cases()) {
+    SCOPED_TRACE(c.label);
+    EXPECT_EQ(domain(c.error), c.domain);
+    EXPECT_EQ(code(c.error), c.code);
+    EXPECT_EQ(underlyingErrorCodes(c.error), c.underlyingCodes);
+    EXPECT_EQ(errorTypeString(c.error), c.typeString);
+    EXPECT_EQ(urlErrorCodeName(c.error), c.urlCodeName);
+    try {
+      std::rethrow_exception(c.error);
+    } catch (const std::exception& e) {
+      EXPECT_EQ(domain(e), c.domain);
+      EXPECT_EQ(code(e), c.code);
+      EXPECT_EQ(underlyingErrorCodes(e), c.underlyingCodes);
+      EXPECT_EQ(errorTypeString(e), c.typeString);
+      EXPECT_EQ(urlErrorCodeName(e), c.urlCodeName);
+    } catch (...) {
+    }
+  }
+}
+
+TEST(ErrorQueriesTest, URLErrorCodeNamesFollowTheirTable) {
+  const struct {
+    long code;
+    const char* name;
+  } table[] = {
+      {-1000, "NSURLErrorBadURL"},
+      {-1004, "NSURLErrorCannotConnectToHost"},
+      {-1017, "NSURLErrorCannotParseResponse"},
+      {-1018, "NSURLErrorInternationalRoamingOff"},
+      {-1019, "NSURLErrorCallIsActive"},
+      {-1020, "NSURLErrorDataNotAllowed"},
+      // Well-known codes left out of the table fall through to decimal.
+      {-1002, "-1002"},
+      {-1005, "-1005"},
+      {-999, "-999"},
+      {0, "0"},
+  };
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.code);
+    const URLError error(static_cast<Code>(row.code));
+    EXPECT_EQ(urlErrorCodeName(error), row.name);
+    EXPECT_EQ(code(error), row.code);
+    // The same code outside the URL domain is only a number.
+    EXPECT_EQ(urlErrorCodeName(CustomError("OtherDomain", row.code)), std::to_string(row.code));
+  }
+}
+
+TEST(ErrorQueriesTest, URLErrorDescribesItselfAndDropsNullUnderlyingErrors) {
+  const auto inner = std::make_exception_ptr(NoSelfError());
+  const URLError error(Code::notConnectedToInternet, {nullptr, inner});
+  EXPECT_STREQ(error.what(),
+               "The operation couldn't be completed. (NSURLErrorDomain error -1009.)");
+  EXPECT_EQ(error.underlyingErrors(), std::vector<std::exception_ptr>{inner});
+  EXPECT_EQ(error, URLError(Code::notConnectedToInternet, {inner}));
+  EXPECT_NE(error, URLError(Code::notConnectedToInternet));
+  EXPECT_NE(error, URLError(Code::timedOut, {inner}));
+}
+
+TEST(ErrorQueriesTest, DataFetcherErrorCasesCarryTheirPayloads) {
+  const auto wrapped = std::make_exception_ptr(URLError(Code::timedOut));
+  const DataFetcherError invalid = DataFetcherError::invalidRequest();
+  EXPECT_EQ(invalid.status(), std::nullopt);
+  EXPECT_EQ(invalid.underlyingError(), nullptr);
+  EXPECT_STREQ(invalid.what(), "DataFetcherError.invalidRequest");
+  EXPECT_EQ(code(invalid), 0);
+  EXPECT_EQ(DataFetcherError::httpStatus(503).status(), 503);
+  EXPECT_STREQ(DataFetcherError::httpStatus(503).what(), "DataFetcherError.httpStatus(503)");
+  EXPECT_EQ(DataFetcherError::underlying(wrapped).underlyingError(), wrapped);
+  EXPECT_STREQ(DataFetcherError::underlying(wrapped).what(),
+               "DataFetcherError.underlying(The operation couldn't be completed. "
+               "(NSURLErrorDomain error -1001.))");
+}
+
+TEST(ErrorQueriesDeathTest, NullErrorsAreRefused) {
+  EXPECT_DEATH(code(std::exception_ptr()), "null std::exception_ptr");
+  EXPECT_DEATH(errorTypeString(std::exception_ptr()), "null std::exception_ptr");
+  EXPECT_DEATH(DataFetcherError::underlying(nullptr), "needs an error to wrap");
+}
+
+TEST(TypeNameTest, QualifiersAreDroppedEverywhere) {
+  const struct {
+    const char* qualified;
+    const char* unqualified;
+  } table[] = {
+      {"zorlan::(anonymous namespace)::Local", "Local"},
+      {"a::Outer<b::X>::Inner", "Inner"},
+      {"a::Pair<a::b::C, std::map<int, x::Y> >", "Pair<C, map<int, Y> >"},
+      {"zorlan::Box<unsigned long>", "Box<unsigned long>"},
+      {"run()::LocalError", "LocalError"},
+      {"zorlan::Fn<void (zorlan::A::*)(int)>", "Fn<void (*)(int)>"},
+  };
+  for (const auto& row : table) {
+    EXPECT_EQ(detail::unqualifiedTypeName(row.qualified), row.unqualified) << row.qualified;
+  }
+}
+
+}  // namespace
+}  // namespace zorlan
