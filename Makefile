@@ -3,7 +3,7 @@ JOBS ?= 2
 WERROR ?= $(if $(CI),ON,OFF)
 CMAKE_COMMON = -DZORLAN_WERROR=$(WERROR)
 
-.PHONY: all demo test tsan bench bench-smoke clang package-check coverage fuzz format deps clean
+.PHONY: all demo test tsan bench bench-smoke clang package-check coverage header-cost fuzz format deps clean
 
 all: test
 
@@ -14,7 +14,7 @@ deps:
 demo: deps
 	cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DZORLAN_BUILD_TESTS=OFF $(CMAKE_COMMON) >/dev/null
 	cmake --build build/release -j$(JOBS) --target tour
-	./build/release/examples/tour
+	./build/release/examples/zorlan-tour
 
 # Builds with AddressSanitizer and UndefinedBehaviorSanitizer and runs every test.
 test: deps
@@ -52,16 +52,35 @@ clang: deps
 	@for b in build/clang/bench/bench_*; do echo "== $$b (smoke)"; \
 	  $$b --benchmark_min_time=0.0001 >/dev/null || exit 1; done
 
-# Installs into a temporary prefix and builds a program against the CMake package.
+# Installs shared and static builds into temporary prefixes, moves each
+# prefix elsewhere, runs the installed zf and tour from there, and builds a
+# program against each through the CMake package and through pkg-config.
 package-check: deps
-	cmake -S . -B build/package -DCMAKE_BUILD_TYPE=Release -DZORLAN_BUILD_TESTS=OFF \
-	  -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF $(CMAKE_COMMON) >/dev/null
-	cmake --build build/package -j$(JOBS)
-	rm -rf build/prefix build/consumer
-	cmake --install build/package --prefix $(CURDIR)/build/prefix >/dev/null
-	cmake -S examples/consumer -B build/consumer -DCMAKE_PREFIX_PATH=$(CURDIR)/build/prefix >/dev/null
-	cmake --build build/consumer -j$(JOBS)
-	LD_LIBRARY_PATH=$(CURDIR)/build/prefix/lib ./build/consumer/consumer
+	@for kind in shared static; do \
+	  shared=$$( [ $$kind = shared ] && echo ON || echo OFF ); \
+	  echo "== package-check ($$kind)"; \
+	  cmake -S . -B build/package-$$kind -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=$$shared \
+	    -DZORLAN_BUILD_TESTS=OFF $(CMAKE_COMMON) >/dev/null || exit 1; \
+	  cmake --build build/package-$$kind -j$(JOBS) || exit 1; \
+	  rm -rf build/prefix-$$kind build/moved-$$kind build/consumer-$$kind; \
+	  cmake --install build/package-$$kind --prefix $(CURDIR)/build/prefix-$$kind >/dev/null || exit 1; \
+	  cp -a build/prefix-$$kind build/moved-$$kind; \
+	  build/moved-$$kind/bin/zf --help >/dev/null || exit 1; \
+	  build/moved-$$kind/bin/zorlan-tour >/dev/null || exit 1; \
+	  cmake -S examples/consumer -B build/consumer-$$kind \
+	    -DCMAKE_PREFIX_PATH=$(CURDIR)/build/prefix-$$kind >/dev/null || exit 1; \
+	  cmake --build build/consumer-$$kind -j$(JOBS) || exit 1; \
+	  LD_LIBRARY_PATH=$(CURDIR)/build/prefix-$$kind/lib ./build/consumer-$$kind/consumer || exit 1; \
+	  pc="PKG_CONFIG_PATH=$(CURDIR)/build/prefix-$$kind/lib/pkgconfig"; \
+	  flags=$$(env $$pc pkg-config --cflags zorlanfoundation) && \
+	  libs=$$(env $$pc pkg-config --libs $$( [ $$kind = static ] && echo --static ) zorlanfoundation) && \
+	  $(CXX) $$flags examples/consumer/main.cpp -o build/consumer-$$kind/consumer-pc $$libs || exit 1; \
+	  LD_LIBRARY_PATH=$(CURDIR)/build/prefix-$$kind/lib ./build/consumer-$$kind/consumer-pc || exit 1; \
+	done
+
+# How many headers the most used public headers pull in, against their limits.
+header-cost: deps
+	@scripts/header-cost
 
 # Line and branch coverage of the library (src/ and include/) by the tests.
 coverage: deps

@@ -7,6 +7,7 @@
 #include <unicode/unistr.h>
 #include <unistd.h>
 
+#include <boost/json/value.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -38,7 +39,7 @@ class FileLogEvent final : public LogEvent {
   LoggerLevel level() const override { return LoggerLevel::none; }
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "FileLogEvent"; }
-  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
+  boost::json::value toJSON(boost::json::storage_ptr storage) const override {
     return logEventFieldsJSON(*this, 2, std::move(storage));
   }
   bool writeFields(LogEventFields& fields) const override {

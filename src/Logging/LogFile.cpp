@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <boost/json/monotonic_resource.hpp>
+#include <boost/json/value.hpp>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
 #include <chrono>
 #include <mutex>
 #include <optional>
@@ -105,6 +106,8 @@ boost::json::value logEventFieldsJSON(const LogEvent& event, std::size_t memberC
   return tree.take();
 }
 
+boost::json::value LogEvent::toJSON() const { return toJSON(boost::json::storage_ptr()); }
+
 boost::json::value MessageLogEvent::toJSON(boost::json::storage_ptr storage) const {
   return logEventFieldsJSON(*this, source_ ? 9 : 6, std::move(storage));
 }
@@ -192,7 +195,7 @@ class BorrowedMessageEvent final : public LogEvent {
     return source_;
   }
   std::string_view typeName() const override { return "MessageLogEvent"; }
-  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
+  boost::json::value toJSON(boost::json::storage_ptr storage) const override {
     return logEventFieldsJSON(*this, 9, std::move(storage));
   }
   ZORLAN_HOT bool writeFields(LogEventFields& fields) const override {

@@ -237,7 +237,7 @@ class FixedEvent final : public LogEvent {
   LoggerLevel level() const override { return LoggerLevel::info; }
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "FixedEvent"; }
-  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override {
+  boost::json::value toJSON(boost::json::storage_ptr storage) const override {
     return logEventFieldsJSON(*this, members_.size(), std::move(storage));
   }
   bool writeFields(LogEventFields& fields) const override {

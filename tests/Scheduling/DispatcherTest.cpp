@@ -1,5 +1,3 @@
-#include "zorlan/Scheduling/Dispatcher.hpp"
-
 #include <gtest/gtest.h>
 
 #include <future>
@@ -8,6 +6,7 @@
 #include "Rx/RxTestSupport.hpp"
 #include "zorlan/Rx/ConcurrentDispatchQueueScheduler.hpp"
 #include "zorlan/Rx/MainScheduler.hpp"
+#include "zorlan/Scheduling/Dispatcher.hpp"
 #include "zorlan/Scheduling/Queues.hpp"
 #include "zorlan/Scheduling/SchedulerFactory.hpp"
 
@@ -140,7 +139,7 @@ TEST(SchedulersTest, HandsOutSharedAndFreshSchedulersAsDocumented) {
   EXPECT_EQ(schedulers.asyncShared(), rx::MainScheduler::asyncInstance());
   EXPECT_NE(schedulers.mainShared(), schedulers.asyncShared());
   EXPECT_NE(schedulers.mainInstance(), schedulers.mainInstance());
-  EXPECT_EQ(schedulers.mainSharedImmediate(), schedulers.mainShared());
+  EXPECT_EQ(rx::ImmediateSchedulerPtr(schedulers.mainShared()), schedulers.mainShared());
 
   auto serial = std::dynamic_pointer_cast<rx::SerialDispatchQueueScheduler>(
       schedulers.serialInstance(DispatchQoS::background));

@@ -6,7 +6,7 @@
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
-#include "zorlan/Values/Either.hpp"
+#include "zorlan/Values/EitherCoding.hpp"
 
 namespace zorlan {
 namespace {

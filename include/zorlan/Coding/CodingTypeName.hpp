@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "zorlan/Coding/CodingFwd.hpp"
+
 namespace zorlan {
 
 namespace detail {
@@ -22,8 +24,8 @@ std::string integerTypeName(bool isSigned, std::size_t size);
 std::string demangledTypeName(const char* mangled);
 }  // namespace detail
 
-// Specialise to give a type the name its decoding errors print.
-template <class T, class Enable = void>
+// By default, the demangled name of the type.
+template <class T, class Enable>
 struct CodingTypeName {
   static std::string name() { return detail::demangledTypeName(typeid(T).name()); }
 };

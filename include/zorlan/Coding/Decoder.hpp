@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "zorlan/Coding/CodingError.hpp"
+#include "zorlan/Coding/CodingFwd.hpp"
 #include "zorlan/Coding/CodingStrategies.hpp"
 #include "zorlan/Coding/CodingTypeName.hpp"
 
@@ -21,11 +22,6 @@ namespace zorlan {
 // document nested deeper is refused with an error rather than risking the
 // stack.
 inline constexpr std::size_t kMaxCodingDepth = 512;
-
-// Specialise (or give a type `encode`/`decode` members, or describe it with
-// ZORLAN_CODABLE) to make a type codable; see Codable.hpp.
-template <class T, class Enable = void>
-struct Coding;
 
 namespace detail {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string_view>
 
-#include "zorlan/Coding/Codable.hpp"
+#include "zorlan/Coding/CodingFwd.hpp"
 
 namespace zorlan {
 
@@ -19,11 +19,10 @@ std::string_view rawValue(LogLevel level) noexcept;
 // The level with that raw string; absent for any other text.
 std::optional<LogLevel> logLevelFromRawValue(std::string_view raw) noexcept;
 
+// Codes as its raw string; decoding any other text is a data-corrupted error.
 template <>
 struct Coding<LogLevel> {
-  static void encode(LogLevel level, Encoder& encoder) {
-    Coding<std::string>::encode(std::string(rawValue(level)), encoder);
-  }
+  static void encode(LogLevel level, Encoder& encoder);
   static LogLevel decode(const Decoder& decoder);
 };
 
@@ -41,8 +40,12 @@ struct LogLevelConfig {
 inline constexpr LogLevelConfig LogLevelConfig::none{LogLevel::none, LogLevel::none};
 inline constexpr LogLevelConfig LogLevelConfig::all{LogLevel::debug, LogLevel::debug};
 
-// Both keys, "console" then "file", are required.
-ZORLAN_CODABLE(LogLevelConfig, console, file);
+// Codes as {"console": level, "file": level}; both keys are required.
+template <>
+struct Coding<LogLevelConfig> {
+  static void encode(const LogLevelConfig& config, Encoder& encoder);
+  static LogLevelConfig decode(const Decoder& decoder);
+};
 
 // Supplies live levels per category, implemented by the application.
 // Operations in declared order.

@@ -1,11 +1,16 @@
-// Short numeric conversions with defined failure behaviour: to the graphics
-// scalar (cgf), to 32-bit and 64-bit floats (f, d), to 64-bit integers (i), and
-// from seconds to milliseconds (milliseconds, rxi).
+// Numeric conversions with defined failure behaviour: to the graphics scalar
+// (toScalar), to 32-bit and 64-bit floats (toFloat, toDouble), to 64-bit
+// integers (toInt64, toInt64Strict), and from seconds to milliseconds
+// (milliseconds, toSchedulerInterval).
+//
+//   std::int64_t frames = toInt64(duration * fps);   // NaN → 0, reported
+//   auto delay = toSchedulerInterval(0.25);          // 250 ms
 //
 // The integer conversions of floating values stop the process on values that
 // have no integer (infinity, out of range), with one forgiving exception:
-// `i(double)` turns NaN into 0 and reports it. The graphics scalar is a double
-// here, so its strict conversion has its own name, `checkedI`.
+// `toInt64(double)` turns NaN into 0 and reports it; `toInt64Strict` forgives
+// nothing. The one-letter names (cgf, f, d, i, checkedI, rxi) are the same
+// functions under the names code ported from the platform uses.
 #pragma once
 
 #include <concepts>
@@ -69,5 +74,26 @@ constexpr double milliseconds(double seconds) noexcept { return seconds * 1000.0
 // product, or one whose milliseconds do not fit the interval type (beyond about
 // ±292 years), stops the process.
 rx::RxTimeInterval rxi(double seconds);
+
+// The same conversions under their C++ names.
+template <class T>
+requires std::integral<T> || std::floating_point<T>
+constexpr Scalar toScalar(T value) noexcept { return cgf(value); }
+template <class T>
+requires std::integral<T> || std::floating_point<T>
+constexpr float toFloat(T value) noexcept { return f(value); }
+template <class T>
+requires std::integral<T> || std::floating_point<T>
+constexpr double toDouble(T value) noexcept { return d(value); }
+template <std::signed_integral T>
+constexpr std::int64_t toInt64(T value) noexcept {
+  return i(value);
+}
+inline std::int64_t toInt64(double value) { return i(value); }
+inline std::int64_t toInt64(float value) { return i(value); }
+// `value` truncated toward zero; NaN, an infinity or a value outside the
+// signed 64-bit range stops the process, for float and double alike.
+inline std::int64_t toInt64Strict(double value) { return checkedI(value); }
+inline rx::RxTimeInterval toSchedulerInterval(double seconds) { return rxi(seconds); }
 
 }  // namespace zorlan

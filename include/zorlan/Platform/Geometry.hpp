@@ -1,11 +1,14 @@
-// Floating-point geometry: the graphics scalar CGFloat and the Point, Size and
-// Rect values built from it.
+// Floating-point geometry: the graphics scalar (`Scalar`, also spelled
+// `CGFloat` for code ported from the platform) and the Point, Size and Rect
+// values built from it.
 #pragma once
 
 namespace zorlan {
 
 // The graphics scalar: lengths, scales and ratios in points.
-using CGFloat = double;
+using Scalar = double;
+// The platform's name for the same type, kept for ported code.
+using CGFloat = Scalar;
 
 // A location in a two-dimensional coordinate system.
 struct Point {

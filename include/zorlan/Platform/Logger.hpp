@@ -3,9 +3,8 @@
 // reactive bindings write through it; applications may add sinks of their own.
 #pragma once
 
-#include <boost/json/value.hpp>
-
 #include <atomic>
+#include <boost/json/fwd.hpp>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -87,7 +86,11 @@ class LogEvent {
   // The event as one JSON object, its memory from `storage` (the file sink
   // passes a short-lived arena). May throw when the event cannot be
   // represented (sinks report that and drop the event).
-  virtual boost::json::value toJSON(boost::json::storage_ptr storage = {}) const = 0;
+  // (Declared with Boost.JSON's forward declarations: include
+  // <boost/json/value.hpp> to use the result.)
+  virtual boost::json::value toJSON(boost::json::storage_ptr storage) const = 0;
+  // The JSON form on the default heap storage.
+  boost::json::value toJSON() const;
   // Hands the members of the JSON form to `fields`, in order, and returns
   // true; or returns false, having handed nothing, when the JSON form is not
   // a flat object of those kinds (sinks then use `toJSON`). Both forms must
@@ -115,7 +118,8 @@ class MessageLogEvent final : public LogEvent {
   LoggerLevel level() const override { return level_; }
   const std::optional<LogSource>& source() const override { return source_; }
   std::string_view typeName() const override { return "MessageLogEvent"; }
-  boost::json::value toJSON(boost::json::storage_ptr storage = {}) const override;
+  boost::json::value toJSON(boost::json::storage_ptr storage) const override;
+  using LogEvent::toJSON;
   bool writeFields(LogEventFields& fields) const override;
 
   const std::string& sender() const { return sender_; }

@@ -1,13 +1,10 @@
 // SchedulerFactory: an injectable source of reactive schedulers, so that
 // timers and helpers can be given virtual-time schedulers in tests.
 //
-// Each of the eight operations comes in two forms: one returning the
-// immediate-scheduler interface and one returning the full scheduler
-// interface. C++ cannot overload on the return type alone, so the immediate
-// forms carry the suffix `Immediate` (`mainInstanceImmediate()` next to
-// `mainInstance()`). A full scheduler is also an immediate one, so the
-// immediate forms default to the full forms; a substitute overrides them only
-// to hand out something different.
+// Each operation returns the full scheduler interface; a caller that needs
+// only the immediate-scheduler interface converts the result
+// (`rx::ImmediateSchedulerPtr s = factory.mainShared();`), since every full
+// scheduler is an immediate one.
 #pragma once
 
 #include <memory>
@@ -26,43 +23,24 @@ class SchedulerFactory {
 
   // A scheduler of the main queue made for the caller (`Schedulers`: a new
   // `MainScheduler` on each call).
-  virtual rx::ImmediateSchedulerPtr mainInstanceImmediate() const { return mainInstance(); }
   virtual rx::SchedulerPtr mainInstance() const = 0;
   // The shared main-queue scheduler (`MainScheduler::instance()`).
-  virtual rx::ImmediateSchedulerPtr mainSharedImmediate() const { return mainShared(); }
   virtual rx::SchedulerPtr mainShared() const = 0;
   // The shared scheduler that always defers to the main queue
   // (`MainScheduler::asyncInstance()`).
-  virtual rx::ImmediateSchedulerPtr asyncSharedImmediate() const { return asyncShared(); }
   virtual rx::SchedulerPtr asyncShared() const = 0;
   // A new serial scheduler over the global queue of `qos`, its internal
   // serial queue named `internalSerialQueueName`, leeway zero.
-  virtual rx::ImmediateSchedulerPtr serialInstanceImmediate(
-      DispatchQoS qos, const std::string& internalSerialQueueName) const {
-    return serialInstance(qos, internalSerialQueueName);
-  }
   virtual rx::SchedulerPtr serialInstance(DispatchQoS qos,
                                           const std::string& internalSerialQueueName) const = 0;
   // The same with the internal serial queue name
   // "rx.global_dispatch_queue.serial".
-  virtual rx::ImmediateSchedulerPtr serialInstanceImmediate(DispatchQoS qos) const {
-    return serialInstance(qos);
-  }
   virtual rx::SchedulerPtr serialInstance(DispatchQoS qos) const = 0;
   // A new concurrent scheduler over `queue`, leeway zero.
-  virtual rx::ImmediateSchedulerPtr concurrentInstanceImmediate(const DispatchQueue& queue) const {
-    return concurrentInstance(queue);
-  }
   virtual rx::SchedulerPtr concurrentInstance(const DispatchQueue& queue) const = 0;
   // A new concurrent scheduler over the global queue of `qos`, leeway zero.
-  virtual rx::ImmediateSchedulerPtr concurrentInstanceImmediate(DispatchQoS qos) const {
-    return concurrentInstance(qos);
-  }
   virtual rx::SchedulerPtr concurrentInstance(DispatchQoS qos) const = 0;
   // The shared `ConcurrentMainScheduler::instance()`.
-  virtual rx::ImmediateSchedulerPtr mainConcurrentSharedImmediate() const {
-    return mainConcurrentShared();
-  }
   virtual rx::SchedulerPtr mainConcurrentShared() const = 0;
 };
 
@@ -90,8 +68,6 @@ class Schedulers final : public SchedulerFactory {
   rx::SchedulerPtr concurrentInstance(const DispatchQueue& queue) const override;
   rx::SchedulerPtr concurrentInstance(DispatchQoS qos) const override;
   rx::SchedulerPtr mainConcurrentShared() const override;
-  using SchedulerFactory::concurrentInstanceImmediate;
-  using SchedulerFactory::serialInstanceImmediate;
 };
 
 }  // namespace zorlan

@@ -9,7 +9,7 @@
 #include <utility>
 #include <variant>
 
-#include "zorlan/Coding/Codable.hpp"
+#include "zorlan/Coding/CodingFwd.hpp"
 
 namespace zorlan {
 
@@ -18,7 +18,8 @@ namespace zorlan {
 // the case still tells the two apart. A plain value: copying copies the
 // payload; thread-safe as any value.
 //
-// Coding (when both payload types are codable): `left(a)` is the object
+// Coding (when both payload types are codable; include
+// zorlan/Values/EitherCoding.hpp where an Either is encoded or decoded): `left(a)` is the object
 // {"left": {"_0": a}} and `right(b)` is {"right": {"_0": b}}. Decoding looks
 // only at the keys "left" and "right" (other members are ignored) and never
 // tries one side and then the other: unless exactly one of the two is present
@@ -103,48 +104,10 @@ class Either {
   std::variant<Left, Right> storage_;
 };
 
-// "Either<Int, String>": the payload types named as decoding errors name them.
+// Defined in EitherCoding.hpp.
 template <class Left, class Right>
-struct CodingTypeName<Either<Left, Right>> {
-  static std::string name() {
-    return "Either<" + codingTypeName<Left>() + ", " + codingTypeName<Right>() + ">";
-  }
-};
-
-// The JSON form described with Either.
+struct CodingTypeName<Either<Left, Right>>;
 template <class Left, class Right>
-struct Coding<Either<Left, Right>> {
-  static constexpr const char* kLeftKey = "left";
-  static constexpr const char* kRightKey = "right";
-  static constexpr const char* kPayloadKey = "_0";
-
-  static void encode(const Either<Left, Right>& value, Encoder& encoder) {
-    KeyedEncodingContainer container = encoder.container();
-    value.visit(
-        [&](const Left& payload) {
-          container.nestedContainer(kLeftKey).encode(payload, kPayloadKey);
-        },
-        [&](const Right& payload) {
-          container.nestedContainer(kRightKey).encode(payload, kPayloadKey);
-        });
-  }
-
-  static Either<Left, Right> decode(const Decoder& decoder) {
-    KeyedDecodingContainer container = decoder.container();
-    const bool hasLeft = container.contains(kLeftKey);
-    if (hasLeft == container.contains(kRightKey)) {
-      throw DecodingError::typeMismatch(
-          codingTypeName<Either<Left, Right>>(),
-          DecodingError::Context{container.codingPath(),
-                                 "Invalid number of keys found, expected one.", nullptr});
-    }
-    if (hasLeft) {
-      return Either<Left, Right>::left(
-          container.nestedContainer(kLeftKey).template decode<Left>(kPayloadKey));
-    }
-    return Either<Left, Right>::right(
-        container.nestedContainer(kRightKey).template decode<Right>(kPayloadKey));
-  }
-};
+struct Coding<Either<Left, Right>>;
 
 }  // namespace zorlan

@@ -31,7 +31,8 @@
 #include <utility>
 #include <vector>
 
-#include "zorlan/Coding/Codable.hpp"
+#include "zorlan/Coding/Decoder.hpp"
+#include "zorlan/Coding/StandardCodings.hpp"
 
 namespace zorlan {
 
