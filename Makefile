@@ -52,9 +52,10 @@ clang: deps
 	@for b in build/clang/bench/bench_*; do echo "== $$b (smoke)"; \
 	  $$b --benchmark_min_time=0.0001 >/dev/null || exit 1; done
 
-# Installs shared and static builds into temporary prefixes, moves each
+# Installs shared and static builds into temporary prefixes, copies each
 # prefix elsewhere, runs the installed zf and tour from there, and builds a
-# program against each through the CMake package and through pkg-config.
+# program against each through the CMake package and through pkg-config;
+# then configures a project that adds the library with add_subdirectory.
 package-check: deps
 	@for kind in shared static; do \
 	  shared=$$( [ $$kind = shared ] && echo ON || echo OFF ); \
@@ -77,6 +78,9 @@ package-check: deps
 	  $(CXX) $$flags examples/consumer/main.cpp -o build/consumer-$$kind/consumer-pc $$libs || exit 1; \
 	  LD_LIBRARY_PATH=$(CURDIR)/build/prefix-$$kind/lib ./build/consumer-$$kind/consumer-pc || exit 1; \
 	done
+	@echo "== package-check (add_subdirectory, configure only)"
+	rm -rf build/subdirectory
+	cmake -S examples/subdirectory -B build/subdirectory $(CMAKE_COMMON) | grep 'add_subdirectory:'
 
 # How many headers the most used public headers pull in, against their limits.
 header-cost: deps

@@ -1,5 +1,16 @@
 // DispatchQueue: serial and concurrent work queues, the main queue, delayed
 // work and queue-specific data.
+//
+//   DispatchQueue cache("com.zorlan.cache");            // serial
+//   cache.async([] { /* runs on a pool thread, one item at a time */ });
+//   int size = cache.sync([&] { return entries.size(); });   // waits, returns
+//   cache.asyncAfter(DispatchTime::now() + DispatchTimeInterval::seconds(5), [] {});
+//
+// Handles are cheap to copy and thread-safe; copies name the same queue. A
+// serial queue runs its items in submission order, never two at once; `sync`
+// runs on the caller's thread when it can and rethrows what the work throws.
+// Submitting costs O(1) and one allocation; `async` work that throws stops
+// the process, naming the queue, so catch inside the work.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,17 @@
 // BehaviorReader: a read-only, live value with a change stream. Owners keep
 // the writable relay; everyone else gets a reader.
+//
+//   rx::BehaviorRelay<int> volume{5};                  // the owner's
+//   BehaviorReader<int> reader = asBehaviorReader(volume);
+//   reader.value();                                     // 5, O(1), any thread
+//   reader.map([](int v) { return v * 10; })
+//       .asObservable()
+//       .subscribe([](int v) { /* 50, then every change */ })
+//       .disposed(bag);
+//
+// A reader is a shared handle: copies read the same value. Reading and
+// subscribing are thread-safe; `value()` of a small trivially copyable T is
+// one atomic load.
 #pragma once
 
 #include <memory>
