@@ -240,6 +240,7 @@ class FixedEvent final : public LogEvent {
   boost::json::value toJSON(boost::json::storage_ptr storage) const override {
     return logEventFieldsJSON(*this, members_.size(), std::move(storage));
   }
+  using LogEvent::toJSON;
   bool writeFields(LogEventFields& fields) const override {
     static constexpr LogFieldName kNames[] = {"a", "b", "c", "d", "e"};
     for (std::size_t i = 0; i < members_.size(); ++i) {

@@ -27,7 +27,7 @@ TEST(BridgedErrorTest, ErrorCodesCompareByDomainAndCode) {
   EXPECT_STREQ(a.category().name(), "NSURLErrorDomain");
   EXPECT_EQ(a.message(), "NSURLErrorDomain error -1009");
   // A library error of the same domain and code is the same error code.
-  const URLError url(URLError::notConnectedToInternet);
+  const URLError url(URLError::Code::notConnectedToInternet);
   EXPECT_EQ(url.toErrorCode(), TestError(url.errorDomain(), url.errorCode()).toErrorCode());
   EXPECT_EQ(TestError("D", LONG_MAX).toErrorCode().value(), INT_MAX);
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/LogCapture.hpp"
+#include "zorlan/Coding/Codable.hpp"
 #include "zorlan/Values/Safe.hpp"
 
 namespace zorlan {
