@@ -10,13 +10,16 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <map>
 #include <mutex>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "Base/HotPath.hpp"
+#include "Dispatch/QueueImpl.hpp"
 #include "Logging/LogFileStorage.hpp"
 #include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
@@ -66,11 +69,40 @@ struct LogFileWriter {
   // last events before a quiet spell also reach a file created anew.
   void afterWrite(const std::shared_ptr<LogFileWriter>& self) noexcept;
 
+  // An event waiting to be written, on its caller's stack.
+  struct Waiter {
+    LogFileBatchEntry entry;
+    std::exception_ptr failure;  // what the write threw, if anything
+    // 0 while waiting; kDone once written (or refused); kLead when its
+    // caller is to write the events waiting, its own first among them.
+    std::atomic<std::uint32_t> state{0};
+  };
+  static constexpr std::uint32_t kDone = 1;
+  static constexpr std::uint32_t kLead = 2;
+
+  // Writes `waiter`'s event together with the events other threads are
+  // waiting to write, and returns once it is in the file (see LogFile.cpp).
+  void commit(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self);
+  // Writes the events waiting, up to kMaxBatch of them, on the queue, and
+  // tells their callers: the one that found the file idle or was handed the
+  // turn does this, with its own event first in line.
+  void writePending(Waiter& own, std::unique_lock<std::mutex>& lock,
+                    const std::shared_ptr<LogFileWriter>& self);
+  // Writes `waiter`'s event by itself.
+  void writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self);
+
   const fs::path key;  // the canonical path
   const DispatchQueue queue;
   const std::chrono::nanoseconds interval;
   LogFileStorage storage;       // used on `queue` only
   bool checkScheduled = false;  // used on `queue` only
+
+  std::mutex commitMutex;
+  std::vector<Waiter*> pending;  // guarded by `commitMutex`, oldest first
+  bool writing = false;          // guarded by `commitMutex`: someone writes the pending events
+  std::atomic<std::uint32_t> turn{0};            // bumped whenever waiters have news
+  std::vector<Waiter*> batch;                    // used by the one writing only
+  std::vector<LogFileBatchEntry*> batchEntries;  // used by the one writing only
 };
 
 }  // namespace detail
@@ -122,6 +154,97 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
   } catch (...) {
     // Out of memory: the next write after the interval asks instead.
   }
+}
+
+// Group commit. A caller whose event finds the file idle writes it at once
+// (and any events that arrive meanwhile go into the next write); a caller
+// that finds another writing puts its event in `pending` and sleeps. The one
+// writing takes everything pending (in arrival order, so each thread's
+// events keep their order) into one write on the queue, then marks those
+// events done and hands the turn to the oldest event still pending, whose
+// caller wakes and writes the next group. Every caller returns once its own
+// event is in the file. Handing the turn on, rather than writing on while
+// events keep coming, lets the writer's own caller go on after one group.
+//
+// A caller that runs work of some queue never sleeps here: the one writing
+// waits for the file's queue, which that caller might hold. It writes its
+// event by itself through the queue's `sync`, which stops the process when
+// the caller holds the file's queue, as a plain append from there would.
+ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) {
+  std::unique_lock lock(commitMutex);
+  if (writing) {
+    if (detail::innermostFrame() != nullptr) {
+      lock.unlock();
+      return writeAlone(waiter, self);
+    }
+    pending.push_back(&waiter);
+    lock.unlock();
+    while (true) {
+      const std::uint32_t seen = turn.load(std::memory_order_acquire);
+      const std::uint32_t state = waiter.state.load(std::memory_order_acquire);
+      if (state == kDone) return;
+      if (state == kLead) break;
+      turn.wait(seen, std::memory_order_acquire);
+    }
+    lock.lock();  // the turn was handed over: `writing` stays set
+  } else {
+    writing = true;
+    pending.push_back(&waiter);
+  }
+  writePending(waiter, lock, self);
+}
+
+ZORLAN_HOT void LogFileWriter::writePending(Waiter& own, std::unique_lock<std::mutex>& lock,
+                                            const std::shared_ptr<LogFileWriter>& self) {
+  // `own` is the oldest pending event.
+  const std::size_t count = std::min(pending.size(), LogFileStorage::kMaxBatch);
+  batch.assign(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
+  pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
+  lock.unlock();
+  std::exception_ptr failure;
+  try {
+    batchEntries.clear();
+    for (Waiter* waiter : batch) batchEntries.push_back(&waiter->entry);
+    queue.sync([&] {
+      struct After {
+        LogFileWriter& writer;
+        const std::shared_ptr<LogFileWriter>& self;
+        ~After() { writer.afterWrite(self); }
+      } after{*this, self};
+      storage.appendBatch(batchEntries);
+    });
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  own.failure = failure;
+  lock.lock();
+  Waiter* next = pending.empty() ? nullptr : pending.front();
+  if (!next) writing = false;
+  const bool others = batch.size() > 1 || next;
+  for (Waiter* waiter : batch) {
+    if (waiter == &own) continue;
+    waiter->failure = failure;
+    // From here on the waiter may return and its event go away.
+    waiter->state.store(kDone, std::memory_order_release);
+  }
+  if (next) next->state.store(kLead, std::memory_order_release);
+  lock.unlock();
+  if (others) {
+    turn.fetch_add(1, std::memory_order_release);
+    turn.notify_all();
+  }
+}
+
+void LogFileWriter::writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) {
+  queue.sync([&] {
+    struct After {
+      LogFileWriter& writer;
+      const std::shared_ptr<LogFileWriter>& self;
+      ~After() { writer.afterWrite(self); }
+    } after{*this, self};
+    LogFileBatchEntry* entry = &waiter.entry;
+    storage.appendBatch({&entry, 1});
+  });
 }
 
 }  // namespace detail
@@ -198,13 +321,11 @@ LogFile::LogFile(fs::path path, std::shared_ptr<detail::LogFileWriter> writer)
 LogFile::~LogFile() = default;
 
 void LogFile::append(std::string_view bytes) {
-  writer_->queue.sync([&] {
-    struct After {
-      const std::shared_ptr<detail::LogFileWriter>& writer;
-      ~After() { writer->afterWrite(writer); }
-    } after{writer_};
-    writer_->storage.append(bytes);
-  });
+  detail::LogFileWriter::Waiter waiter;
+  waiter.entry.bytes = bytes;
+  writer_->commit(waiter, writer_);
+  if (waiter.failure) std::rethrow_exception(waiter.failure);
+  if (waiter.entry.error) throw LogFileError(*waiter.entry.error);
 }
 
 std::int64_t LogFile::maxSize() const noexcept { return writer_->storage.maxSize(); }
@@ -346,15 +467,18 @@ ZORLAN_HOT void LogFile::log(const LogEvent& event) noexcept {
                                      ", unable to serialize log event");
       return;
     }
-    writer_->queue.sync([&] {
-      try {
-        writer_->storage.appendAfterScratch(*encoded);
-      } catch (const LogFileError& error) {
-        detail::printLogFileDiagnostic("failed appending to :" + path_.string() + ", error:" + " " +
-                                       error.what());
-      }
-      writer_->afterWrite(writer_);
-    });
+    constexpr std::size_t kScratch = detail::LogFileStorage::kScratchSize;
+    detail::LogFileWriter::Waiter waiter;
+    waiter.entry.bytes = {encoded->data() + kScratch, encoded->size() - kScratch};
+    waiter.entry.scratch = encoded->data();
+    // Printed on the queue, where appending the event alone would fail.
+    waiter.entry.context = &path_;
+    waiter.entry.onFailure = [](const detail::LogFileBatchEntry& entry, LogFileError::Code code) {
+      const auto& path = *static_cast<const fs::path*>(entry.context);
+      detail::printLogFileDiagnostic("failed appending to :" + path.string() + ", error:" + " " +
+                                     LogFileError(code).what());
+    };
+    writer_->commit(waiter, writer_);
   } catch (...) {
     // Out of memory or a queue misuse: a log call never throws.
   }

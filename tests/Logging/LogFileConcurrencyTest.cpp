@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <thread>
 
+#include "Logging/LogFileStorage.hpp"
 #include "zorlan/Logging/FileLogger.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
@@ -48,7 +50,8 @@ class LogFileConcurrencyTest : public ::testing::Test {
 
 TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
   // Half the threads log events, half append encoded ones from their own
-  // thread: every event arrives whole, in each writer's order.
+  // thread: every event arrives whole, in each writer's order, and is in the
+  // file when its call returns (whoever's write carried it).
   const fs::path path = dir_ / "threads.log";
   constexpr int kThreads = 4;
   constexpr int kEvents = 2000;
@@ -67,6 +70,9 @@ TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
           } else {
             file->append(event(message));
           }
+          if (i % 250 == 0) {
+            EXPECT_NE(readAll(path).find("\"" + message + "\""), std::string::npos) << message;
+          }
         }
       });
     }
@@ -80,6 +86,76 @@ TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
     int t = std::stoi(message.substr(0, colon));
     EXPECT_EQ(std::stoi(message.substr(colon + 1)), next[t]++);  // per-writer order
   }
+}
+
+// What appending one event at a time leaves: the file's bytes and, per
+// event, whether it was refused as `full`.
+struct OneByOne {
+  std::string content;
+  std::int64_t size = 0;
+  std::int64_t bound = 0;
+  bool append(const std::string& bytes) {
+    if (size + static_cast<std::int64_t>(bytes.size()) >= bound) return false;
+    const std::string chunk = content.empty() ? bytes : ",\n" + bytes;
+    content += chunk;
+    size += static_cast<std::int64_t>(chunk.size());
+    return true;
+  }
+};
+
+TEST_F(LogFileConcurrencyTest, GroupsCrossingTheBoundRefuseWhatOneByOneWould) {
+  // One write for a group of events: each is checked against the size the
+  // ones before it left (a refused event takes no room, a later smaller one
+  // may fit), failures are reported per event in order, and a failed write
+  // fails the group's events as appending each alone would.
+  const fs::path sub = dir_ / "later";
+  const fs::path path = sub / "group.log";
+  std::vector<std::string> reports;
+  detail::LogFileStorage storage(path, 0, 10, [&](const std::string& line) {
+    reports.push_back(line.substr(0, line.find(" at: ")));
+  });
+  OneByOne model;
+  model.bound = 30;
+  const auto group = [&](const std::vector<std::string>& events, bool writable) {
+    std::vector<std::string> chunks;
+    std::vector<detail::LogFileBatchEntry> entries(events.size());
+    std::vector<detail::LogFileBatchEntry*> pointers;
+    for (std::size_t i = 0; i < events.size(); ++i) chunks.push_back("??" + events[i]);
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      auto& entry = entries[i];
+      entry.bytes = std::string_view(chunks[i]).substr(2);
+      if (i % 2 == 0) entry.scratch = chunks[i].data();  // either way of handing bytes over
+      entry.context = &reports;
+      entry.onFailure = [](const detail::LogFileBatchEntry& e, LogFileError::Code code) {
+        static_cast<std::vector<std::string>*>(const_cast<void*>(e.context))
+            ->push_back(std::string(e.bytes) + " " + LogFileError(code).what());
+      };
+      pointers.push_back(&entry);
+    }
+    reports.clear();
+    storage.appendBatch(pointers);
+    std::vector<std::string> expected;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      const bool fits = model.append(events[i]);
+      std::optional<LogFileError::Code> code;
+      if (!fits) code = LogFileError::Code::full;
+      if (fits && !writable) code = LogFileError::Code::writing;
+      if (code == LogFileError::Code::writing) expected.push_back("failed appending data");
+      if (code) expected.push_back(events[i] + " " + LogFileError(*code).what());
+      EXPECT_EQ(entries[i].error, code) << events[i];
+    }
+    EXPECT_EQ(reports, expected);
+    EXPECT_EQ(storage.currentSize(), model.size);
+    if (writable) EXPECT_EQ(readAll(path), model.content);
+  };
+  // The folder is missing: every write fails, and the next one carries the
+  // events the failed ones held.
+  group({"{\"a\":1}", "{\"b\":22}"}, false);
+  fs::create_directories(sub);
+  // 17 bytes counted so far (7 + 2 + 8) of 30: the 10-byte event is refused,
+  // the 1-byte one after it fits, the last would reach the bound exactly.
+  group({"{\"c\":3}", "{\"d\":4444}", "1", "2"}, true);
+  group({"x", "y"}, true);
 }
 
 TEST_F(LogFileConcurrencyTest, AppendRightAfterOpeningFollowsTheEventsAlreadyInTheFile) {
