@@ -59,7 +59,11 @@ struct LogFileWriter {
         queue(label),
         interval(logFilePathCheckInterval()),
         storage(this->key, currentSize, maxSize, &printLogFileDiagnostic,
-                LogFilePathCheck{interval}) {}
+                LogFilePathCheck{interval}) {
+    // Taking a group allocates nothing, so it cannot fail halfway.
+    batch.reserve(LogFileStorage::kMaxBatch);
+    batchEntries.reserve(LogFileStorage::kMaxBatch);
+  }
   ~LogFileWriter();
   LogFileWriter(const LogFileWriter&) = delete;
   LogFileWriter& operator=(const LogFileWriter&) = delete;
@@ -79,6 +83,8 @@ struct LogFileWriter {
   };
   static constexpr std::uint32_t kDone = 1;
   static constexpr std::uint32_t kLead = 2;
+  // How many groups one caller writes before handing the turn on.
+  static constexpr int kGroupsPerTurn = 8;
 
   // Writes `waiter`'s event together with the events other threads are
   // waiting to write, and returns once it is in the file (see LogFile.cpp).
@@ -156,15 +162,15 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
   }
 }
 
-// Group commit. A caller whose event finds the file idle writes it at once
-// (and any events that arrive meanwhile go into the next write); a caller
-// that finds another writing puts its event in `pending` and sleeps. The one
-// writing takes everything pending (in arrival order, so each thread's
-// events keep their order) into one write on the queue, then marks those
-// events done and hands the turn to the oldest event still pending, whose
-// caller wakes and writes the next group. Every caller returns once its own
-// event is in the file. Handing the turn on, rather than writing on while
-// events keep coming, lets the writer's own caller go on after one group.
+// Group commit. A caller whose event finds the file idle writes it at once;
+// a caller that finds another writing puts its event in `pending` and
+// sleeps. The one writing takes everything pending (in arrival order, so each
+// thread's events keep their order) into one write on the queue, marks those
+// events done and wakes their callers, and goes on while events are pending,
+// for up to kGroupsPerTurn groups; then it hands the turn to the oldest
+// pending event, whose caller wakes and writes the next groups. So no caller
+// writes for others for long, and every caller returns once its own event is
+// in the file.
 //
 // A caller that runs work of some queue never sleeps here: the one writing
 // waits for the file's queue, which that caller might hold. It writes its
@@ -188,8 +194,8 @@ ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogF
     }
     lock.lock();  // the turn was handed over: `writing` stays set
   } else {
-    writing = true;
     pending.push_back(&waiter);
+    writing = true;
   }
   writePending(waiter, lock, self);
 }
@@ -197,41 +203,47 @@ ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogF
 ZORLAN_HOT void LogFileWriter::writePending(Waiter& own, std::unique_lock<std::mutex>& lock,
                                             const std::shared_ptr<LogFileWriter>& self) {
   // `own` is the oldest pending event.
-  const std::size_t count = std::min(pending.size(), LogFileStorage::kMaxBatch);
-  batch.assign(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
-  pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
-  lock.unlock();
-  std::exception_ptr failure;
-  try {
-    batchEntries.clear();
-    for (Waiter* waiter : batch) batchEntries.push_back(&waiter->entry);
-    queue.sync([&] {
-      struct After {
-        LogFileWriter& writer;
-        const std::shared_ptr<LogFileWriter>& self;
-        ~After() { writer.afterWrite(self); }
-      } after{*this, self};
-      storage.appendBatch(batchEntries);
-    });
-  } catch (...) {
-    failure = std::current_exception();
-  }
-  own.failure = failure;
-  lock.lock();
-  Waiter* next = pending.empty() ? nullptr : pending.front();
-  if (!next) writing = false;
-  const bool others = batch.size() > 1 || next;
-  for (Waiter* waiter : batch) {
-    if (waiter == &own) continue;
-    waiter->failure = failure;
-    // From here on the waiter may return and its event go away.
-    waiter->state.store(kDone, std::memory_order_release);
-  }
-  if (next) next->state.store(kLead, std::memory_order_release);
-  lock.unlock();
-  if (others) {
-    turn.fetch_add(1, std::memory_order_release);
-    turn.notify_all();
+  for (int group = 1;; ++group) {
+    const std::size_t count = std::min(pending.size(), LogFileStorage::kMaxBatch);
+    batch.assign(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
+    lock.unlock();
+    std::exception_ptr failure;
+    try {
+      batchEntries.clear();
+      for (Waiter* waiter : batch) batchEntries.push_back(&waiter->entry);
+      queue.sync([&] {
+        struct After {
+          LogFileWriter& writer;
+          const std::shared_ptr<LogFileWriter>& self;
+          ~After() { writer.afterWrite(self); }
+        } after{*this, self};
+        storage.appendBatch(batchEntries);
+      });
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    if (group == 1) own.failure = failure;
+    lock.lock();
+    Waiter* next = pending.empty() || group < kGroupsPerTurn ? nullptr : pending.front();
+    if (pending.empty()) writing = false;
+    bool told = false;
+    for (Waiter* waiter : batch) {
+      if (waiter == &own) continue;
+      waiter->failure = failure;
+      // From here on the waiter may return and its event go away.
+      waiter->state.store(kDone, std::memory_order_release);
+      told = true;
+    }
+    if (next) next->state.store(kLead, std::memory_order_release);
+    const bool more = writing && !next;
+    lock.unlock();
+    if (told || next) {
+      turn.fetch_add(1, std::memory_order_release);
+      turn.notify_all();
+    }
+    if (!more) return;
+    lock.lock();
   }
 }
 
