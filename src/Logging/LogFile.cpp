@@ -89,13 +89,15 @@ struct LogFileWriter {
   // Writes `waiter`'s event together with the events other threads are
   // waiting to write, and returns once it is in the file (see LogFile.cpp).
   void commit(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self);
-  // Writes the events waiting, up to kMaxBatch of them, on the queue, and
-  // tells their callers: the one that found the file idle or was handed the
-  // turn does this, with its own event first in line.
-  void writePending(Waiter& own, std::unique_lock<std::mutex>& lock,
+  // Writes the pending events in groups of up to kMaxBatch on the queue,
+  // `own` (when given) first, and tells their callers; then hands the turn
+  // on or leaves the file idle. Called with `lock` held and `phase` at
+  // kEventsPending, by the caller holding the turn.
+  void writePending(Waiter* own, std::unique_lock<std::mutex>& lock,
                     const std::shared_ptr<LogFileWriter>& self);
-  // Writes `waiter`'s event by itself.
-  void writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self);
+  // Writes `waiter`'s event by itself; what the write threw goes into
+  // `waiter.failure`.
+  void writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) noexcept;
 
   const fs::path key;  // the canonical path
   const DispatchQueue queue;
@@ -103,12 +105,19 @@ struct LogFileWriter {
   LogFileStorage storage;       // used on `queue` only
   bool checkScheduled = false;  // used on `queue` only
 
+  // Who writes: nobody (kIdle), a caller writing its own event while nobody
+  // waits (kWritingAlone: taken and left without `commitMutex`), or the
+  // caller holding the turn while events are pending (kEventsPending: left
+  // only under `commitMutex`).
+  static constexpr std::uint32_t kIdle = 0;
+  static constexpr std::uint32_t kWritingAlone = 1;
+  static constexpr std::uint32_t kEventsPending = 2;
+  std::atomic<std::uint32_t> phase{kIdle};
   std::mutex commitMutex;
-  std::vector<Waiter*> pending;  // guarded by `commitMutex`, oldest first
-  bool writing = false;          // guarded by `commitMutex`: someone writes the pending events
+  std::vector<Waiter*> pending;                  // guarded by `commitMutex`, oldest first
   std::atomic<std::uint32_t> turn{0};            // bumped whenever waiters have news
-  std::vector<Waiter*> batch;                    // used by the one writing only
-  std::vector<LogFileBatchEntry*> batchEntries;  // used by the one writing only
+  std::vector<Waiter*> batch;                    // used by the caller holding the turn only
+  std::vector<LogFileBatchEntry*> batchEntries;  // likewise
 };
 
 }  // namespace detail
@@ -162,48 +171,71 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
   }
 }
 
-// Group commit. A caller whose event finds the file idle writes it at once;
-// a caller that finds another writing puts its event in `pending` and
-// sleeps. The one writing takes everything pending (in arrival order, so each
-// thread's events keep their order) into one write on the queue, marks those
-// events done and wakes their callers, and goes on while events are pending,
-// for up to kGroupsPerTurn groups; then it hands the turn to the oldest
-// pending event, whose caller wakes and writes the next groups. So no caller
-// writes for others for long, and every caller returns once its own event is
-// in the file.
+// Group commit. A caller whose event finds the file idle writes it at once,
+// taking and leaving `phase` with one atomic operation each. A caller that
+// finds another writing marks events pending, puts its event in `pending`
+// and sleeps. The one writing, once done with what it was writing, takes
+// everything pending (in arrival order, so each thread's events keep their
+// order) into one write on the queue, marks those events done and wakes
+// their callers, and goes on while events are pending, for up to
+// kGroupsPerTurn groups; then it hands the turn to the oldest pending event,
+// whose caller wakes and writes the next groups. So no caller writes for
+// others for long, and every caller returns once its own event is in the
+// file.
 //
 // A caller that runs work of some queue never sleeps here: the one writing
 // waits for the file's queue, which that caller might hold. It writes its
 // event by itself through the queue's `sync`, which stops the process when
 // the caller holds the file's queue, as a plain append from there would.
 ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) {
-  std::unique_lock lock(commitMutex);
-  if (writing) {
-    if (detail::innermostFrame() != nullptr) {
-      lock.unlock();
-      return writeAlone(waiter, self);
-    }
-    pending.push_back(&waiter);
-    lock.unlock();
+  std::uint32_t seen = kIdle;
+  if (!phase.compare_exchange_strong(seen, kWritingAlone, std::memory_order_acquire)) {
+    std::unique_lock lock(commitMutex);
     while (true) {
-      const std::uint32_t seen = turn.load(std::memory_order_acquire);
-      const std::uint32_t state = waiter.state.load(std::memory_order_acquire);
-      if (state == kDone) return;
-      if (state == kLead) break;
-      turn.wait(seen, std::memory_order_acquire);
+      seen = phase.load(std::memory_order_relaxed);
+      if (seen == kIdle) {
+        if (!phase.compare_exchange_strong(seen, kWritingAlone, std::memory_order_acquire))
+          continue;
+        lock.unlock();
+        break;  // writes alone below
+      }
+      if (detail::innermostFrame() != nullptr) {
+        lock.unlock();
+        return writeAlone(waiter, self);
+      }
+      if (seen == kWritingAlone &&
+          !phase.compare_exchange_strong(seen, kEventsPending, std::memory_order_relaxed)) {
+        continue;
+      }
+      pending.push_back(&waiter);  // may throw: then nothing changed but `phase`, harmlessly
+      lock.unlock();
+      while (true) {
+        const std::uint32_t news = turn.load(std::memory_order_acquire);
+        const std::uint32_t state = waiter.state.load(std::memory_order_acquire);
+        if (state == kDone) return;
+        if (state == kLead) break;
+        turn.wait(news, std::memory_order_acquire);
+      }
+      lock.lock();  // handed the turn: `phase` stays kEventsPending
+      return writePending(&waiter, lock, self);
     }
-    lock.lock();  // the turn was handed over: `writing` stays set
-  } else {
-    pending.push_back(&waiter);
-    writing = true;
   }
-  writePending(waiter, lock, self);
+  writeAlone(waiter, self);
+  seen = kWritingAlone;
+  if (phase.compare_exchange_strong(seen, kIdle, std::memory_order_release)) return;
+  // Events arrived meanwhile.
+  std::unique_lock lock(commitMutex);
+  writePending(nullptr, lock, self);
 }
 
-ZORLAN_HOT void LogFileWriter::writePending(Waiter& own, std::unique_lock<std::mutex>& lock,
+ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::mutex>& lock,
                                             const std::shared_ptr<LogFileWriter>& self) {
-  // `own` is the oldest pending event.
   for (int group = 1;; ++group) {
+    if (pending.empty()) {
+      phase.store(kIdle, std::memory_order_release);
+      return;
+    }
+    // `own`, when given, is the oldest pending event.
     const std::size_t count = std::min(pending.size(), LogFileStorage::kMaxBatch);
     batch.assign(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
     pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
@@ -223,40 +255,44 @@ ZORLAN_HOT void LogFileWriter::writePending(Waiter& own, std::unique_lock<std::m
     } catch (...) {
       failure = std::current_exception();
     }
-    if (group == 1) own.failure = failure;
     lock.lock();
     Waiter* next = pending.empty() || group < kGroupsPerTurn ? nullptr : pending.front();
-    if (pending.empty()) writing = false;
-    bool told = false;
+    if (pending.empty()) phase.store(kIdle, std::memory_order_release);
     for (Waiter* waiter : batch) {
-      if (waiter == &own) continue;
       waiter->failure = failure;
+      if (waiter == own) continue;
       // From here on the waiter may return and its event go away.
       waiter->state.store(kDone, std::memory_order_release);
-      told = true;
     }
     if (next) next->state.store(kLead, std::memory_order_release);
-    const bool more = writing && !next;
-    lock.unlock();
-    if (told || next) {
+    const bool more = !pending.empty() && !next;
+    const bool news = batch.size() > (own != nullptr ? 1u : 0u) || next;
+    lock.unlock();  // from here on `batch` may be another's
+    if (news) {
       turn.fetch_add(1, std::memory_order_release);
       turn.notify_all();
     }
+    own = nullptr;
     if (!more) return;
     lock.lock();
   }
 }
 
-void LogFileWriter::writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) {
-  queue.sync([&] {
-    struct After {
-      LogFileWriter& writer;
-      const std::shared_ptr<LogFileWriter>& self;
-      ~After() { writer.afterWrite(self); }
-    } after{*this, self};
-    LogFileBatchEntry* entry = &waiter.entry;
-    storage.appendBatch({&entry, 1});
-  });
+void LogFileWriter::writeAlone(Waiter& waiter,
+                               const std::shared_ptr<LogFileWriter>& self) noexcept {
+  try {
+    queue.sync([&] {
+      struct After {
+        LogFileWriter& writer;
+        const std::shared_ptr<LogFileWriter>& self;
+        ~After() { writer.afterWrite(self); }
+      } after{*this, self};
+      LogFileBatchEntry* entry = &waiter.entry;
+      storage.appendBatch({&entry, 1});
+    });
+  } catch (...) {
+    waiter.failure = std::current_exception();
+  }
 }
 
 }  // namespace detail
