@@ -4,6 +4,7 @@
 #include <sys/xattr.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <boost/json/monotonic_resource.hpp>
 #include <cerrno>
@@ -80,6 +81,7 @@ struct LogFileWriter {
     // 0 while waiting; kDone once written (or refused); kLead when its
     // caller is to write the events waiting, its own first among them.
     std::atomic<std::uint32_t> state{0};
+    std::uint32_t slot = 0;  // which of `wakes` its caller sleeps on
   };
   static constexpr std::uint32_t kDone = 1;
   static constexpr std::uint32_t kLead = 2;
@@ -114,8 +116,11 @@ struct LogFileWriter {
   static constexpr std::uint32_t kEventsPending = 2;
   std::atomic<std::uint32_t> phase{kIdle};
   std::mutex commitMutex;
-  std::vector<Waiter*> pending;                  // guarded by `commitMutex`, oldest first
-  std::atomic<std::uint32_t> turn{0};            // bumped whenever waiters have news
+  std::vector<Waiter*> pending;  // guarded by `commitMutex`, oldest first
+  // Sleeping callers wait on one of these (by thread), bumped when one of
+  // theirs has news: waking only those, and outliving every waiter.
+  static constexpr std::uint32_t kWakeSlots = 16;
+  std::array<std::atomic<std::uint32_t>, kWakeSlots> wakes{};
   std::vector<Waiter*> batch;                    // used by the caller holding the turn only
   std::vector<LogFileBatchEntry*> batchEntries;  // likewise
 };
@@ -207,14 +212,19 @@ ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogF
           !phase.compare_exchange_strong(seen, kEventsPending, std::memory_order_relaxed)) {
         continue;
       }
+      static std::atomic<std::uint32_t> threads{0};
+      thread_local const std::uint32_t slot =
+          threads.fetch_add(1, std::memory_order_relaxed) % kWakeSlots;
+      waiter.slot = slot;
       pending.push_back(&waiter);  // may throw: then nothing changed but `phase`, harmlessly
       lock.unlock();
+      std::atomic<std::uint32_t>& wake = wakes[slot];
       while (true) {
-        const std::uint32_t news = turn.load(std::memory_order_acquire);
+        const std::uint32_t news = wake.load(std::memory_order_acquire);
         const std::uint32_t state = waiter.state.load(std::memory_order_acquire);
         if (state == kDone) return;
         if (state == kLead) break;
-        turn.wait(news, std::memory_order_acquire);
+        wake.wait(news, std::memory_order_acquire);
       }
       lock.lock();  // handed the turn: `phase` stays kEventsPending
       return writePending(&waiter, lock, self);
@@ -258,19 +268,24 @@ ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::m
     lock.lock();
     Waiter* next = pending.empty() || group < kGroupsPerTurn ? nullptr : pending.front();
     if (pending.empty()) phase.store(kIdle, std::memory_order_release);
+    std::uint32_t slots = 0;  // bit i: wakes[i] has news
     for (Waiter* waiter : batch) {
       waiter->failure = failure;
       if (waiter == own) continue;
+      slots |= 1u << waiter->slot;
       // From here on the waiter may return and its event go away.
       waiter->state.store(kDone, std::memory_order_release);
     }
-    if (next) next->state.store(kLead, std::memory_order_release);
+    if (next) {
+      slots |= 1u << next->slot;
+      next->state.store(kLead, std::memory_order_release);
+    }
     const bool more = !pending.empty() && !next;
-    const bool news = batch.size() > (own != nullptr ? 1u : 0u) || next;
     lock.unlock();  // from here on `batch` may be another's
-    if (news) {
-      turn.fetch_add(1, std::memory_order_release);
-      turn.notify_all();
+    for (std::uint32_t i = 0; slots != 0; ++i, slots >>= 1) {
+      if ((slots & 1u) == 0) continue;
+      wakes[i].fetch_add(1, std::memory_order_release);
+      wakes[i].notify_all();
     }
     own = nullptr;
     if (!more) return;
