@@ -399,6 +399,22 @@ std::int64_t LogFile::currentSize() const {
 
 const DispatchQueue& LogFile::queue() const noexcept { return writer_->queue; }
 
+std::size_t detail::waitingLogFileEvents(const fs::path& path) {
+  std::error_code unresolved;
+  const fs::path key = fs::canonical(path, unresolved);
+  std::shared_ptr<detail::LogFileWriter> writer;
+  {
+    WriterRegistry& registry = writerRegistry();
+    std::lock_guard lock(registry.mutex);
+    if (auto found = registry.writers.find(key); found != registry.writers.end()) {
+      writer = found->second.writer.lock();
+    }
+  }
+  if (!writer) return 0;
+  std::lock_guard lock(writer->commitMutex);
+  return writer->pending.size();
+}
+
 namespace {
 
 constexpr std::size_t kMaxKeptBuffer = 64 * 1024;

@@ -32,6 +32,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -107,6 +108,9 @@ void setLogFilePathCheckInterval(std::chrono::nanoseconds interval) noexcept;
 namespace detail {
 // Prints `line` to standard output when `Logger::shared().verbosity()` is 2.
 void printLogFileDiagnostic(const std::string& line);
+// How many events wait for another caller's write to the file open at
+// `path` (0 when it is not open): for tests that need writes in groups.
+std::size_t waitingLogFileEvents(const std::filesystem::path& path);
 }  // namespace detail
 
 }  // namespace zorlan
