@@ -196,10 +196,18 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
     });
   }
   for (int round = 0; round < kRounds; ++round) {
-    std::promise<void> open;
-    file->queue().async([held = open.get_future().share()] { held.wait(); });
+    // The first thread's write waits for the queue, the others for it. Once
+    // the first write is through, the group's write waits too (when the first
+    // thread got into the queue before the group's hold was posted, as it
+    // almost always does): a caller returning meanwhile would miss its event.
+    std::promise<void> first;
+    std::promise<void> group;
+    file->queue().async(
+        [&file, held = first.get_future().share(), then = group.get_future().share()] {
+          held.wait();
+          file->queue().async([then] { then.wait(); });
+        });
     rounds.arrive_and_wait();
-    // The first thread's write waits for the queue; the others wait for it.
     for (long spins = 0; detail::waitingLogFileEvents(path) < kThreads - 1; ++spins) {
       if (spins == 50'000'000) {
         ADD_FAILURE() << "events never waited in round " << round;
@@ -207,7 +215,12 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
       }
       std::this_thread::yield();
     }
-    open.set_value();
+    first.set_value();
+    for (long spins = 0; detail::waitingLogFileEvents(path) > 0 && spins < 1'000'000; ++spins) {
+      std::this_thread::yield();
+    }
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    group.set_value();
     rounds.arrive_and_wait();
   }
   for (auto& thread : threads) thread.join();
