@@ -208,6 +208,7 @@ void LogFileStorage::appendBatch(std::span<LogFileBatchEntry* const> entries) {
   const std::int64_t sizeBefore = currentSize_;
   parts_.clear();
   if (!unwritten_.empty()) parts_.push_back({unwritten_.data(), unwritten_.size()});
+  bool accepted = false;  // (an empty event is written too: the write may fail)
   for (LogFileBatchEntry* entry : entries) {
     try {
       checkedAdd(static_cast<std::int64_t>(entry->bytes.size()));
@@ -216,6 +217,7 @@ void LogFileStorage::appendBatch(std::span<LogFileBatchEntry* const> entries) {
       continue;
     }
     entry->error.reset();
+    accepted = true;
     char* bytes = const_cast<char*>(entry->bytes.data());
     const bool first = contentLength_ == 0;
     const auto length =
@@ -232,7 +234,7 @@ void LogFileStorage::appendBatch(std::span<LogFileBatchEntry* const> entries) {
       parts_.push_back({bytes, entry->bytes.size()});
     }
   }
-  if (contentLength_ != contentBefore) {
+  if (accepted) {
     if (!writeTail(parts_).empty()) {
       // Appending one by one instead: each write carries what is pending and
       // reports its own failure, as it would have without the group.
