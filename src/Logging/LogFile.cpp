@@ -4,6 +4,7 @@
 #include <sys/xattr.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/value.hpp>
@@ -11,13 +12,16 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <map>
 #include <mutex>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "Base/HotPath.hpp"
+#include "Dispatch/QueueImpl.hpp"
 #include "Logging/LogFileStorage.hpp"
 #include "zorlan/Base/Precondition.hpp"
 #include "zorlan/Coding/JSONWriter.hpp"
@@ -57,7 +61,11 @@ struct LogFileWriter {
         queue(label),
         interval(logFilePathCheckInterval()),
         storage(this->key, currentSize, maxSize, &printLogFileDiagnostic,
-                LogFilePathCheck{interval}) {}
+                LogFilePathCheck{interval}) {
+    // Taking a group allocates nothing, so it cannot fail halfway.
+    batch.reserve(LogFileStorage::kMaxBatch);
+    batchEntries.reserve(LogFileStorage::kMaxBatch);
+  }
   ~LogFileWriter();
   LogFileWriter(const LogFileWriter&) = delete;
   LogFileWriter& operator=(const LogFileWriter&) = delete;
@@ -67,11 +75,55 @@ struct LogFileWriter {
   // last events before a quiet spell also reach a file created anew.
   void afterWrite(const std::shared_ptr<LogFileWriter>& self) noexcept;
 
+  // An event waiting to be written, on its caller's stack.
+  struct Waiter {
+    LogFileBatchEntry entry;
+    std::exception_ptr failure;  // what the write threw, if anything
+    // 0 while waiting; kDone once written (or refused); kLead when its
+    // caller is to write the events waiting, its own first among them.
+    std::atomic<std::uint32_t> state{0};
+    std::uint32_t slot = 0;  // which of `wakes` its caller sleeps on
+  };
+  static constexpr std::uint32_t kDone = 1;
+  static constexpr std::uint32_t kLead = 2;
+  // How many groups one caller writes before handing the turn on.
+  static constexpr int kGroupsPerTurn = 8;
+
+  // Writes `waiter`'s event together with the events other threads are
+  // waiting to write, and returns once it is in the file (see LogFile.cpp).
+  void commit(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self);
+  // Writes the pending events in groups of up to kMaxBatch on the queue,
+  // `own` (when given) first, and tells their callers; then hands the turn
+  // on or leaves the file idle. Called with `lock` held and `phase` at
+  // kEventsPending, by the caller holding the turn.
+  void writePending(Waiter* own, std::unique_lock<std::mutex>& lock,
+                    const std::shared_ptr<LogFileWriter>& self);
+  // Writes `waiter`'s event by itself; what the write threw goes into
+  // `waiter.failure`.
+  void writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) noexcept;
+
   const fs::path key;  // the canonical path
   const DispatchQueue queue;
   const std::chrono::nanoseconds interval;
   LogFileStorage storage;       // used on `queue` only
   bool checkScheduled = false;  // used on `queue` only
+
+  // Who writes: nobody (kIdle), a caller writing its own event while nobody
+  // waits (kWritingAlone: taken and left without `commitMutex`), or the
+  // caller holding the turn while events are pending (kEventsPending: left
+  // only under `commitMutex`).
+  static constexpr std::uint32_t kIdle = 0;
+  static constexpr std::uint32_t kWritingAlone = 1;
+  static constexpr std::uint32_t kEventsPending = 2;
+  std::atomic<std::uint32_t> phase{kIdle};
+  std::mutex commitMutex;
+  std::vector<Waiter*> pending;  // guarded by `commitMutex`, oldest first
+  // Sleeping callers wait on one of these (by thread), bumped when one of
+  // theirs has news: waking only those, and outliving every waiter.
+  static constexpr std::uint32_t kWakeSlots = 16;
+  std::array<std::atomic<std::uint32_t>, kWakeSlots> wakes{};
+  std::vector<Waiter*> batch;                    // used by the caller holding the turn only
+  std::vector<LogFileBatchEntry*> batchEntries;  // likewise
 };
 
 }  // namespace detail
@@ -122,6 +174,140 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
     checkScheduled = true;
   } catch (...) {
     // Out of memory: the next write after the interval asks instead.
+  }
+}
+
+// Group commit. A caller whose event finds the file idle writes it at once,
+// taking and leaving `phase` with one atomic operation each. A caller that
+// finds another writing marks events pending, puts its event in `pending`
+// and sleeps. The one writing, once done with what it was writing, takes
+// everything pending (in arrival order, so each thread's events keep their
+// order) into one write on the queue, marks those events done and wakes
+// their callers, and goes on while events are pending, for up to
+// kGroupsPerTurn groups; then it hands the turn to the oldest pending event,
+// whose caller wakes and writes the next groups. So no caller writes for
+// others for long, and every caller returns once its own event is in the
+// file.
+//
+// A caller that runs work of some queue never sleeps here: the one writing
+// waits for the file's queue, which that caller might hold. It writes its
+// event by itself through the queue's `sync`, which stops the process when
+// the caller holds the file's queue, as a plain append from there would.
+ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) {
+  std::uint32_t seen = kIdle;
+  if (!phase.compare_exchange_strong(seen, kWritingAlone, std::memory_order_acquire)) {
+    std::unique_lock lock(commitMutex);
+    while (true) {
+      seen = phase.load(std::memory_order_relaxed);
+      if (seen == kIdle) {
+        if (!phase.compare_exchange_strong(seen, kWritingAlone, std::memory_order_acquire))
+          continue;
+        lock.unlock();
+        break;  // writes alone below
+      }
+      if (detail::innermostFrame() != nullptr) {
+        lock.unlock();
+        return writeAlone(waiter, self);
+      }
+      if (seen == kWritingAlone &&
+          !phase.compare_exchange_strong(seen, kEventsPending, std::memory_order_relaxed)) {
+        continue;
+      }
+      static std::atomic<std::uint32_t> threads{0};
+      thread_local const std::uint32_t slot =
+          threads.fetch_add(1, std::memory_order_relaxed) % kWakeSlots;
+      waiter.slot = slot;
+      pending.push_back(&waiter);  // may throw: then nothing changed but `phase`, harmlessly
+      lock.unlock();
+      std::atomic<std::uint32_t>& wake = wakes[slot];
+      while (true) {
+        const std::uint32_t news = wake.load(std::memory_order_acquire);
+        const std::uint32_t state = waiter.state.load(std::memory_order_acquire);
+        if (state == kDone) return;
+        if (state == kLead) break;
+        wake.wait(news, std::memory_order_acquire);
+      }
+      lock.lock();  // handed the turn: `phase` stays kEventsPending
+      return writePending(&waiter, lock, self);
+    }
+  }
+  writeAlone(waiter, self);
+  seen = kWritingAlone;
+  if (phase.compare_exchange_strong(seen, kIdle, std::memory_order_release)) return;
+  // Events arrived meanwhile.
+  std::unique_lock lock(commitMutex);
+  writePending(nullptr, lock, self);
+}
+
+ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::mutex>& lock,
+                                            const std::shared_ptr<LogFileWriter>& self) {
+  for (int group = 1;; ++group) {
+    if (pending.empty()) {
+      phase.store(kIdle, std::memory_order_release);
+      return;
+    }
+    // `own`, when given, is the oldest pending event.
+    const std::size_t count = std::min(pending.size(), LogFileStorage::kMaxBatch);
+    batch.assign(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
+    lock.unlock();
+    std::exception_ptr failure;
+    try {
+      batchEntries.clear();
+      for (Waiter* waiter : batch) batchEntries.push_back(&waiter->entry);
+      queue.sync([&] {
+        struct After {
+          LogFileWriter& writer;
+          const std::shared_ptr<LogFileWriter>& self;
+          ~After() { writer.afterWrite(self); }
+        } after{*this, self};
+        storage.appendBatch(batchEntries);
+      });
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    lock.lock();
+    Waiter* next = pending.empty() || group < kGroupsPerTurn ? nullptr : pending.front();
+    if (pending.empty()) phase.store(kIdle, std::memory_order_release);
+    std::uint32_t slots = 0;  // bit i: wakes[i] has news
+    for (Waiter* waiter : batch) {
+      waiter->failure = failure;
+      if (waiter == own) continue;
+      slots |= 1u << waiter->slot;
+      // From here on the waiter may return and its event go away.
+      waiter->state.store(kDone, std::memory_order_release);
+    }
+    if (next) {
+      slots |= 1u << next->slot;
+      next->state.store(kLead, std::memory_order_release);
+    }
+    const bool more = !pending.empty() && !next;
+    lock.unlock();  // from here on `batch` may be another's
+    for (std::uint32_t i = 0; slots != 0; ++i, slots >>= 1) {
+      if ((slots & 1u) == 0) continue;
+      wakes[i].fetch_add(1, std::memory_order_release);
+      wakes[i].notify_all();
+    }
+    own = nullptr;
+    if (!more) return;
+    lock.lock();
+  }
+}
+
+void LogFileWriter::writeAlone(Waiter& waiter,
+                               const std::shared_ptr<LogFileWriter>& self) noexcept {
+  try {
+    queue.sync([&] {
+      struct After {
+        LogFileWriter& writer;
+        const std::shared_ptr<LogFileWriter>& self;
+        ~After() { writer.afterWrite(self); }
+      } after{*this, self};
+      LogFileBatchEntry* entry = &waiter.entry;
+      storage.appendBatch({&entry, 1});
+    });
+  } catch (...) {
+    waiter.failure = std::current_exception();
   }
 }
 
@@ -199,13 +385,11 @@ LogFile::LogFile(fs::path path, std::shared_ptr<detail::LogFileWriter> writer)
 LogFile::~LogFile() = default;
 
 void LogFile::append(std::string_view bytes) {
-  writer_->queue.sync([&] {
-    struct After {
-      const std::shared_ptr<detail::LogFileWriter>& writer;
-      ~After() { writer->afterWrite(writer); }
-    } after{writer_};
-    writer_->storage.append(bytes);
-  });
+  detail::LogFileWriter::Waiter waiter;
+  waiter.entry.bytes = bytes;
+  writer_->commit(waiter, writer_);
+  if (waiter.failure) std::rethrow_exception(waiter.failure);
+  if (waiter.entry.error) throw LogFileError(*waiter.entry.error);
 }
 
 std::int64_t LogFile::maxSize() const noexcept { return writer_->storage.maxSize(); }
@@ -215,6 +399,22 @@ std::int64_t LogFile::currentSize() const {
 }
 
 const DispatchQueue& LogFile::queue() const noexcept { return writer_->queue; }
+
+std::size_t detail::waitingLogFileEvents(const fs::path& path) {
+  std::error_code unresolved;
+  const fs::path key = fs::canonical(path, unresolved);
+  std::shared_ptr<detail::LogFileWriter> writer;
+  {
+    WriterRegistry& registry = writerRegistry();
+    std::lock_guard lock(registry.mutex);
+    if (auto found = registry.writers.find(key); found != registry.writers.end()) {
+      writer = found->second.writer.lock();
+    }
+  }
+  if (!writer) return 0;
+  std::lock_guard lock(writer->commitMutex);
+  return writer->pending.size();
+}
 
 namespace {
 
@@ -347,15 +547,18 @@ ZORLAN_HOT void LogFile::log(const LogEvent& event) noexcept {
                                      ", unable to serialize log event");
       return;
     }
-    writer_->queue.sync([&] {
-      try {
-        writer_->storage.appendAfterScratch(*encoded);
-      } catch (const LogFileError& error) {
-        detail::printLogFileDiagnostic("failed appending to :" + path_.string() + ", error:" + " " +
-                                       error.what());
-      }
-      writer_->afterWrite(writer_);
-    });
+    constexpr std::size_t kScratch = detail::LogFileStorage::kScratchSize;
+    detail::LogFileWriter::Waiter waiter;
+    waiter.entry.bytes = {encoded->data() + kScratch, encoded->size() - kScratch};
+    waiter.entry.scratch = encoded->data();
+    // Printed on the queue, where appending the event alone would fail.
+    waiter.entry.context = &path_;
+    waiter.entry.onFailure = [](const detail::LogFileBatchEntry& entry, LogFileError::Code code) {
+      const auto& path = *static_cast<const fs::path*>(entry.context);
+      detail::printLogFileDiagnostic("failed appending to :" + path.string() + ", error:" + " " +
+                                     LogFileError(code).what());
+    };
+    writer_->commit(waiter, writer_);
   } catch (...) {
     // Out of memory or a queue misuse: a log call never throws.
   }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <utility>
 
@@ -65,6 +66,7 @@ LogFileStorage::LogFileStorage(std::filesystem::path path, std::int64_t currentS
       pathCheck_(std::move(pathCheck)) {
   ZORLAN_PRECONDITION(!__builtin_mul_overflow(maxSize_, std::int64_t{3}, &bound_),
                       "log file size bound overflows");
+  parts_.reserve(2 * kMaxBatch + 1);  // no allocation while writing a group
 }
 
 LogFileStorage::~LogFileStorage() { close(true); }
@@ -183,6 +185,71 @@ ZORLAN_HOT void LogFileStorage::appendChunk(std::string_view bytes, char* scratc
   grow(contentLength_ > 0 ? kSeparator : std::string_view(), bytes, scratch);
 }
 
+ZORLAN_HOT void LogFileStorage::appendAlone(LogFileBatchEntry& entry) {
+  try {
+    appendChunk(entry.bytes, entry.scratch);
+    entry.error.reset();
+  } catch (const LogFileError& error) {
+    entry.error = error.code();
+    if (entry.onFailure) entry.onFailure(entry, error.code());
+  }
+}
+
+void LogFileStorage::appendBatch(std::span<LogFileBatchEntry* const> entries) {
+  ZORLAN_PRECONDITION(entries.size() <= kMaxBatch, "too many log events in one group");
+  if (entries.size() == 1) return appendAlone(*entries[0]);
+  if (deleted_) {
+    for (LogFileBatchEntry* entry : entries) entry->error.reset();
+    return;
+  }
+  // The entries in order, each checked against the size the ones before it
+  // left, as appending them one by one would.
+  const std::int64_t contentBefore = contentLength_;
+  const std::int64_t sizeBefore = currentSize_;
+  parts_.clear();
+  if (!unwritten_.empty()) parts_.push_back({unwritten_.data(), unwritten_.size()});
+  bool accepted = false;  // (an empty event is written too: the write may fail)
+  for (LogFileBatchEntry* entry : entries) {
+    try {
+      checkedAdd(static_cast<std::int64_t>(entry->bytes.size()));
+    } catch (const LogFileError& error) {
+      entry->error = error.code();
+      continue;
+    }
+    entry->error.reset();
+    accepted = true;
+    char* bytes = const_cast<char*>(entry->bytes.data());
+    const bool first = contentLength_ == 0;
+    const auto length =
+        static_cast<std::int64_t>((first ? 0 : kSeparator.size()) + entry->bytes.size());
+    contentLength_ += length;
+    currentSize_ += length;
+    if (first) {
+      parts_.push_back({bytes, entry->bytes.size()});
+    } else if (entry->scratch) {
+      std::memcpy(entry->scratch, kSeparator.data(), kSeparator.size());
+      parts_.push_back({entry->scratch, kSeparator.size() + entry->bytes.size()});
+    } else {
+      parts_.push_back({const_cast<char*>(kSeparator.data()), kSeparator.size()});
+      parts_.push_back({bytes, entry->bytes.size()});
+    }
+  }
+  if (accepted) {
+    if (!writeTail(parts_).empty()) {
+      // Appending one by one instead: each write carries what is pending and
+      // reports its own failure, as it would have without the group.
+      contentLength_ = contentBefore;
+      currentSize_ = sizeBefore;
+      for (LogFileBatchEntry* entry : entries) appendAlone(*entry);
+      return;
+    }
+    unwritten_.clear();
+  }
+  for (LogFileBatchEntry* entry : entries) {
+    if (entry->error && entry->onFailure) entry->onFailure(*entry, *entry->error);
+  }
+}
+
 ZORLAN_HOT void LogFileStorage::grow(std::string_view separator, std::string_view bytes,
                                      char* scratch) {
   const auto length = static_cast<std::int64_t>(separator.size() + bytes.size());
@@ -213,26 +280,45 @@ ZORLAN_HOT void LogFileStorage::grow(std::string_view separator, std::string_vie
 }
 
 ZORLAN_HOT std::string LogFileStorage::writeTail(std::string_view tail) {
+  iovec part{const_cast<char*>(tail.data()), tail.size()};
+  return writeTail(std::span<iovec>(&part, 1));
+}
+
+ZORLAN_HOT std::string LogFileStorage::writeTail(std::span<iovec> parts) {
   if (fd_ < 0) {
     if (std::string error = openFile(O_CREAT); !error.empty()) return error;
   } else if (pathCheckDue() && !pathNamesOpenFile()) {
     if (std::string error = writeAnewAtPath(); !error.empty()) return error;
   }
-  const char* data = tail.data();
-  std::size_t left = tail.size();
   off_t offset = static_cast<off_t>(diskGoodLength_);
   // Until this write is through, the file's length is not known.
   const bool lengthWasKnown = std::exchange(diskLengthKnown_, false);
-  while (left > 0) {
-    ssize_t written = ::pwrite(fd_, data, left, offset);
+  std::size_t next = 0;  // the first part not written in full
+  while (next < parts.size()) {
+    if (parts[next].iov_len == 0) {
+      ++next;
+      continue;
+    }
+    const std::size_t count = std::min<std::size_t>(parts.size() - next, IOV_MAX);
+    const ssize_t written = count == 1
+                                ? ::pwrite(fd_, parts[next].iov_base, parts[next].iov_len, offset)
+                                : ::pwritev(fd_, &parts[next], static_cast<int>(count), offset);
     if (written < 0) {
       if (errno == EINTR) continue;
       return errnoText(errno);
     }
     if (written == 0) return "no bytes written";
-    data += written;
-    left -= static_cast<std::size_t>(written);
     offset += written;
+    for (auto left = static_cast<std::size_t>(written); left > 0;) {
+      iovec& part = parts[next];
+      if (left < part.iov_len) {
+        part.iov_base = static_cast<char*>(part.iov_base) + left;
+        part.iov_len -= left;
+        break;
+      }
+      left -= part.iov_len;
+      ++next;
+    }
   }
   // A file known to end at `diskGoodLength_` now ends at the content's end:
   // nothing to cut, and no need to ask the file system.

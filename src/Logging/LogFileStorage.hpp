@@ -37,14 +37,20 @@
 // Not thread-safe: `LogFile` calls it on its serial queue only.
 #pragma once
 
+#include <sys/uio.h>
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
+
+#include "zorlan/Logging/LogFileError.hpp"
 
 namespace zorlan::detail {
 
@@ -56,6 +62,20 @@ std::chrono::nanoseconds coarseMonotonicNow() noexcept;
 struct LogFilePathCheck {
   std::chrono::nanoseconds interval{0};
   std::function<std::chrono::nanoseconds()> now = &coarseMonotonicNow;
+};
+
+// One event of a group appended together (see `LogFileStorage::appendBatch`).
+struct LogFileBatchEntry {
+  std::string_view bytes;
+  // Room for the separator just before `bytes` (kScratchSize bytes), or null.
+  char* scratch = nullptr;
+  // Called where appending the event alone would have thrown, with what it
+  // would have thrown; null: nobody is told there.
+  void (*onFailure)(const LogFileBatchEntry& entry, LogFileError::Code code) = nullptr;
+  const void* context = nullptr;  // for `onFailure`
+  // Set by the append: absent when the event was appended (or ignored by a
+  // deleted file), else the error appending it alone would have thrown.
+  std::optional<LogFileError::Code> error;
 };
 
 class LogFileStorage {
@@ -79,6 +99,14 @@ class LogFileStorage {
   // separator goes there, so the chunk is written without a copy.
   void appendAfterScratch(std::span<char> chunk);
   static constexpr std::size_t kScratchSize = 2;
+  // Appends the entries in order, with the outcome of appending each alone
+  // through the append routine (the same bounds checks, refusals, bytes and
+  // error reports), but in one write: the group's chunks go out together at
+  // the known end. When that write fails, the entries are appended again one
+  // by one, so each fails or succeeds exactly as it would have alone. At
+  // most kMaxBatch entries.
+  void appendBatch(std::span<LogFileBatchEntry* const> entries);
+  static constexpr std::size_t kMaxBatch = 256;
 
   // The initial load: reads the file and appends its bytes through the append
   // routine. A failed read prints "failed opening file from disk: ..." and
@@ -106,6 +134,8 @@ class LogFileStorage {
 
  private:
   void appendChunk(std::string_view bytes, char* scratch);
+  // The append routine for one entry, recording its outcome.
+  void appendAlone(LogFileBatchEntry& entry);
   // Grows the content by the chunk `separator` + `bytes` (size already
   // checked) and writes it; `scratch` (may be null) is room for the
   // separator just before `bytes`.
@@ -114,6 +144,8 @@ class LogFileStorage {
   // and cuts the file to the content's length. Returns an error description
   // on failure.
   std::string writeTail(std::string_view tail);
+  // The same for a tail in parts (which it may change).
+  std::string writeTail(std::span<iovec> parts);
   // Opens the file at the path for writing; returns an error description on
   // failure.
   std::string openFile(int flags);
@@ -138,6 +170,7 @@ class LogFileStorage {
   // a complete write through `fd_`); then a write needs no size check.
   bool diskLengthKnown_ = false;
   std::string unwritten_;
+  std::vector<iovec> parts_;  // a group's tail, reused
   int fd_ = -1;
   // The device and inode of the open file.
   std::uint64_t device_ = 0;

@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <barrier>
 #include <cstdio>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <thread>
 
+#include "Logging/LogFileStorage.hpp"
 #include "zorlan/Logging/FileLogger.hpp"
 #include "zorlan/Logging/LogFile.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
@@ -79,6 +83,160 @@ TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
     auto colon = message.find(':');
     int t = std::stoi(message.substr(0, colon));
     EXPECT_EQ(std::stoi(message.substr(colon + 1)), next[t]++);  // per-writer order
+  }
+}
+
+// What appending one event at a time leaves: the file's bytes and, per
+// event, whether it was refused as `full`.
+struct OneByOne {
+  std::string content;
+  std::int64_t size = 0;
+  std::int64_t bound = 0;
+  bool append(const std::string& bytes) {
+    if (size + static_cast<std::int64_t>(bytes.size()) >= bound) return false;
+    const std::string chunk = content.empty() ? bytes : ",\n" + bytes;
+    content += chunk;
+    size += static_cast<std::int64_t>(chunk.size());
+    return true;
+  }
+};
+
+TEST_F(LogFileConcurrencyTest, GroupsCrossingTheBoundRefuseWhatOneByOneWould) {
+  // One write for a group of events: each is checked against the size the
+  // ones before it left (a refused event takes no room, a later smaller one
+  // may fit), failures are reported per event in order, and a failed write
+  // fails the group's events as appending each alone would.
+  const fs::path sub = dir_ / "later";
+  const fs::path path = sub / "group.log";
+  std::vector<std::string> reports;
+  detail::LogFileStorage storage(path, 0, 10, [&](const std::string& line) {
+    reports.push_back(line.substr(0, line.find(" at: ")));
+  });
+  OneByOne model;
+  model.bound = 30;
+  const auto group = [&](const std::vector<std::string>& events, bool writable) {
+    std::vector<std::string> chunks;
+    std::vector<detail::LogFileBatchEntry> entries(events.size());
+    std::vector<detail::LogFileBatchEntry*> pointers;
+    for (std::size_t i = 0; i < events.size(); ++i) chunks.push_back("??" + events[i]);
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      auto& entry = entries[i];
+      entry.bytes = std::string_view(chunks[i]).substr(2);
+      if (i % 2 == 0) entry.scratch = chunks[i].data();  // either way of handing bytes over
+      entry.context = &reports;
+      entry.onFailure = [](const detail::LogFileBatchEntry& e, LogFileError::Code code) {
+        static_cast<std::vector<std::string>*>(const_cast<void*>(e.context))
+            ->push_back(std::string(e.bytes) + " " + LogFileError(code).what());
+      };
+      pointers.push_back(&entry);
+    }
+    reports.clear();
+    storage.appendBatch(pointers);
+    std::vector<std::string> expected;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      const bool fits = model.append(events[i]);
+      std::optional<LogFileError::Code> code;
+      if (!fits) code = LogFileError::Code::full;
+      if (fits && !writable) code = LogFileError::Code::writing;
+      if (code == LogFileError::Code::writing) expected.push_back("failed appending data");
+      if (code) expected.push_back(events[i] + " " + LogFileError(*code).what());
+      EXPECT_EQ(entries[i].error, code) << events[i];
+    }
+    EXPECT_EQ(reports, expected);
+    EXPECT_EQ(storage.currentSize(), model.size);
+    EXPECT_EQ(readAll(path), writable ? model.content : "");
+  };
+  // The folder is missing: every write fails, and the next one carries the
+  // events the failed ones held.
+  group({"{\"a\":1}", "{\"b\":22}"}, false);
+  fs::create_directories(sub);
+  // 17 bytes counted so far (7 + 2 + 8) of 30; then 26: the 10-byte event is
+  // refused, the 3-byte one after it fits (29: the bound counts the event,
+  // not its separator), the next would reach the bound.
+  group({"{\"c\":3}", "{\"d\":4444}", "123", "2"}, true);
+  group({"x", "y"}, true);
+}
+
+TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) {
+  // Each round, one thread's write is held up on the file's queue while the
+  // others' events wait, so they go out as one group. Every event is in the
+  // file when its call returns; the group in which the file fills accepts
+  // exactly as many events as appending one at a time would, the rest fail
+  // with `full`; the file holds the accepted events in each thread's order.
+  constexpr int kThreads = 5;
+  constexpr int kRounds = 8;
+  const fs::path path = dir_ / "groups.log";
+  auto message = [](int thread, int round) {
+    return std::to_string(thread) + ":" + std::to_string(100 + round);
+  };
+  OneByOne model;
+  model.bound = 3 * 130;  // 18 events of 19 bytes fit: mid-group in round 4
+  int fitting = 0;
+  while (model.append(event(message(0, 0)))) ++fitting;
+  ASSERT_EQ(fitting, 18);
+  auto file = LogFile::open(path, 130);
+  std::barrier rounds(kThreads + 1);
+  std::vector<std::vector<bool>> accepted(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int round = 0; round < kRounds; ++round) {
+        rounds.arrive_and_wait();
+        const std::string text = message(t, round);
+        try {
+          file->append(event(text));
+          accepted[t].push_back(true);
+          EXPECT_NE(readAll(path).find(text), std::string::npos) << "returned before written";
+        } catch (const LogFileError& error) {
+          EXPECT_EQ(error.code(), LogFileError::Code::full);
+          accepted[t].push_back(false);
+        }
+        rounds.arrive_and_wait();
+      }
+    });
+  }
+  for (int round = 0; round < kRounds; ++round) {
+    // The first thread's write waits for the queue, the others for it. Once
+    // the first write is through, the group's write waits too (when the first
+    // thread got into the queue before the group's hold was posted, as it
+    // almost always does): a caller returning meanwhile would miss its event.
+    std::promise<void> first;
+    std::promise<void> group;
+    file->queue().async(
+        [&file, held = first.get_future().share(), then = group.get_future().share()] {
+          held.wait();
+          file->queue().async([then] { then.wait(); });
+        });
+    rounds.arrive_and_wait();
+    for (long spins = 0; detail::waitingLogFileEvents(path) < kThreads - 1; ++spins) {
+      if (spins == 50'000'000) {
+        ADD_FAILURE() << "events never waited in round " << round;
+        break;
+      }
+      std::this_thread::yield();
+    }
+    first.set_value();
+    for (long spins = 0; detail::waitingLogFileEvents(path) > 0 && spins < 1'000'000; ++spins) {
+      std::this_thread::yield();
+    }
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    group.set_value();
+    rounds.arrive_and_wait();
+  }
+  for (auto& thread : threads) thread.join();
+  const auto messages = messagesIn(path);
+  EXPECT_EQ(messages.size(), static_cast<std::size_t>(fitting));
+  std::vector<int> next(kThreads, 0);
+  for (const auto& text : messages) {
+    const int t = text[0] - '0';
+    ASSERT_TRUE(t >= 0 && t < kThreads) << text;
+    EXPECT_EQ(text, message(t, next[t]++));
+  }
+  for (int t = 0; t < kThreads; ++t) {
+    // Accepted events come first (a full file stays full); all are in the file.
+    const auto firstRefused = std::find(accepted[t].begin(), accepted[t].end(), false);
+    EXPECT_EQ(std::find(firstRefused, accepted[t].end(), true), accepted[t].end());
+    EXPECT_EQ(firstRefused - accepted[t].begin(), next[t]);
   }
 }
 

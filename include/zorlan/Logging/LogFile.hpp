@@ -32,6 +32,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -50,7 +51,8 @@ struct LogFileWriter;
 }
 
 // Thread-safe: appends run on the file's serial queue (shared with every
-// `LogFile` of the same file). Equality is identity (compare the shared
+// `LogFile` of the same file); appends from many threads at once are written
+// in groups, one system call per group. Equality is identity (compare the shared
 // pointers).
 class LogFile final : public LogSink {
  public:
@@ -66,11 +68,13 @@ class LogFile final : public LogSink {
                                        std::optional<Date> creationDate = std::nullopt);
   ~LogFile() override;
 
-  // The append routine, from any thread: it runs on the calling thread once
-  // the file's queue has run everything submitted before (the initial load
-  // first), and waits its turn when the queue is busy. Throws LogFileError
-  // `full` or `writing`. Stops the process when called from work running on
-  // the file's queue.
+  // The append routine, from any thread: it runs on the file's queue after
+  // everything submitted before (the initial load first) and returns once
+  // the bytes are in the file. While another thread writes, the call waits
+  // and its bytes go out with the other waiting events in one write, each
+  // event checked against the bound and reported exactly as if appended
+  // alone, in turn. Throws LogFileError `full` or `writing`. Stops the
+  // process when called from work running on the file's queue.
   void append(std::string_view bytes);
 
   // Encodes `event` and appends it synchronously on the file's queue. Never
@@ -104,6 +108,9 @@ void setLogFilePathCheckInterval(std::chrono::nanoseconds interval) noexcept;
 namespace detail {
 // Prints `line` to standard output when `Logger::shared().verbosity()` is 2.
 void printLogFileDiagnostic(const std::string& line);
+// How many events wait for another caller's write to the file open at
+// `path` (0 when it is not open): for tests that need writes in groups.
+std::size_t waitingLogFileEvents(const std::filesystem::path& path);
 }  // namespace detail
 
 }  // namespace zorlan
