@@ -83,8 +83,33 @@ class FuzzyMatcher {
   // more than kMaxRepeats of them.
   std::size_t repeats_ = 0;
 
+  // For each byte, the term characters among the first 64 whose form is
+  // longer than one byte and starts with it.
+  std::array<std::uint64_t, 256> leadMatches_{};
+  // Whether candidates of any characters are scored from the table of
+  // code points: at most 64 term characters, the first of one code point.
+  bool byCodePoint_ = false;
+  // The distinct one-byte forms of the first 64 term characters, and for
+  // each of those term characters the index of its form there (or -1).
+  std::vector<unsigned char> shortForms_;
+  std::vector<int> shortFormOf_;
+  // Whether the first term character's form has a byte beyond ASCII.
+  bool firstBeyondAscii_ = false;
+  // Whether the first term character's form holds a small sigma (σ or ς),
+  // which a capital sigma lower-cases to depending on what surrounds it.
+  bool firstHasSigma_ = false;
+
   std::optional<float> scoreInOnePass(std::string_view candidate, Scratch& scratch,
                                       bool& scored) const;
+  std::optional<float> scoreByCodePoint(std::string_view candidate, Scratch& scratch,
+                                        bool& scored) const;
+  // Whether the candidate lower-cased as a whole text contains the first
+  // term character.
+  bool wholeTextContainsFirst(std::string_view candidate) const;
+  // For a candidate of at most 64 bytes: whether it is plain ASCII (no CR
+  // LF), and then the positions where each of the first 64 term characters
+  // matches, as bits.
+  bool asciiMasks(std::string_view candidate, std::uint64_t* masks) const;
 };
 
 namespace detail {
