@@ -251,24 +251,26 @@ CodePointInfo describeCodePoint(UChar32 c) {
   return info;
 }
 
-const CodePointInfo& codePointInfo(char32_t c) {
-  std::atomic<const CodePointBlock*>& slot = codePointBlocks[c >> 8];
-  const CodePointBlock* block = slot.load(std::memory_order_acquire);
-  if (block == nullptr) {
-    auto* made = new CodePointBlock();
-    const char32_t first = c & ~char32_t{0xFF};
-    for (char32_t i = 0; i < 256; ++i) {
-      made->infos[i] = describeCodePoint(static_cast<UChar32>(first + i));
-    }
-    // Another thread may have made the same block meanwhile: keep one.
-    const CodePointBlock* expected = nullptr;
-    if (slot.compare_exchange_strong(expected, made, std::memory_order_acq_rel)) {
-      block = made;
-    } else {
-      delete made;
-      block = expected;
-    }
+// Makes the block of `c` (once; another thread may make the same block
+// meanwhile, and one of the two is kept).
+[[gnu::noinline]] const CodePointBlock* makeCodePointBlock(char32_t c) {
+  auto* made = new CodePointBlock();
+  const char32_t first = c & ~char32_t{0xFF};
+  for (char32_t i = 0; i < 256; ++i) {
+    made->infos[i] = describeCodePoint(static_cast<UChar32>(first + i));
   }
+  const CodePointBlock* expected = nullptr;
+  if (codePointBlocks[c >> 8].compare_exchange_strong(expected, made, std::memory_order_acq_rel)) {
+    return made;
+  }
+  delete made;
+  return expected;
+}
+
+inline const CodePointInfo& codePointInfo(char32_t c) {
+  const CodePointBlock* block = codePointBlocks[c >> 8].load(std::memory_order_acquire);
+  if (block == nullptr) [[unlikely]]
+    block = makeCodePointBlock(c);
   return block->infos[c & 0xFFu];
 }
 
@@ -302,6 +304,15 @@ inline std::size_t decodeUTF8(const unsigned char* p, const unsigned char* end,
   return 0;
 }
 
+// Whether two short texts (characters' forms) are the same, byte by byte.
+inline bool sameBytes(std::string_view a, std::string_view b) noexcept {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
+}
+
 // The square roots of 0 to 255 in 32-bit float, made once at load time.
 const std::array<float, 256> kSmallRoots = [] {
   std::array<float, 256> roots{};
@@ -319,32 +330,6 @@ inline float selectFloat(bool condition, float a, float b) noexcept {
   float result;
   std::memcpy(&result, &bits, sizeof result);
   return result;
-}
-
-// Whether `text` is ASCII.
-bool isAscii(std::string_view text) noexcept {
-  const std::size_t n = text.size();
-  std::size_t i = 0;
-#if defined(__SSE2__)
-  if (n >= 16) {
-    // Blocks of sixteen, the last one ending at the end of the text.
-    __m128i high = _mm_setzero_si128();
-    for (; i + 16 < n; i += 16) {
-      high = _mm_or_si128(high, _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i)));
-    }
-    high =
-        _mm_or_si128(high, _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + n - 16)));
-    return _mm_movemask_epi8(high) == 0;
-  }
-#endif
-  std::uint64_t high = 0;
-  for (; i + 8 <= n; i += 8) {
-    std::uint64_t word;
-    std::memcpy(&word, text.data() + i, sizeof word);
-    high |= word;
-  }
-  for (; i < n; ++i) high |= static_cast<unsigned char>(text[i]);
-  return (high & 0x8080808080808080ull) == 0;
 }
 
 // Whether `text` is ASCII without CR LF, so that every byte is a character.
@@ -702,7 +687,21 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
     bool maybe = false;
     for (std::size_t i = 0; i < n && !maybe;) {
       if (bytes[i] < 0x80) {
+#if defined(__SSE2__)
+        // ASCII is skipped sixteen bytes at a time.
+        while (i + 16 <= n) {
+          const auto bits = static_cast<unsigned>(
+              _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i))));
+          if (bits != 0) {
+            i += static_cast<std::size_t>(__builtin_ctz(bits));
+            break;
+          }
+          i += 16;
+        }
+        if (i < n && bytes[i] < 0x80) ++i;
+#else
         ++i;
+#endif
         continue;
       }
       char32_t codePoint;
@@ -715,7 +714,7 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
       maybe = (info.kind != CodePointInfo::kAlone && info.kind != CodePointInfo::kPictograph &&
                info.kind != CodePointInfo::kRegional) ||
               (info.longForm ? info.formView().find(first) != std::string_view::npos
-                             : info.formView() == first);
+                             : sameBytes(info.formView(), first));
       i += length;
     }
     if (!maybe) {
@@ -764,7 +763,7 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
       for (std::uint64_t lead = leadMatches_[static_cast<unsigned char>(form[0])]; lead != 0;
            lead &= lead - 1) {
         const auto t = static_cast<std::size_t>(__builtin_ctzll(lead));
-        if (characters_[t] == form) bits |= std::uint64_t{1} << t;
+        if (sameBytes(characters_[t], form)) bits |= std::uint64_t{1} << t;
       }
     }
     if (longForm && form.find(first) != std::string_view::npos) firstElsewhere = true;
@@ -925,11 +924,9 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
   return score(candidate, scratch);
 }
 
-std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& scratch) const {
+std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch) const {
   if (characters_.empty()) return std::nullopt;
   const std::size_t terms = characters_.size();
-  // A first term character beyond ASCII never occurs in ASCII text.
-  if (firstBeyondAscii_ && isAscii(candidate)) return std::nullopt;
   if (terms <= 64 && candidate.size() <= 64) {
     std::uint64_t masks[64];
     if (asciiMasks(candidate, masks)) {

@@ -20,6 +20,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,7 +54,12 @@ class FuzzyMatcher {
 
   // As `score(candidate)`, working in `scratch` (which must not be in use by
   // another thread at the same time).
-  std::optional<float> score(std::string_view candidate, Scratch& scratch) const;
+  std::optional<float> score(std::string_view candidate, Scratch& scratch) const {
+    // A first term character beyond ASCII never occurs in ASCII text: most
+    // candidates of a catalogue are turned away here, at once.
+    if (firstBeyondAscii_ && isAscii(candidate)) return std::nullopt;
+    return scoreText(candidate, scratch);
+  }
 
   // True when the term is empty (every score is absent).
   bool isEmpty() const noexcept { return characters_.empty(); }
@@ -99,6 +105,18 @@ class FuzzyMatcher {
   // which a capital sigma lower-cases to depending on what surrounds it.
   bool firstHasSigma_ = false;
 
+  static bool isAscii(std::string_view text) noexcept {
+    std::uint64_t high = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+      std::uint64_t word;
+      std::memcpy(&word, text.data() + i, sizeof word);
+      high |= word;
+    }
+    for (; i < text.size(); ++i) high |= static_cast<unsigned char>(text[i]);
+    return (high & 0x8080808080808080ull) == 0;
+  }
+  std::optional<float> scoreText(std::string_view candidate, Scratch& scratch) const;
   std::optional<float> scoreInOnePass(std::string_view candidate, Scratch& scratch,
                                       bool& scored) const;
   std::optional<float> scoreByCodePoint(std::string_view candidate, Scratch& scratch,
