@@ -443,6 +443,11 @@ struct Choices {
       position[0] = 0;
       present[0] = true;
       before &= before - 1;
+    } else {
+      // Read (and not used) by `entry` for a position with no choice.
+      value[0] = best;
+      position[0] = 0;
+      present[0] = false;
     }
     for (; before != 0; before &= before - 1) {
       const auto p = static_cast<std::uint32_t>(__builtin_ctzll(before));
