@@ -889,18 +889,18 @@ bool FuzzyMatcher::asciiMasks(std::string_view candidate, std::uint64_t* masks) 
     lf |= bitsOf(_mm_cmpeq_epi8(blocks[k], _mm_set1_epi8('\n')), k);
   }
   if (high != 0 || (cr & (lf >> 1)) != 0) return false;
-  // A letter's form matches the byte with or without the case bit, any
-  // other form only the byte itself (an upper-case letter lower-cases to a
-  // letter).
+  // Lower-cased once (A to Z only: the bytes are ASCII, so signed compares
+  // serve), then compared with each form.
+  for (std::size_t k = 0; k < count; ++k) {
+    const __m128i upper = _mm_and_si128(_mm_cmpgt_epi8(blocks[k], _mm_set1_epi8('A' - 1)),
+                                        _mm_cmplt_epi8(blocks[k], _mm_set1_epi8('Z' + 1)));
+    blocks[k] = _mm_or_si128(blocks[k], _mm_and_si128(upper, _mm_set1_epi8(0x20)));
+  }
   std::uint64_t formMasks[64];
   for (std::size_t f = 0; f < shortForms_.size(); ++f) {
-    const unsigned char form = shortForms_[f];
-    const __m128i target = _mm_set1_epi8(static_cast<char>(form));
-    const __m128i caseBit = _mm_set1_epi8(form >= 'a' && form <= 'z' ? 0x20 : 0);
+    const __m128i target = _mm_set1_epi8(static_cast<char>(shortForms_[f]));
     std::uint64_t bits = 0;
-    for (std::size_t k = 0; k < count; ++k) {
-      bits |= bitsOf(_mm_cmpeq_epi8(_mm_or_si128(blocks[k], caseBit), target), k);
-    }
+    for (std::size_t k = 0; k < count; ++k) bits |= bitsOf(_mm_cmpeq_epi8(blocks[k], target), k);
     formMasks[f] = bits & inText;
   }
   for (std::size_t t = 0; t < m; ++t) {
