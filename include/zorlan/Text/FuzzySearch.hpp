@@ -37,8 +37,10 @@ class FuzzyMatcher {
   explicit FuzzyMatcher(std::string_view term);
 
   // The score of `candidate` against the term: absent when the term is empty,
-  // when the term's first character does not occur in the lower-cased
-  // candidate, or when the last term character matches nowhere; otherwise the
+  // when the term's first character does not occur in the candidate
+  // lower-cased as a whole text (where a capital sigma ending a word becomes
+  // a final sigma, unlike the sigma lower-cased alone), or when the last term
+  // character matches nowhere; otherwise the
   // score described above (possibly NaN). Linear in the product of the term's
   // and the candidate's lengths (in practice close to linear in the candidate's
   // length: only positions where a term character matches are scored).
