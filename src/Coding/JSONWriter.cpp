@@ -392,6 +392,12 @@ ZORLAN_HOT std::size_t jsonStringSize(std::string_view text, const JSONWritingOp
 
 char* writeJSONNumber(double number, char* out) { return out + formatDouble(number, out); }
 
+void appendJSONString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
+  writeString(text, options, out);
+}
+
+void appendJSONNumber(double number, std::string& out) { writeDouble(number, out); }
+
 std::string writeJSON(const boost::json::value& value, const JSONWritingOptions& options) {
   std::string out;
   write(value, options, 0, out);

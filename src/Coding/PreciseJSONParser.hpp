@@ -6,8 +6,9 @@
 #include <boost/json/storage_ptr.hpp>
 #include <boost/json/value.hpp>
 #include <boost/system/error_code.hpp>
-
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace zorlan::detail {
@@ -25,5 +26,18 @@ boost::json::value parseJSONPrecisely(std::string_view text,
                                       const boost::json::parse_options& options,
                                       boost::json::storage_ptr storage, std::size_t& consumed,
                                       boost::system::error_code& ec);
+
+// JSON bytes in UTF-16 or UTF-32 converted to UTF-8 in `buffer`; UTF-8 bytes
+// as they are (see JSONDecoder). Absent for ill-formed UTF-16 or UTF-32.
+std::optional<std::string_view> jsonBytesAsUTF8(std::string_view bytes, std::string& buffer);
+
+// The options JSONDecoder parses with.
+boost::json::parse_options jsonParseOptions();
+
+// The double of a number Boost.JSON read as `parsed` from `text` (all of the
+// number's text), correctly rounded; a number beyond the range of double
+// keeps Boost.JSON's infinity or zero, and a zero with such an exponent is a
+// zero.
+double preciseDouble(double parsed, std::string_view text);
 
 }  // namespace zorlan::detail

@@ -2,11 +2,17 @@
 
 #include <unicode/uchar.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <unordered_map>
 
@@ -40,8 +46,14 @@ class FuzzyMatcher::Scratch {
   std::vector<std::vector<std::uint32_t>> matches;
   std::vector<std::uint32_t> previousPositions;
   std::vector<float> previousValues, currentValues;
-  // Folded forms of the multi-byte characters seen lately.
-  std::unordered_map<std::string, std::string> foldCache;
+  // Folded forms of the multi-byte characters seen lately, found by views.
+  struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+  std::unordered_map<std::string, std::string, TextHash, std::equal_to<>> foldCache;
   // The (position, term character) pairs of a plain ASCII candidate.
   std::vector<std::uint32_t> pairs;
 };
@@ -159,6 +171,148 @@ void foldUnicode(std::string_view candidate, Scratch& scratch) {
   scratch.starts.push_back(static_cast<std::uint32_t>(scratch.folded.size()));
 }
 
+// What the scorer needs to know of one code point: how it takes part in
+// cutting text into user-perceived characters, and, when it is a character
+// on its own, its folded form.
+struct CodePointInfo {
+  enum Kind : std::uint8_t {
+    // Forms a character of its own unless extenders follow.
+    kAlone,
+    // Joins the character before it: an extending mark, a spacing mark, the
+    // zero-width joiner.
+    kExtends,
+    kSpacing,
+    kJoiner,
+    // As kAlone, and joins an emoji sequence: a pictograph after a
+    // pictograph, extending marks and a zero-width joiner.
+    kPictograph,
+    // As kAlone, and joins a single regional indicator before it (a flag).
+    kRegional,
+    // Takes part in other rules (prepended marks, Hangul syllables,
+    // controls, Indic conjuncts): the text is cut by the general
+    // segmentation instead.
+    kIntricate,
+  };
+  Kind kind = kIntricate;
+  // Whether the form is more than one code point.
+  bool longForm = false;
+  std::uint8_t size = 0;
+  char form[13] = {};
+  std::string_view formView() const noexcept { return {form, size}; }
+};
+
+// The code points in blocks of 256, each block made on first use and kept.
+struct CodePointBlock {
+  std::array<CodePointInfo, 256> infos;
+};
+constexpr std::size_t kCodePointBlocks = 0x110000 / 256;
+std::atomic<const CodePointBlock*> codePointBlocks[kCodePointBlocks];
+
+std::size_t codePointCount(std::string_view text) noexcept {
+  std::size_t count = 0;
+  for (const char c : text) count += (static_cast<unsigned char>(c) & 0xC0u) != 0x80u;
+  return count;
+}
+
+CodePointInfo describeCodePoint(UChar32 c) {
+  CodePointInfo info;
+  if ((c >= 0xD800 && c <= 0xDFFF) || (c >= 0x0900 && c <= 0x0DFF)) {
+    return info;  // Indic scripts have conjunct rules.
+  }
+  CodePointInfo::Kind kind;
+  switch (u_getIntPropertyValue(c, UCHAR_GRAPHEME_CLUSTER_BREAK)) {
+    case U_GCB_OTHER:
+      kind = u_hasBinaryProperty(c, UCHAR_EXTENDED_PICTOGRAPHIC) ? CodePointInfo::kPictograph
+                                                                 : CodePointInfo::kAlone;
+      break;
+    case U_GCB_REGIONAL_INDICATOR:
+      kind = CodePointInfo::kRegional;
+      break;
+    case U_GCB_EXTEND:
+      info.kind = CodePointInfo::kExtends;
+      return info;
+    case U_GCB_SPACING_MARK:
+      info.kind = CodePointInfo::kSpacing;
+      return info;
+    case U_GCB_ZWJ:
+      info.kind = CodePointInfo::kJoiner;
+      return info;
+    default:
+      return info;
+  }
+  std::string utf8;
+  unicode::appendUTF8(utf8, static_cast<char32_t>(c));
+  const std::string form = fold(utf8);
+  if (form.size() > sizeof info.form) return info;
+  info.kind = kind;
+  info.size = static_cast<std::uint8_t>(form.size());
+  std::memcpy(info.form, form.data(), form.size());
+  info.longForm = codePointCount(form) > 1;
+  return info;
+}
+
+// Makes the block of `c` (once; another thread may make the same block
+// meanwhile, and one of the two is kept).
+[[gnu::noinline]] const CodePointBlock* makeCodePointBlock(char32_t c) {
+  auto* made = new CodePointBlock();
+  const char32_t first = c & ~char32_t{0xFF};
+  for (char32_t i = 0; i < 256; ++i) {
+    made->infos[i] = describeCodePoint(static_cast<UChar32>(first + i));
+  }
+  const CodePointBlock* expected = nullptr;
+  if (codePointBlocks[c >> 8].compare_exchange_strong(expected, made, std::memory_order_acq_rel)) {
+    return made;
+  }
+  delete made;
+  return expected;
+}
+
+inline const CodePointInfo& codePointInfo(char32_t c) {
+  const CodePointBlock* block = codePointBlocks[c >> 8].load(std::memory_order_acquire);
+  if (block == nullptr) [[unlikely]]
+    block = makeCodePointBlock(c);
+  return block->infos[c & 0xFFu];
+}
+
+// The length (1 to 4) of the well-formed UTF-8 sequence of a code point
+// beyond ASCII at `p`, before `end`, with the code point; 0 when the sequence
+// is ill-formed (a stray continuation byte, an overlong form, a surrogate, a
+// value past U+10FFFF, a cut-off sequence).
+inline std::size_t decodeUTF8(const unsigned char* p, const unsigned char* end,
+                              char32_t& codePoint) noexcept {
+  const std::size_t available = static_cast<std::size_t>(end - p);
+  const unsigned lead = p[0];
+  const auto continues = [&](std::size_t i) { return i < available && (p[i] & 0xC0u) == 0x80u; };
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    if (!continues(1)) return 0;
+    codePoint = (char32_t{lead & 0x1Fu} << 6) | (p[1] & 0x3Fu);
+    return 2;
+  }
+  if (lead >= 0xE0 && lead <= 0xEF) {
+    if (!continues(1) || !continues(2)) return 0;
+    if ((lead == 0xE0 && p[1] < 0xA0) || (lead == 0xED && p[1] >= 0xA0)) return 0;
+    codePoint = (char32_t{lead & 0x0Fu} << 12) | (char32_t{p[1] & 0x3Fu} << 6) | (p[2] & 0x3Fu);
+    return 3;
+  }
+  if (lead >= 0xF0 && lead <= 0xF4) {
+    if (!continues(1) || !continues(2) || !continues(3)) return 0;
+    if ((lead == 0xF0 && p[1] < 0x90) || (lead == 0xF4 && p[1] >= 0x90)) return 0;
+    codePoint = (char32_t{lead & 0x07u} << 18) | (char32_t{p[1] & 0x3Fu} << 12) |
+                (char32_t{p[2] & 0x3Fu} << 6) | (p[3] & 0x3Fu);
+    return 4;
+  }
+  return 0;
+}
+
+// Whether two short texts (characters' forms) are the same, byte by byte.
+inline bool sameBytes(std::string_view a, std::string_view b) noexcept {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
+}
+
 // The square roots of 0 to 255 in 32-bit float, made once at load time.
 const std::array<float, 256> kSmallRoots = [] {
   std::array<float, 256> roots{};
@@ -196,6 +350,172 @@ bool isPlainAscii(std::string_view text) noexcept {
   return true;
 }
 
+// The scores of all term characters at once from the (position, term
+// character) pairs where they match, in position order and, at one position,
+// in term order, so that a term character's entry at j is part of the choice
+// of the next term character at the same j. Each pair is (j << 6) | t. For
+// each term character t >= 1 the choice is the best entry of the row of
+// t - 1 so far, as the general scorer keeps it. `firstElsewhere`: the first
+// term character occurs in the lower-cased candidate though it matches no
+// character (inside a longer form). Absent when the first term character
+// occurs nowhere or the last matches nowhere.
+std::optional<float> scorePairs(const std::uint32_t* pairs, std::size_t count, std::size_t m,
+                                bool firstElsewhere) {
+  constexpr float kAbsent = -std::numeric_limits<float>::max();
+  // Slot t (1 <= t < m) is the choice of term character t: whether there is
+  // one yet, and the value and position of the best entry so far of the row
+  // of t - 1 (while there is none, the value is kAbsent). Slot m is the
+  // result: the greatest entry of the last row so far. Slot 0 stays empty, so
+  // the first term character's entries are all 1.0. (Slot 1 takes the first
+  // entry it is offered, so it is present exactly when the first term
+  // character matches a character.)
+  float slotValue[65];
+  std::uint32_t slotPosition[65];
+  bool slotPresent[65];
+  for (std::size_t t = 0; t <= m; ++t) {
+    slotValue[t] = kAbsent;
+    slotPosition[t] = 0;
+    slotPresent[t] = false;
+  }
+  // The entry of term character t at position j, offered to slot t + 1. The
+  // choice starts at position 0 whatever that entry holds (even NaN); later
+  // entries replace it when it is not greater. The result keeps the first of
+  // equal values (and a NaN in first place). Written without branches on the
+  // values, which follow the text and would be mispredicted.
+  for (std::size_t p = 0; p < count; ++p) {
+    const std::size_t t = pairs[p] & 63u;
+    const std::uint32_t j = pairs[p] >> 6;
+    // (An absent choice's value is not used; its gap is taken as 0.)
+    const std::int64_t gap = (static_cast<std::int64_t>(j) - slotPosition[t] - 1) &
+                             -static_cast<std::int64_t>(slotPresent[t]);
+    const float root = static_cast<std::uint64_t>(gap) < kSmallRoots.size()
+                           ? kSmallRoots[static_cast<std::size_t>(gap)]
+                           : std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
+    const float value = selectFloat(slotPresent[t], (slotValue[t] + 1.0f) - root, 1.0f);
+    const std::size_t s = t + 1;
+    const bool isResult = s == m;
+    const bool replaces = (isResult & ((!slotPresent[s]) | (slotValue[s] < value))) |
+                          ((!isResult) & ((j == 0) | (slotValue[s] <= value)));
+    slotValue[s] = selectFloat(replaces, value, slotValue[s]);
+    const std::uint32_t keep = replaces ? 0u : ~0u;
+    slotPosition[s] = (slotPosition[s] & keep) | (j & ~keep);
+    slotPresent[s] = slotPresent[s] | replaces;
+  }
+  if (!(firstElsewhere || slotPresent[1]) || !slotPresent[m]) return std::nullopt;
+  return slotValue[m];
+}
+
+// sqrt(gap) for the gaps -1 to 63 at index gap + 1: NaN first, as the square
+// root of -1 is computed at run time (the input kept from constant folding).
+const std::array<float, 65> kShortRoots = [] {
+  std::array<float, 65> roots{};
+  volatile float minusOne = -1.0f;
+  roots[0] = std::sqrt(static_cast<float>(minusOne));
+  for (std::size_t i = 1; i < roots.size(); ++i) roots[i] = kSmallRoots[i - 1];
+  return roots;
+}();
+
+constexpr std::array<float, 64> kOnes = [] {
+  std::array<float, 64> ones{};
+  for (float& one : ones) one = 1.0f;
+  return ones;
+}();
+
+// The choices of one row's entries: for each position p of the row before
+// (bit p of `before`), the best of that row's entries at or before p, as the
+// scorer chooses: starting at position 0 whatever that entry holds (even
+// NaN), replaced by each later entry that is not smaller. Written without
+// branches on the values, which follow the text and would be mispredicted.
+struct Choices {
+  float value[64];
+  std::uint32_t position[64];
+  bool present[64];
+
+  void take(std::uint64_t before, const float* previous) noexcept {
+    constexpr float kAbsent = -std::numeric_limits<float>::max();
+    float best = kAbsent;
+    std::uint32_t bestPosition = 0;
+    bool bestPresent = false;
+    if (before & 1u) {
+      best = previous[0];
+      bestPresent = true;
+      value[0] = best;
+      position[0] = 0;
+      present[0] = true;
+      before &= before - 1;
+    } else {
+      // Read (and not used) by `entry` for a position with no choice.
+      value[0] = best;
+      position[0] = 0;
+      present[0] = false;
+    }
+    for (; before != 0; before &= before - 1) {
+      const auto p = static_cast<std::uint32_t>(__builtin_ctzll(before));
+      const float offered = previous[p];
+      const bool replaces = best <= offered;
+      best = selectFloat(replaces, offered, best);
+      const std::uint32_t keep = replaces ? 0u : ~0u;
+      bestPosition = (bestPosition & keep) | (p & ~keep);
+      bestPresent = bestPresent | replaces;
+      value[p] = best;
+      position[p] = bestPosition;
+      present[p] = bestPresent;
+    }
+  }
+
+  // The entry at position j of the row after: 1.0 without a choice, else the
+  // choice's value + 1 - sqrt(gap).
+  float entry(std::uint64_t before, std::uint32_t j) const noexcept {
+    const std::uint64_t atOrBefore = before & ((std::uint64_t{2} << j) - 1);
+    const auto q = static_cast<std::uint32_t>(63 - __builtin_clzll(atOrBefore | 1u));
+    const bool chosen = (atOrBefore != 0) & present[q];
+    // (Without a choice the value is not used; its root is read in range.)
+    const std::uint32_t from = chosen ? position[q] : 0u;
+    return selectFloat(chosen, (value[q] + 1.0f) - kShortRoots[j - from], 1.0f);
+  }
+};
+
+// As scorePairs, for candidates of at most 64 characters, from the positions
+// where each term character matches as bits (`masks[t]`, bit j for position
+// j), row by row.
+std::optional<float> scoreMasks(const std::uint64_t* masks, std::size_t m, bool firstElsewhere) {
+  if (!(firstElsewhere || masks[0] != 0) || masks[m - 1] == 0) return std::nullopt;
+  if (m == 1) return 1.0f;  // the entries of the first row are all 1.0
+  // An entry after the last entry of the next row is nobody's choice: leave
+  // it out (all of a row, when the next has none).
+  std::uint64_t rows[64];
+  rows[m - 1] = masks[m - 1];
+  for (std::size_t t = m - 1; t-- > 0;) {
+    const std::uint64_t next = rows[t + 1];
+    rows[t] = next == 0 ? 0 : masks[t] & ((std::uint64_t{2} << (63 - __builtin_clzll(next))) - 1);
+  }
+  // The rows' entries by position (only those at the row's positions are
+  // read).
+  Choices choices;
+  float rowA[64], rowB[64];
+  const float* previous = kOnes.data();  // the first row
+  float* current = rowA;
+  for (std::size_t t = 1; t + 1 < m; ++t) {
+    choices.take(rows[t - 1], previous);
+    for (std::uint64_t at = rows[t]; at != 0; at &= at - 1) {
+      const auto j = static_cast<std::uint32_t>(__builtin_ctzll(at));
+      current[j] = choices.entry(rows[t - 1], j);
+    }
+    previous = current;
+    current = current == rowA ? rowB : rowA;
+  }
+  // The last row: its greatest entry, the first of equals (and a NaN in
+  // first place) kept.
+  choices.take(rows[m - 2], previous);
+  std::uint64_t at = rows[m - 1];
+  float result = choices.entry(rows[m - 2], static_cast<std::uint32_t>(__builtin_ctzll(at)));
+  for (at &= at - 1; at != 0; at &= at - 1) {
+    const float entry = choices.entry(rows[m - 2], static_cast<std::uint32_t>(__builtin_ctzll(at)));
+    result = selectFloat(result < entry, entry, result);
+  }
+  return result;
+}
+
 }  // namespace
 
 FuzzyMatcher::FuzzyMatcher(std::string_view term) {
@@ -221,6 +541,28 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
         byteMatches_[static_cast<unsigned char>(lowerAscii(static_cast<char>(c)))];
   }
   onePass_ = !characters_.empty() && characters_.size() <= 64 && bytes_[0] >= 0;
+  for (std::size_t t = 0; t < characters_.size() && t < 64; ++t) {
+    if (bytes_[t] < 0) {
+      leadMatches_[static_cast<unsigned char>(characters_[t][0])] |= std::uint64_t{1} << t;
+    }
+  }
+  for (std::size_t t = 0; t < characters_.size() && t < 64; ++t) {
+    int index = -1;
+    if (bytes_[t] >= 0) {
+      const auto byte = static_cast<unsigned char>(bytes_[t]);
+      const auto at = std::find(shortForms_.begin(), shortForms_.end(), byte);
+      index = static_cast<int>(at - shortForms_.begin());
+      if (at == shortForms_.end()) shortForms_.push_back(byte);
+    }
+    shortFormOf_.push_back(index);
+  }
+  byCodePoint_ =
+      !characters_.empty() && characters_.size() <= 64 && codePointCount(characters_[0]) == 1;
+  firstBeyondAscii_ = !characters_.empty() &&
+                      std::any_of(characters_[0].begin(), characters_[0].end(),
+                                  [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  firstHasSigma_ = !characters_.empty() && (characters_[0].find("\xcf\x83") != std::string::npos ||
+                                            characters_[0].find("\xcf\x82") != std::string::npos);
   repeats_ = 0;
   for (std::size_t c = 0; c < 128; ++c) {
     std::size_t count = 0;
@@ -238,55 +580,13 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
 // Scores in one pass over the candidate, all term characters at once, a
 // candidate whose characters are each one code point: ASCII other than CR LF
 // and the two-byte characters of the table. `scored` is false for any other
-// candidate. At each position the matching term characters are taken in term
-// order, so that a term character's entry at j is part of the choice of the
-// next term character at the same j. For each term character t >= 1 the
-// choice is the best entry of the row of t - 1 so far, as the general scorer
-// keeps it.
+// candidate.
 std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Scratch& scratch,
                                                   bool& scored) const {
-  constexpr float kAbsent = -std::numeric_limits<float>::max();
   const std::size_t m = characters_.size();
-  // Slot t (1 <= t < m) is the choice of term character t: whether there is
-  // one yet, and the value and position of the best entry so far of the row
-  // of t - 1 (while there is none, the value is kAbsent). Slot m is the
-  // result: the greatest entry of the last row so far. Slot 0 stays empty, so
-  // the first term character's entries are all 1.0.
-  float slotValue[65];
-  std::uint32_t slotPosition[65];
-  bool slotPresent[65];
-  for (std::size_t t = 0; t <= m; ++t) {
-    slotValue[t] = kAbsent;
-    slotPosition[t] = 0;
-    slotPresent[t] = false;
-  }
   // Whether a longer form of the candidate holds the first term character as
-  // one of its bytes. (Slot 1 takes the first entry it is offered, so it is
-  // present exactly when the first term character matches a character.)
+  // one of its bytes.
   bool firstInLongerForm = false;
-  // The entry of term character t at position j, offered to slot t + 1. The
-  // choice starts at position 0 whatever that entry holds (even NaN); later
-  // entries replace it when it is not greater. The result keeps the first of
-  // equal values (and a NaN in first place). Written without branches on the
-  // values, which follow the text and would be mispredicted.
-  const auto visit = [&](std::size_t t, std::uint32_t j) {
-    // (An absent choice's value is not used; its gap is taken as 0.)
-    const std::int64_t gap = (static_cast<std::int64_t>(j) - slotPosition[t] - 1) &
-                             -static_cast<std::int64_t>(slotPresent[t]);
-    const float root = static_cast<std::uint64_t>(gap) < kSmallRoots.size()
-                           ? kSmallRoots[static_cast<std::size_t>(gap)]
-                           : std::sqrt(static_cast<float>(gap));  // NaN for the gap -1
-    const float value = selectFloat(slotPresent[t], (slotValue[t] + 1.0f) - root, 1.0f);
-    const std::size_t s = t + 1;
-    const bool isResult = s == m;
-    const bool replaces = (isResult & ((!slotPresent[s]) | (slotValue[s] < value))) |
-                          ((!isResult) & ((j == 0) | (slotValue[s] <= value)));
-    slotValue[s] = selectFloat(replaces, value, slotValue[s]);
-    const std::uint32_t keep = replaces ? 0u : ~0u;
-    slotPosition[s] = (slotPosition[s] & keep) | (j & ~keep);
-    slotPresent[s] = slotPresent[s] | replaces;
-  };
-
   const std::size_t n = candidate.size();
   if (n >= (std::size_t{1} << 24)) {
     scored = false;  // positions must fit the pairs' 26 bits
@@ -359,10 +659,269 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
     }
     pairCount = pairs.size();
   }
-  for (std::size_t p = 0; p < pairCount; ++p) visit(pairs[p] & 63u, pairs[p] >> 6);
   scored = true;
-  if (!(firstInLongerForm || slotPresent[1]) || !slotPresent[m]) return std::nullopt;
-  return slotValue[m];
+  return scorePairs(pairs.data(), pairCount, m, firstInLongerForm);
+}
+
+// Scores a candidate cut into characters with the table of code points:
+// ASCII, and code points that form a character alone or followed by extending
+// marks (accented letters, composed or not, Greek, Cyrillic, CJK, ...). The
+// first term character is one code point, so the lower-cased candidate holds
+// it exactly when a character's form holds it. `scored` is false for other
+// candidates (ill-formed UTF-8, CR LF, emoji, Hangul, ...), and for those
+// with a capital sigma when the first term character holds a small one.
+std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, Scratch& scratch,
+                                                    bool& scored) const {
+  scored = false;
+  const std::size_t n = candidate.size();
+  if (n >= (std::size_t{1} << 24)) return std::nullopt;
+  if (firstHasSigma_ && candidate.find("\xce\xa3") != std::string_view::npos) {
+    return std::nullopt;
+  }
+  const std::string_view first = characters_[0];
+  if (bytes_[0] < 0 && isPlainAscii(candidate)) {
+    // A form beyond one ASCII byte cannot occur in plain ASCII text.
+    scored = true;
+    return std::nullopt;
+  }
+  const auto* bytes = reinterpret_cast<const unsigned char*>(candidate.data());
+  if (firstBeyondAscii_) {
+    // A quick look for the first term character, which most candidates lack:
+    // without extending marks every character is one code point (or a flag,
+    // two), whose form holds it only when it is the form itself or longer.
+    bool maybe = false;
+    for (std::size_t i = 0; i < n && !maybe;) {
+      if (bytes[i] < 0x80) {
+#if defined(__SSE2__)
+        // ASCII is skipped sixteen bytes at a time.
+        while (i + 16 <= n) {
+          const auto bits = static_cast<unsigned>(
+              _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i))));
+          if (bits != 0) {
+            i += static_cast<std::size_t>(__builtin_ctz(bits));
+            break;
+          }
+          i += 16;
+        }
+        if (i < n && bytes[i] < 0x80) ++i;
+#else
+        ++i;
+#endif
+        continue;
+      }
+      char32_t codePoint;
+      const std::size_t length = decodeUTF8(bytes + i, bytes + n, codePoint);
+      if (length == 0) {
+        maybe = true;  // ill-formed: left to the general scorer below
+        break;
+      }
+      const CodePointInfo& info = codePointInfo(codePoint);
+      maybe = (info.kind != CodePointInfo::kAlone && info.kind != CodePointInfo::kPictograph &&
+               info.kind != CodePointInfo::kRegional) ||
+              (info.longForm ? info.formView().find(first) != std::string_view::npos
+                             : sameBytes(info.formView(), first));
+      i += length;
+    }
+    if (!maybe) {
+      scored = true;
+      return std::nullopt;
+    }
+  }
+  std::vector<std::uint32_t>& pairs = scratch.pairs;
+  pairs.clear();
+  bool firstElsewhere = false;
+  std::uint32_t j = 0;  // the character's position
+  // The character being read: where it starts, and its one code point's
+  // form when it has no extending marks yet.
+  std::size_t characterStart = 0;
+  const CodePointInfo* alone = nullptr;
+  bool open = false;         // whether a character is being read
+  bool extended = false;     // whether it has extending marks
+  bool breaksAfter = false;  // whether it is a control, which marks do not join
+  // Whether the character read so far ends in a pictograph followed by
+  // extending marks only (1) or then a zero-width joiner (2), which a
+  // pictograph joins; and whether it is one regional indicator alone.
+  int emoji = 0;
+  bool oneRegional = false;
+  // Adds the pairs of the character read so far.
+  const auto finish = [&](std::size_t end) __attribute__((always_inline)) {
+    std::string_view form;
+    bool longForm;
+    if (extended) {
+      const std::string_view character = candidate.substr(characterStart, end - characterStart);
+      auto cached = scratch.foldCache.find(character);
+      if (cached == scratch.foldCache.end()) {
+        if (scratch.foldCache.size() >= 1024) scratch.foldCache.clear();
+        cached = scratch.foldCache.emplace(std::string(character), fold(character)).first;
+      }
+      form = cached->second;
+      longForm = codePointCount(form) > 1;
+    } else {
+      form = alone->formView();
+      longForm = alone->longForm;
+    }
+    std::uint64_t bits;
+    if (form.size() == 1) {
+      bits = byteMatches_[static_cast<unsigned char>(form[0])];
+    } else {
+      bits = 0;
+      for (std::uint64_t lead = leadMatches_[static_cast<unsigned char>(form[0])]; lead != 0;
+           lead &= lead - 1) {
+        const auto t = static_cast<std::size_t>(__builtin_ctzll(lead));
+        if (sameBytes(characters_[t], form)) bits |= std::uint64_t{1} << t;
+      }
+    }
+    if (longForm && form.find(first) != std::string_view::npos) firstElsewhere = true;
+    for (; bits != 0; bits &= bits - 1) {
+      pairs.push_back((j << 6) | static_cast<std::uint32_t>(__builtin_ctzll(bits)));
+    }
+    ++j;
+  };
+  for (std::size_t i = 0; i < n;) {
+    const unsigned char c = bytes[i];
+    if (c < 0x80) {
+      if (open) finish(i);
+      if (c == '\r' && i + 1 < n && bytes[i + 1] == '\n') return std::nullopt;
+      // One byte, one character: its pairs at once.
+      for (std::uint64_t bits = asciiMatches_[c]; bits != 0; bits &= bits - 1) {
+        pairs.push_back((j << 6) | static_cast<std::uint32_t>(__builtin_ctzll(bits)));
+      }
+      ++j;
+      open = false;
+      breaksAfter = c < 0x20 || c == 0x7F;
+      emoji = 0;
+      oneRegional = false;
+      ++i;
+      continue;
+    }
+    char32_t codePoint;
+    const std::size_t length = decodeUTF8(bytes + i, bytes + n, codePoint);
+    if (length == 0) return std::nullopt;
+    const CodePointInfo& info = codePointInfo(codePoint);
+    const bool joinsEmoji = info.kind == CodePointInfo::kPictograph && open && emoji == 2;
+    const bool joinsFlag = info.kind == CodePointInfo::kRegional && open && oneRegional;
+    if (info.kind == CodePointInfo::kExtends || info.kind == CodePointInfo::kSpacing ||
+        info.kind == CodePointInfo::kJoiner || joinsEmoji || joinsFlag) {
+      // Joins the character before it; a mark after a control (or at the
+      // start) is left to the general segmentation.
+      if (breaksAfter || (!open && j == 0)) return std::nullopt;
+      switch (info.kind) {
+        case CodePointInfo::kExtends:
+          emoji = emoji == 1 ? 1 : 0;
+          break;
+        case CodePointInfo::kJoiner:
+          emoji = emoji == 1 ? 2 : 0;
+          break;
+        case CodePointInfo::kPictograph:
+          emoji = 1;
+          break;
+        default:
+          emoji = 0;
+      }
+      oneRegional = false;
+      if (!open) {
+        // The character before is ASCII, whose pairs are written: take them
+        // back and read it again with its marks.
+        while (!pairs.empty() && (pairs.back() >> 6) == j - 1) pairs.pop_back();
+        --j;
+        characterStart = i - 1;
+        open = true;
+      }
+      extended = true;
+      i += length;
+      continue;
+    }
+    if (info.kind == CodePointInfo::kIntricate) return std::nullopt;
+    if (open) finish(i);
+    characterStart = i;
+    alone = &info;
+    open = true;
+    extended = false;
+    breaksAfter = false;
+    emoji = info.kind == CodePointInfo::kPictograph ? 1 : 0;
+    oneRegional = info.kind == CodePointInfo::kRegional;
+    i += length;
+  }
+  if (open) finish(n);
+  scored = true;
+  if (j <= 64) {
+    std::uint64_t masks[64];
+    std::fill_n(masks, characters_.size(), std::uint64_t{0});
+    for (const std::uint32_t pair : pairs) masks[pair & 63u] |= std::uint64_t{1} << (pair >> 6);
+    return scoreMasks(masks, characters_.size(), firstElsewhere);
+  }
+  return scorePairs(pairs.data(), pairs.size(), characters_.size(), firstElsewhere);
+}
+
+bool FuzzyMatcher::asciiMasks(std::string_view candidate, std::uint64_t* masks) const {
+  const std::size_t n = candidate.size();
+  const std::size_t m = std::min<std::size_t>(characters_.size(), 64);
+#if defined(__SSE2__)
+  // Sixteen bytes at a time, read in place: whole blocks of sixteen, then
+  // the last sixteen bytes (overlapping the block before); a text shorter
+  // than sixteen bytes is copied first.
+  alignas(16) unsigned char shortText[16] = {};
+  const auto* text = reinterpret_cast<const unsigned char*>(candidate.data());
+  if (n < 16) {
+    std::memcpy(shortText, text, n);
+    text = shortText;
+  }
+  __m128i blocks[4];
+  unsigned shifts[4];
+  std::size_t count = 0;
+  for (std::size_t at = 0; at + 16 <= std::max<std::size_t>(n, 16); at += 16) {
+    blocks[count] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
+    shifts[count++] = static_cast<unsigned>(at);
+  }
+  if (n > 16 && n % 16 != 0) {
+    blocks[count] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + n - 16));
+    shifts[count++] = static_cast<unsigned>(n - 16);
+  }
+  const std::uint64_t inText = n == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << n) - 1;
+  const auto bitsOf = [&](__m128i bytes, std::size_t k) {
+    return static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm_movemask_epi8(bytes)))
+           << shifts[k];
+  };
+  std::uint64_t high = 0, cr = 0, lf = 0;
+  for (std::size_t k = 0; k < count; ++k) {
+    high |= bitsOf(blocks[k], k);
+    cr |= bitsOf(_mm_cmpeq_epi8(blocks[k], _mm_set1_epi8('\r')), k);
+    lf |= bitsOf(_mm_cmpeq_epi8(blocks[k], _mm_set1_epi8('\n')), k);
+  }
+  if (high != 0 || (cr & (lf >> 1)) != 0) return false;
+  // Lower-cased once (A to Z only: the bytes are ASCII, so signed compares
+  // serve), then compared with each form.
+  for (std::size_t k = 0; k < count; ++k) {
+    const __m128i upper = _mm_and_si128(_mm_cmpgt_epi8(blocks[k], _mm_set1_epi8('A' - 1)),
+                                        _mm_cmplt_epi8(blocks[k], _mm_set1_epi8('Z' + 1)));
+    blocks[k] = _mm_or_si128(blocks[k], _mm_and_si128(upper, _mm_set1_epi8(0x20)));
+  }
+  std::uint64_t formMasks[64];
+  for (std::size_t f = 0; f < shortForms_.size(); ++f) {
+    const __m128i target = _mm_set1_epi8(static_cast<char>(shortForms_[f]));
+    std::uint64_t bits = 0;
+    for (std::size_t k = 0; k < count; ++k) bits |= bitsOf(_mm_cmpeq_epi8(blocks[k], target), k);
+    formMasks[f] = bits & inText;
+  }
+  for (std::size_t t = 0; t < m; ++t) {
+    masks[t] = shortFormOf_[t] >= 0 ? formMasks[shortFormOf_[t]] : 0;
+  }
+#else
+  if (!isPlainAscii(candidate)) return false;
+  std::fill_n(masks, m, std::uint64_t{0});
+  for (std::size_t j = 0; j < n; ++j) {
+    for (std::uint64_t bits = asciiMatches_[static_cast<unsigned char>(candidate[j])]; bits != 0;
+         bits &= bits - 1) {
+      masks[__builtin_ctzll(bits)] |= std::uint64_t{1} << j;
+    }
+  }
+#endif
+  return true;
+}
+
+bool FuzzyMatcher::wholeTextContainsFirst(std::string_view candidate) const {
+  return unicode::normalizedNFC(unicode::lowercased(candidate)).find(characters_[0]) !=
+         std::string::npos;
 }
 
 std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
@@ -370,11 +929,25 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
   return score(candidate, scratch);
 }
 
-std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& scratch) const {
+std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch) const {
   if (characters_.empty()) return std::nullopt;
+  const std::size_t terms = characters_.size();
+  if (terms <= 64 && candidate.size() <= 64) {
+    std::uint64_t masks[64];
+    if (asciiMasks(candidate, masks)) {
+      // A form beyond one ASCII byte cannot occur in plain ASCII text.
+      if (bytes_[0] < 0) return std::nullopt;
+      return scoreMasks(masks, terms, false);
+    }
+  }
   if (onePass_) {
     bool scored = false;
     std::optional<float> result = scoreInOnePass(candidate, scratch, scored);
+    if (scored) return result;
+  }
+  if (byCodePoint_) {
+    bool scored = false;
+    std::optional<float> result = scoreByCodePoint(candidate, scratch, scored);
     if (scored) return result;
   }
   const std::size_t m = characters_.size();
@@ -416,6 +989,12 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate, Scratch& sc
       }
     }
     containsFirst = folded.find(characters_[0]) != std::string_view::npos;
+  }
+  // The candidate is lower-cased as a whole text for this test: a capital
+  // sigma becomes a final sigma at the end of a word (only there). Cut into
+  // characters, each is lower-cased on its own.
+  if (firstHasSigma_ && candidate.find("\xce\xa3") != std::string_view::npos) {
+    containsFirst = wholeTextContainsFirst(candidate);
   }
   if (!containsFirst) return std::nullopt;
 

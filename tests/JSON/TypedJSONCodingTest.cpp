@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/json/value.hpp>
+#include <cmath>
 #include <limits>
 #include <map>
 #include <optional>
@@ -179,6 +180,60 @@ TEST(TypedJSONCodingTest, EncodingThenDecodingGivesAnEqualTree) {
   // Integers come back as doubles, written in their shortest form.
   EXPECT_EQ(text(parse(R"({"n":3,"m":-0,"f":2.50})")), R"({"f":2.5,"m":-0,"n":3})");
   EXPECT_EQ(*parse("3").leaf(), TypedJSONValue::number(3.0));
+}
+
+// Text read straight into the tree, and the tree written straight to text,
+// give what the general path through a parsed tree gives: the same tree and
+// text, or an error with the same kind, text and path.
+TEST(TypedJSONCodingTest, TheDirectTextPathsMatchTheGeneralPath) {
+  const auto outcome = [](auto&& run) -> std::string {
+    try {
+      return "ok " + run();
+    } catch (const DecodingError& error) {
+      return "decoding " + error.context().debugDescription + " at " +
+             codingPathString(error.context().codingPath);
+    } catch (const EncodingError& error) {
+      return "encoding " + error.context().debugDescription + " at " +
+             codingPathString(error.context().codingPath);
+    }
+  };
+  const std::string documents[] = {
+      R"({"k":1,"j":[{"b":2,"a":3}],"k":"last","\u006b":true})",  // repeated keys
+      R"({"a\"b":"c\\d\/e","\ud83c\udfac":[-0,1e-7,123456789012345678901234567890]})",
+      R"({"n":1e400})",
+      "[0e400,-0e-400]",
+      "{",
+      "[1,]",
+      "\xEF\xBB\xBF[]",
+      std::string("\xFF\xFE[\0]\0", 6),  // UTF-16, little-endian
+      std::string(512, '[') + std::string(512, ']'),
+      std::string(513, '[') + std::string(513, ']')};
+  for (const std::string& json : documents) {
+    const auto direct = [&] { return text(JSONDecoder().decode<TypedJSON>(json)); };
+    const auto general = [&] {
+      return text(JSONDecoder().decodeFromJSON<TypedJSON>(JSONDecoder::parse(json)));
+    };
+    EXPECT_EQ(outcome(direct), outcome(general)) << json;
+  }
+  TypedJSON deep;
+  for (int i = 0; i < 512; ++i) deep = TypedJSON::array({deep});
+  const TypedJSON trees[] = {
+      parse(R"({"b":{"y":[1,"a/b",{}],"x":null},"a":[],"c":"\u00e9"})"),
+      TypedJSON::object({{"z", std::string("\xFF")}, {"a", std::nan("")}}),  // NaN reported first
+      TypedJSON::object({{"\xC3", 1}}), deep, TypedJSON::array({deep})};
+  for (const TypedJSON& tree : trees) {
+    for (const bool pretty : {false, true}) {
+      JSONEncoder encoder;
+      encoder.outputFormatting.prettyPrinted = pretty;
+      encoder.outputFormatting.withoutEscapingSlashes = pretty;
+      encoder.outputFormatting.sortedKeys = pretty;
+      const auto direct = [&] { return encoder.encodeToString(tree); };
+      const auto general = [&] {
+        return writeJSON(encoder.encodeToJSON(tree), encoder.outputFormatting);
+      };
+      EXPECT_EQ(outcome(direct), outcome(general)) << pretty;
+    }
+  }
 }
 
 TEST(TypedJSONCodingTest, DebugDescriptionIsPrettyPrintedJSONOrEmpty) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "support/FuzzyReference.hpp"
+#include "support/FuzzyLiteral.hpp"
 #include "zorlan/Text/FuzzySearch.hpp"
 
 namespace zorlan {
@@ -50,6 +50,18 @@ TEST(FuzzyMatchScoreTest, WorkedValues) {
       {"Apple", "aze", 1.0f},       // an unchained character starts over at 1.0
       {"axbxxc", "abc", kHalfGap},  // b follows a after a gap of 1, c after a gap of 2
       {"abcabc", "c", 1.0f},
+      // The first-character rule lower-cases the candidate as a whole text,
+      // where a capital sigma ending a word becomes a final sigma; compared
+      // one by one, the characters lower-case on their own (Σ to σ).
+      {"\xce\x91\xce\xa3", "\xcf\x82\xce\xb1", 1.0f},          // ΑΣ / ςα
+      {"\xce\x91\xce\xa3", "\xcf\x83\xce\xb1", std::nullopt},  // ΑΣ / σα
+      {"\xce\xa3\xce\x91", "\xcf\x83\xce\xb1", 2.0f},          // ΣΑ / σα
+      // First characters beyond ASCII.
+      {"\xc3\x89t\xc3\xa9", "\xc3\xa9t", 2.0f},     // Été / ét
+      {"ete", "\xc3\xa9t", std::nullopt},           // ete / ét
+      {"Ete\xcc\x81 sans fin", "\xc3\xa9s", 1.0f},  // Eté (e + U+0301) / és
+      {"Tokyo \xe6\x9d\xb1\xe4\xba\xac", "\xe6\x9d\xb1\xe4\xba\xac", 2.0f},  // 東京 / 東京
+      {"\xe6\x9d\xb1\xe4\xba\xac", "\xe4\xba\xac\xe6\x9d\xb1", 1.0f},        // 東京 / 京東
   };
   for (const auto& c : cases) {
     const auto score = fuzzyMatchScore(c.candidate, c.term);
@@ -115,6 +127,9 @@ std::string randomText(std::mt19937& random, int maxCharacters, bool asciiOnly) 
       "\xf0\x9f\x91\xa8\xe2\x80\x8d\xf0\x9f\x91\xa9",  // joined pair
       "\xcc\x81",                                      // a lone combining mark
       "\xc4\xb0",                                      // İ
+      "\xe6\x9d\xb1",                                  // 東
+      "\xf0\x9f\x91\x8d\xf0\x9f\x8f\xbd",              // thumbs up, skin tone
+      "\xed\x95\x9c",                                  // 한 (Hangul)
   };
   std::uniform_int_distribution<int> length(0, maxCharacters);
   std::string text;
@@ -136,7 +151,7 @@ TEST(FuzzyMatchScoreTest, MatchesThePlainAlgorithmBitForBit) {
     const std::string candidate = randomText(random, 24, asciiOnly);
     const std::string term = randomText(random, 5, asciiOnly);
     const auto fast = fuzzyMatchScore(candidate, term);
-    const auto plain = reference::fuzzyMatchScore(candidate, term);
+    const auto plain = literal::fuzzyMatchScore(candidate, term);
     ASSERT_EQ(fast.has_value(), plain.has_value()) << '"' << candidate << "\" / \"" << term << '"';
     if (fast) {
       ++present;
@@ -170,7 +185,7 @@ TEST(FuzzyMatchScoreTest, EveryTwoByteCharacterScoresAsThePlainAlgorithm) {
     for (const auto& candidate : candidates) {
       for (const auto& term : terms) {
         const auto fast = fuzzyMatchScore(candidate, term);
-        const auto plain = reference::fuzzyMatchScore(candidate, term);
+        const auto plain = literal::fuzzyMatchScore(candidate, term);
         ASSERT_EQ(fast.has_value(), plain.has_value())
             << "U+" << std::hex << c << " in " << candidate << " / " << term;
         if (fast) {
@@ -190,7 +205,7 @@ TEST(FuzzyMatchScoreTest, LongAndNonAsciiTermsScoreAsThePlainAlgorithm) {
          {std::string(repeats, 'a') + "b", "b" + std::string(repeats, 'A')}) {
       for (const char* candidate : {"aaaaaaaab", "b a a a a a a a", "ab-ba-aab", "BAAAAAAAAAA"}) {
         const auto fast = fuzzyMatchScore(candidate, term);
-        const auto plain = reference::fuzzyMatchScore(candidate, term);
+        const auto plain = literal::fuzzyMatchScore(candidate, term);
         ASSERT_EQ(describe(fast), describe(plain)) << candidate << " / " << term;
       }
     }
@@ -201,7 +216,7 @@ TEST(FuzzyMatchScoreTest, LongAndNonAsciiTermsScoreAsThePlainAlgorithm) {
     std::string term = round % 3 == 0 ? "\xc3\x89" : "";
     while (term.size() < 70) term += randomText(random, 8, true);
     const auto fast = fuzzyMatchScore(candidate, term);
-    const auto plain = reference::fuzzyMatchScore(candidate, term);
+    const auto plain = literal::fuzzyMatchScore(candidate, term);
     ASSERT_EQ(fast.has_value(), plain.has_value()) << round;
     if (fast) {
       ASSERT_EQ(bitsOf(*fast), bitsOf(*plain)) << round;
@@ -267,7 +282,7 @@ TEST(FuzzySearchTest, AgreesWithThePlainSearch) {
     const auto title = [](const Item& item) { return item.title; };
     const auto forced = [](const Item& item) { return item.forced; };
     ASSERT_EQ(namesOf(fuzzySearch(items, term, title, forced)),
-              namesOf(reference::fuzzySearch(items, term, title, forced)))
+              namesOf(literal::fuzzySearch(items, term, title, forced)))
         << "round " << round;
   }
 }
@@ -288,7 +303,7 @@ TEST(FuzzySearchTest, LargeSearchesAgreeWithThePlainSearch) {
       const auto title = [](const Item& item) { return item.title; };
       const auto forced = [](const Item& item) { return item.forced; };
       ASSERT_EQ(namesOf(fuzzySearch(items, term, title, forced)),
-                namesOf(reference::fuzzySearch(items, term, title, forced)))
+                namesOf(literal::fuzzySearch(items, term, title, forced)))
           << "round " << round << ", term " << term;
     }
   }

@@ -15,6 +15,7 @@
 
 #include <boost/json/storage_ptr.hpp>
 #include <boost/json/value.hpp>
+#include <concepts>
 #include <string_view>
 
 #include "zorlan/Coding/Codable.hpp"
@@ -25,6 +26,14 @@ namespace zorlan {
 namespace detail {
 // A reference-counted monotonic arena sized for a document of `textSize` bytes.
 boost::json::storage_ptr makeParseArena(std::size_t textSize);
+
+// A type that reads itself from JSON bytes directly, exactly as decoding it
+// from the parsed tree would (the same value, or the same error), whatever
+// the decoder's strategies.
+template <class T>
+concept DecodesJSONText = requires(std::string_view bytes) {
+  { T::decodeJSONText(bytes) } -> std::same_as<T>;
+};
 }  // namespace detail
 
 // Parses JSON text (RFC 8259; a bare number or string at the top level is
@@ -64,7 +73,11 @@ class JSONDecoder {
   // shares (and keeps alive) that arena.
   template <class T>
   T decode(std::string_view text) const {
-    return decodeFromJSON<T>(parse(text, detail::makeParseArena(text.size())));
+    if constexpr (detail::DecodesJSONText<T>) {
+      return T::decodeJSONText(text);
+    } else {
+      return decodeFromJSON<T>(parse(text, detail::makeParseArena(text.size())));
+    }
   }
   // Decodes a T from a tree already parsed. Throws DecodingError.
   template <class T>

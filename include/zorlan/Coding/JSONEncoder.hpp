@@ -12,6 +12,17 @@
 
 namespace zorlan {
 
+namespace detail {
+// A type that writes itself as JSON text directly, exactly as encoding it to
+// a tree and writing that would (the same text, or the same error), whatever
+// the encoder's strategies.
+template <class T>
+concept EncodesJSONText = requires(const T& value, const JSONWritingOptions& options,
+                                   std::string& out) {
+  value.encodeJSONText(options, out);
+};
+}  // namespace detail
+
 // Encodes codable values. Defaults: compact output, "/" escaped, dates as
 // seconds since 2001, bytes as base64. Throws EncodingError (for example for
 // a non-finite number). Not thread-safe to configure while encoding.
@@ -35,10 +46,16 @@ class JSONEncoder {
   // The value as JSON text. Throws EncodingError.
   template <class T>
   std::string encodeToString(const T& value) const {
-    // The tree lives only until it is written: allocate it from an arena.
-    unsigned char buffer[4096];
-    boost::json::monotonic_resource arena(buffer, sizeof buffer);
-    return writeJSON(encodeToJSON(value, &arena), outputFormatting);
+    if constexpr (detail::EncodesJSONText<T>) {
+      std::string out;
+      value.encodeJSONText(outputFormatting, out);
+      return out;
+    } else {
+      // The tree lives only until it is written: allocate it from an arena.
+      unsigned char buffer[4096];
+      boost::json::monotonic_resource arena(buffer, sizeof buffer);
+      return writeJSON(encodeToJSON(value, &arena), outputFormatting);
+    }
   }
   // The tree the encoder builds, before it becomes text, allocated from
   // `storage` (the default resource unless given). Throws EncodingError.

@@ -46,5 +46,8 @@ std::size_t jsonStringSize(std::string_view text, const JSONWritingOptions& opti
 // have room for kMaxJSONNumberSize bytes.
 char* writeJSONNumber(double number, char* out);
 inline constexpr std::size_t kMaxJSONNumberSize = 32;
+// As the two above, appending to `out`.
+void appendJSONString(std::string_view text, const JSONWritingOptions& options, std::string& out);
+void appendJSONNumber(double number, std::string& out);
 
 }  // namespace zorlan

@@ -283,6 +283,18 @@ class TypedJSONContainer {
     if (!tryDecode(decoder, out)) decoder.throwDataCorrupted("Invalid JSON value b.");
     return out;
   }
+  // With standard leaves: reads JSON bytes as JSONDecoder does (UTF-8,
+  // UTF-16 or UTF-32; nesting up to kMaxCodingDepth levels; numbers
+  // correctly rounded) straight into a tree, with no parsed tree in between.
+  // The same tree, or the same error, as decoding one from the parsed tree.
+  static TypedJSONContainer decodeJSONText(
+      std::string_view bytes) requires std::same_as<T, TypedJSONValue>;
+  // With standard leaves: appends the tree as JSON text written with
+  // `options`, straight from the tree. The same text, or the same error, as
+  // encoding it to a tree and writing that.
+  void encodeJSONText(const JSONWritingOptions& options,
+                      std::string& out) const requires std::same_as<T, TypedJSONValue>;
+
   // Writes an object as a dictionary of containers, an array as an array of
   // containers, a leaf as T, null as nil. Throws EncodingError.invalidValue
   // for objects and arrays nested deeper than kMaxCodingDepth, and T's own
@@ -713,6 +725,24 @@ class TypedJSONContainer<T>::MemberSlot {
   TypedJSONContainer* owner_;
   std::string key_;
 };
+
+namespace detail {
+TypedJSONContainer<TypedJSONValue> decodeTypedJSONText(std::string_view bytes);
+void encodeTypedJSONText(const TypedJSONContainer<TypedJSONValue>& tree,
+                         const JSONWritingOptions& options, std::string& out);
+}  // namespace detail
+
+template <class T>
+TypedJSONContainer<T> TypedJSONContainer<T>::decodeJSONText(
+    std::string_view bytes) requires std::same_as<T, TypedJSONValue> {
+  return detail::decodeTypedJSONText(bytes);
+}
+
+template <class T>
+void TypedJSONContainer<T>::encodeJSONText(const JSONWritingOptions& options, std::string& out)
+    const requires std::same_as<T, TypedJSONValue> {
+  detail::encodeTypedJSONText(*this, options, out);
+}
 
 template <class T>
 struct CodingTypeName<TypedJSONContainer<T>> {

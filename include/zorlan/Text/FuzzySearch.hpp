@@ -20,6 +20,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,8 +37,10 @@ class FuzzyMatcher {
   explicit FuzzyMatcher(std::string_view term);
 
   // The score of `candidate` against the term: absent when the term is empty,
-  // when the term's first character does not occur in the lower-cased
-  // candidate, or when the last term character matches nowhere; otherwise the
+  // when the term's first character does not occur in the candidate
+  // lower-cased as a whole text (where a capital sigma ending a word becomes
+  // a final sigma, unlike the sigma lower-cased alone), or when the last term
+  // character matches nowhere; otherwise the
   // score described above (possibly NaN). Linear in the product of the term's
   // and the candidate's lengths (in practice close to linear in the candidate's
   // length: only positions where a term character matches are scored).
@@ -53,7 +56,12 @@ class FuzzyMatcher {
 
   // As `score(candidate)`, working in `scratch` (which must not be in use by
   // another thread at the same time).
-  std::optional<float> score(std::string_view candidate, Scratch& scratch) const;
+  std::optional<float> score(std::string_view candidate, Scratch& scratch) const {
+    // A first term character beyond ASCII never occurs in ASCII text: most
+    // candidates of a catalogue are turned away here, at once.
+    if (firstBeyondAscii_ && isAscii(candidate)) return std::nullopt;
+    return scoreText(candidate, scratch);
+  }
 
   // True when the term is empty (every score is absent).
   bool isEmpty() const noexcept { return characters_.empty(); }
@@ -83,8 +91,45 @@ class FuzzyMatcher {
   // more than kMaxRepeats of them.
   std::size_t repeats_ = 0;
 
+  // For each byte, the term characters among the first 64 whose form is
+  // longer than one byte and starts with it.
+  std::array<std::uint64_t, 256> leadMatches_{};
+  // Whether candidates of any characters are scored from the table of
+  // code points: at most 64 term characters, the first of one code point.
+  bool byCodePoint_ = false;
+  // The distinct one-byte forms of the first 64 term characters, and for
+  // each of those term characters the index of its form there (or -1).
+  std::vector<unsigned char> shortForms_;
+  std::vector<int> shortFormOf_;
+  // Whether the first term character's form has a byte beyond ASCII.
+  bool firstBeyondAscii_ = false;
+  // Whether the first term character's form holds a small sigma (σ or ς),
+  // which a capital sigma lower-cases to depending on what surrounds it.
+  bool firstHasSigma_ = false;
+
+  static bool isAscii(std::string_view text) noexcept {
+    std::uint64_t high = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+      std::uint64_t word;
+      std::memcpy(&word, text.data() + i, sizeof word);
+      high |= word;
+    }
+    for (; i < text.size(); ++i) high |= static_cast<unsigned char>(text[i]);
+    return (high & 0x8080808080808080ull) == 0;
+  }
+  std::optional<float> scoreText(std::string_view candidate, Scratch& scratch) const;
   std::optional<float> scoreInOnePass(std::string_view candidate, Scratch& scratch,
                                       bool& scored) const;
+  std::optional<float> scoreByCodePoint(std::string_view candidate, Scratch& scratch,
+                                        bool& scored) const;
+  // Whether the candidate lower-cased as a whole text contains the first
+  // term character.
+  bool wholeTextContainsFirst(std::string_view candidate) const;
+  // For a candidate of at most 64 bytes: whether it is plain ASCII (no CR
+  // LF), and then the positions where each of the first 64 term characters
+  // matches, as bits.
+  bool asciiMasks(std::string_view candidate, std::uint64_t* masks) const;
 };
 
 namespace detail {
