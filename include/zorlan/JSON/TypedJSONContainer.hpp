@@ -1,6 +1,12 @@
 // TypedJSONContainer<T>: a JSON document as a tree of objects, arrays, nulls
 // and leaves of type T; with T = TypedJSONValue, the library's neutral form of
 // any JSON document, read, walked and rewritten by value.
+//
+//   TypedJSON doc = JSONDecoder().decode<TypedJSON>(R"({"title":"Dune","year":2021})");
+//   std::optional<TypedJSON> year = doc["year"];          // a copy, O(1)
+//   doc["rating"] = TypedJSON(TypedJSONValue(8.1));         // copy-on-write
+//   TypedJSON renamed = doc.renaming("title", "name");
+//   std::string text = JSONEncoder().encodeToString(doc);
 #pragma once
 
 #include <algorithm>
@@ -299,29 +305,7 @@ class TypedJSONContainer {
   // containers, a leaf as T, null as nil. Throws EncodingError.invalidValue
   // for objects and arrays nested deeper than kMaxCodingDepth, and T's own
   // errors.
-  void encode(Encoder& encoder) const requires detail::IsEncodable<T> {
-    switch (payload_.index()) {
-      case 0: {
-        const Members& all = *members();
-        KeyedEncodingContainer c = encoder.container();
-        encoder.json().get_object().reserve(all.size());
-        for (const Member& m : all) c.encode(m.second, m.first);
-        break;
-      }
-      case 1: {
-        const Elements& all = *elements();
-        UnkeyedEncodingContainer c = encoder.unkeyedContainer();
-        encoder.json().get_array().reserve(all.size());
-        for (const TypedJSONContainer& e : all) c.encode(e);
-        break;
-      }
-      case 2:
-        encoder.encode(*leaf());
-        break;
-      default:
-        encoder.encodeNil();
-    }
-  }
+  void encode(Encoder& encoder) const requires detail::IsEncodable<T>;
 
  private:
   // Storage whose last holder goes is destroyed by destroyStorage.
@@ -356,18 +340,7 @@ class TypedJSONContainer {
   // Ends this container's share of its storage. When it was the last share,
   // returns the storage for destroyStorage (a node pointer with its low bit
   // set for arrays); otherwise 0.
-  std::uintptr_t takeLast() noexcept {
-    static_assert(alignof(typename ObjectBox::Node) > 1 && alignof(typename ArrayBox::Node) > 1);
-    if (ObjectBox* box = std::get_if<0>(&payload_)) {
-      return reinterpret_cast<std::uintptr_t>(box->takeLast());
-    }
-    if (ArrayBox* box = std::get_if<1>(&payload_)) {
-      if (typename ArrayBox::Node* node = box->takeLast()) {
-        return reinterpret_cast<std::uintptr_t>(node) | 1;
-      }
-    }
-    return 0;
-  }
+  std::uintptr_t takeLast() noexcept;
   static typename ObjectBox::Node* objectNode(std::uintptr_t storage) noexcept {
     return reinterpret_cast<typename ObjectBox::Node*>(storage);
   }
@@ -379,40 +352,8 @@ class TypedJSONContainer {
   // recursion would take, which suits the allocator) down to kRecursionDepth
   // levels; storage further down waits on a list threaded through the
   // storage itself and is destroyed the same way after. Allocates nothing.
-  static void destroyStorage(std::uintptr_t storage) noexcept {
-    std::uintptr_t deeper = 0;
-    destroyStorage(storage, 0, deeper);
-    while (deeper != 0) {
-      storage = deeper;
-      deeper =
-          storage & 1 ? ArrayBox::link(arrayNode(storage)) : ObjectBox::link(objectNode(storage));
-      destroyStorage(storage, 0, deeper);
-    }
-  }
-  static void destroyStorage(std::uintptr_t storage, int depth, std::uintptr_t& deeper) noexcept {
-    auto destroyChild = [depth, &deeper](TypedJSONContainer& child) {
-      const std::uintptr_t taken = child.takeLast();
-      if (taken == 0) return;
-      if (depth + 1 < kRecursionDepth) {
-        destroyStorage(taken, depth + 1, deeper);
-      } else if (taken & 1) {
-        ArrayBox::setLink(arrayNode(taken), deeper);
-        deeper = taken;
-      } else {
-        ObjectBox::setLink(objectNode(taken), deeper);
-        deeper = taken;
-      }
-    };
-    if (storage & 1) {
-      typename ArrayBox::Node* node = arrayNode(storage);
-      for (TypedJSONContainer& e : ArrayBox::payload(node)) destroyChild(e);
-      ArrayBox::destroy(node);
-    } else {
-      typename ObjectBox::Node* node = objectNode(storage);
-      for (Member& m : ObjectBox::payload(node)) destroyChild(m.second);
-      ObjectBox::destroy(node);
-    }
-  }
+  static void destroyStorage(std::uintptr_t storage) noexcept;
+  static void destroyStorage(std::uintptr_t storage, int depth, std::uintptr_t& deeper) noexcept;
 
   // Whether `a` and `b` have the same cases, keys and (by `leavesMatch`)
   // leaves. Exactly (kRough false): arrays of one length, and shared storage
@@ -420,16 +361,7 @@ class TypedJSONContainer {
   // kRecursionDepth levels down are compared after the rest, from a list.
   template <bool kRough, class LeavesMatch>
   static bool match(const TypedJSONContainer& a, const TypedJSONContainer& b,
-                    const LeavesMatch& leavesMatch) {
-    MatchWalk<LeavesMatch> walk{leavesMatch, {}};
-    if (!matchAt<kRough>(a, b, walk, 0)) return false;
-    while (!walk.deeper.empty()) {
-      const auto [x, y] = walk.deeper.back();
-      walk.deeper.pop_back();
-      if (!matchAt<kRough>(*x, *y, walk, 0)) return false;
-    }
-    return true;
-  }
+                    const LeavesMatch& leavesMatch);
   template <class LeavesMatch>
   struct MatchWalk {
     LeavesMatch leavesMatch;
@@ -439,63 +371,12 @@ class TypedJSONContainer {
   // `deeper` list (as matching for now).
   template <bool kRough, class LeavesMatch>
   static bool matchAt(const TypedJSONContainer& a, const TypedJSONContainer& b,
-                      MatchWalk<LeavesMatch>& walk, int depth) {
-    if (a.payload_.index() != b.payload_.index()) return false;
-    switch (a.payload_.index()) {
-      case 0: {
-        const ObjectBox& lhs = *std::get_if<0>(&a.payload_);
-        const ObjectBox& rhs = *std::get_if<0>(&b.payload_);
-        if (!kRough && lhs.sharesWith(rhs)) return true;
-        const Members& l = lhs.read();
-        const Members& r = rhs.read();
-        if (l.size() != r.size()) return false;
-        if (depth == kRecursionDepth && !l.empty()) {
-          walk.deeper.emplace_back(&a, &b);
-          return true;
-        }
-        // Both sorted with unique keys and of one size: the same keys exactly
-        // when they match pairwise.
-        for (std::size_t i = 0; i < l.size(); ++i) {
-          if (l[i].first != r[i].first) return false;
-          if (!matchChild<kRough>(l[i].second, r[i].second, walk, depth + 1)) {
-            return false;
-          }
-        }
-        return true;
-      }
-      case 1: {
-        const ArrayBox& lhs = *std::get_if<1>(&a.payload_);
-        const ArrayBox& rhs = *std::get_if<1>(&b.payload_);
-        if (!kRough && lhs.sharesWith(rhs)) return true;
-        const Elements& l = lhs.read();
-        const Elements& r = rhs.read();
-        if (!kRough && l.size() != r.size()) return false;
-        const std::size_t count = std::min(l.size(), r.size());
-        if (depth == kRecursionDepth && count != 0) {
-          walk.deeper.emplace_back(&a, &b);
-          return true;
-        }
-        for (std::size_t i = 0; i < count; ++i) {
-          if (!matchChild<kRough>(l[i], r[i], walk, depth + 1)) return false;
-        }
-        return true;
-      }
-      case 2:
-        return walk.leavesMatch(*a.leaf(), *b.leaf());
-      default:
-        return true;
-    }
-  }
+                      MatchWalk<LeavesMatch>& walk, int depth);
 
   // As matchAt, with two leaves (most members and elements) compared here.
   template <bool kRough, class LeavesMatch>
   static bool matchChild(const TypedJSONContainer& a, const TypedJSONContainer& b,
-                         MatchWalk<LeavesMatch>& walk, int depth) {
-    const T* x = a.leaf();
-    const T* y = b.leaf();
-    if (x && y) return walk.leavesMatch(*x, *y);
-    return matchAt<kRough>(a, b, walk, depth);
-  }
+                         MatchWalk<LeavesMatch>& walk, int depth);
 
   static std::size_t mix(std::size_t h, std::size_t v) noexcept {
     constexpr std::size_t kMix = 0x9E3779B97F4A7C15ull;
@@ -503,171 +384,21 @@ class TypedJSONContainer {
   }
   // The hash: the case, then each member's key and hash or each element's
   // hash in order, or the leaf's hash.
-  std::size_t hashAt(int depth) const {
-    std::size_t count;
-    std::size_t h = hashHead(count);
-    if (count == 0) return h;
-    if (depth == kRecursionDepth) return hashDeep();
-    if (const Members* all = members()) {
-      for (const Member& m : *all) {
-        h = mix(h, std::hash<std::string>()(m.first));
-        h = mix(h, m.second.hashChildAt(depth + 1));
-      }
-      return h;
-    }
-    for (const TypedJSONContainer& e : *elements()) h = mix(h, e.hashChildAt(depth + 1));
-    return h;
-  }
+  std::size_t hashAt(int depth) const;
   // As hashAt, with a leaf (most members and elements) hashed here.
-  std::size_t hashChildAt(int depth) const {
-    if (const T* v = leaf()) return mix(2, std::hash<T>()(*v));
-    return hashAt(depth);
-  }
-  std::size_t hashDeep() const {
-    struct Frame {
-      const TypedJSONContainer* node;
-      std::size_t next;
-      std::size_t count;
-      std::size_t hash;
-    };
-    std::size_t count;
-    const std::size_t head = hashHead(count);
-    if (count == 0) return head;
-    std::vector<Frame> stack{{this, 0, count, head}};
-    for (;;) {
-      Frame& top = stack.back();
-      if (top.next == top.count) {
-        const std::size_t done = top.hash;
-        stack.pop_back();
-        if (stack.empty()) return done;
-        stack.back().hash = mix(stack.back().hash, done);
-        continue;
-      }
-      const TypedJSONContainer& child = top.node->hashChild(top.next++, top.hash);
-      const std::size_t childHead = child.hashHead(count);
-      if (count != 0) {
-        stack.push_back({&child, 0, count, childHead});
-      } else {
-        top.hash = mix(top.hash, childHead);
-      }
-    }
-  }
+  std::size_t hashChildAt(int depth) const;
+  std::size_t hashDeep() const;
   // The hash of this node short of its members or elements, and their number.
-  std::size_t hashHead(std::size_t& count) const {
-    count = 0;
-    switch (payload_.index()) {
-      case 0:
-        count = members()->size();
-        return 0;
-      case 1:
-        count = elements()->size();
-        return 1;
-      case 2:
-        return mix(2, std::hash<T>()(*leaf()));
-      default:
-        return 3;
-    }
-  }
+  std::size_t hashHead(std::size_t& count) const;
   // The i-th member or element, having mixed a member's key into `h`.
-  const TypedJSONContainer& hashChild(std::size_t i, std::size_t& h) const {
-    if (const Members* all = members()) {
-      const Member& m = (*all)[i];
-      h = mix(h, std::hash<std::string>()(m.first));
-      return m.second;
-    }
-    return (*elements())[i];
-  }
+  const TypedJSONContainer& hashChild(std::size_t i, std::size_t& h) const;
 
-  static typename Members::const_iterator find(const Members& all, std::string_view key) noexcept {
-    auto it = std::lower_bound(all.begin(), all.end(), key, KeyLess());
-    return it != all.end() && it->first == key ? it : all.end();
-  }
+  static typename Members::const_iterator find(const Members& all, std::string_view key) noexcept;
 
   // Sorts by key and keeps the last of repeated keys.
-  static void normalize(Members& members) {
-    if (std::is_sorted(members.begin(), members.end(), [](const Member& a, const Member& b) {
-          return a.first <= b.first;  // strictly increasing: sorted and unique
-        })) {
-      return;
-    }
-    if (members.size() <= 32) {
-      // Insertion sort: stable, and no buffer for the small objects of most
-      // documents.
-      for (auto it = members.begin() + 1; it != members.end(); ++it) {
-        if (!(it->first < (it - 1)->first)) continue;
-        Member moving = std::move(*it);
-        auto hole = it;
-        do {
-          *hole = std::move(*(hole - 1));
-          --hole;
-        } while (hole != members.begin() && moving.first < (hole - 1)->first);
-        *hole = std::move(moving);
-      }
-    } else {
-      std::stable_sort(members.begin(), members.end(), KeyLess());
-    }
-    // Of each run of one key, keep the last (moved to the run's end).
-    auto out = members.begin();
-    for (auto it = members.begin(); it != members.end();) {
-      auto last = it;
-      while (last + 1 != members.end() && (last + 1)->first == it->first) ++last;
-      if (out != last) *out = std::move(*last);
-      ++out;
-      it = last + 1;
-    }
-    members.erase(out, members.end());
-  }
+  static void normalize(Members& members);
 
-  static bool tryDecode(const Decoder& decoder, TypedJSONContainer& out) {
-    const boost::json::value& json = decoder.json();
-    const detail::PathNode& node = decoder.node();
-    const bool deepEnough = node.depth < kMaxCodingDepth;
-    if (json.is_object() && deepEnough) {
-      const boost::json::object& jsonObject = json.get_object();
-      Members all;
-      all.reserve(jsonObject.size());
-      bool complete = true;
-      for (const auto& kv : jsonObject) {
-        TypedJSONContainer child;
-        if (!tryDecode(Decoder(kv.value(), decoder.options(), node.child(kv.key())), child)) {
-          complete = false;
-          break;
-        }
-        all.emplace_back(std::string(kv.key()), std::move(child));
-      }
-      if (complete) {
-        out = object(std::move(all));
-        return true;
-      }
-    } else if (json.is_array() && deepEnough) {
-      const boost::json::array& jsonArray = json.get_array();
-      Elements all;
-      all.reserve(jsonArray.size());
-      bool complete = true;
-      for (std::size_t i = 0; i < jsonArray.size(); ++i) {
-        TypedJSONContainer child;
-        const detail::PathNode at = node.element(static_cast<int>(i));
-        if (!tryDecode(Decoder(jsonArray[i], decoder.options(), at), child)) {
-          complete = false;
-          break;
-        }
-        all.push_back(std::move(child));
-      }
-      if (complete) {
-        out = TypedJSONContainer(ArrayBox(std::move(all)));
-        return true;
-      }
-    }
-    if (std::optional<T> v = detail::TypedJSONLeafDecoding<T>::tryDecode(decoder)) {
-      out = TypedJSONContainer(std::move(*v));
-      return true;
-    }
-    if (json.is_null()) {
-      out = TypedJSONContainer();
-      return true;
-    }
-    return false;
-  }
+  static bool tryDecode(const Decoder& decoder, TypedJSONContainer& out);
 
   std::variant<ObjectBox, ArrayBox, T, std::monostate> payload_;
 };
@@ -761,3 +492,5 @@ requires requires(const zorlan::TypedJSONContainer<T>& c) { c.hashValue(); }
 struct std::hash<zorlan::TypedJSONContainer<T>> {
   std::size_t operator()(const zorlan::TypedJSONContainer<T>& c) const { return c.hashValue(); }
 };
+
+#include "zorlan/JSON/detail/TypedJSONContainerImpl.hpp"

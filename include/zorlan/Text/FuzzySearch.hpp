@@ -1,6 +1,18 @@
 // Fuzzy matching of a search term against candidate texts, and fuzzy search
 // over a collection: filtering, forced inclusion or exclusion, ordering by score.
 //
+//   struct Title { std::string name; bool pinned; };
+//   std::vector<Title> found = fuzzySearch(catalogue, "mdnght",
+//       [](const Title& t) { return std::optional<std::string_view>(t.name); },
+//       [](const Title& t) { return t.pinned ? std::optional<bool>(true) : std::nullopt; });
+//   fuzzyMatchScore("Midnight Garden", "mid");   // about 3.0; absent if no match
+//
+// A search is O(candidates × term length × candidate length) in the worst
+// case; it prepares the term and a scratch buffer once and keeps an index of
+// the candidates it ranks. Scoring accepts any bytes, ill-formed UTF-8
+// included. `FuzzyMatcher` prepares a term once for many candidates and may
+// be shared by threads.
+//
 // The score of a candidate rewards the term's characters found close together
 // and in order. Characters are user-perceived characters; two characters match
 // when their lower-cased forms are canonically equivalent. For each character
