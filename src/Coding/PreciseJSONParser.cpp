@@ -17,15 +17,7 @@ namespace {
 // Boost.JSON 1.81 rounds some numbers to a neighbouring double (text the
 // writer printed would not read back exactly) and reads a zero with an
 // exponent past the range of double ("0e400") as NaN.
-struct PreciseHandler {
-  static constexpr std::size_t max_object_size = boost::json::object::max_size();
-  static constexpr std::size_t max_array_size = boost::json::array::max_size();
-  static constexpr std::size_t max_key_size = boost::json::string::max_size();
-  static constexpr std::size_t max_string_size = boost::json::string::max_size();
-
-  using ec_t = boost::system::error_code;
-  using sv_t = boost::json::string_view;
-
+struct PreciseHandler : JSONParserHandlerBase {
   PreciseHandler(unsigned char* buffer, std::size_t size) : st({}, buffer, size) {}
 
   boost::json::value_stack st;

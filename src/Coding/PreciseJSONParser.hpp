@@ -2,8 +2,11 @@
 // rounded, so that each number the writer prints reads back as the same double.
 #pragma once
 
+#include <boost/json/array.hpp>
 #include <boost/json/basic_parser.hpp>
+#include <boost/json/object.hpp>
 #include <boost/json/storage_ptr.hpp>
+#include <boost/json/string.hpp>
 #include <boost/json/value.hpp>
 #include <boost/system/error_code.hpp>
 #include <cstddef>
@@ -39,5 +42,17 @@ boost::json::parse_options jsonParseOptions();
 // keeps Boost.JSON's infinity or zero, and a zero with such an exponent is a
 // zero.
 double preciseDouble(double parsed, std::string_view text);
+
+// The limits and names a handler of boost::json::basic_parser declares: no
+// limits beyond Boost.JSON's own.
+struct JSONParserHandlerBase {
+  static constexpr std::size_t max_object_size = boost::json::object::max_size();
+  static constexpr std::size_t max_array_size = boost::json::array::max_size();
+  static constexpr std::size_t max_key_size = boost::json::string::max_size();
+  static constexpr std::size_t max_string_size = boost::json::string::max_size();
+
+  using ec_t = boost::system::error_code;
+  using sv_t = boost::json::string_view;
+};
 
 }  // namespace zorlan::detail

@@ -1,7 +1,7 @@
 #include "zorlan/JSON/TypedJSONContainer.hpp"
 
-#include <boost/json/basic_parser_impl.hpp>
 #include <algorithm>
+#include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/monotonic_resource.hpp>
 #include <cmath>
 #include <cstdint>
@@ -29,15 +29,7 @@ namespace {
 // rounded; "-0" is -0.0). A number beyond the range of double, which no leaf
 // decodes, is only noted: the caller then takes the general path, which
 // reports it.
-struct TreeBuilder {
-  static constexpr std::size_t max_object_size = boost::json::object::max_size();
-  static constexpr std::size_t max_array_size = boost::json::array::max_size();
-  static constexpr std::size_t max_key_size = boost::json::string::max_size();
-  static constexpr std::size_t max_string_size = boost::json::string::max_size();
-
-  using ec_t = boost::system::error_code;
-  using sv_t = boost::json::string_view;
-
+struct TreeBuilder : JSONParserHandlerBase {
   // The values and keys of the open objects and arrays, innermost last.
   std::vector<TypedJSON> values;
   std::vector<std::string> keys;

@@ -74,6 +74,10 @@ struct LogFileWriter {
   // the path still names the file, asks once more an interval later, so the
   // last events before a quiet spell also reach a file created anew.
   void afterWrite(const std::shared_ptr<LogFileWriter>& self) noexcept;
+  // On the calling thread, holding the queue: appends `entries` as one
+  // group, then `afterWrite` (also when the append throws, which passes out).
+  void appendOnQueue(std::span<LogFileBatchEntry* const> entries,
+                     const std::shared_ptr<LogFileWriter>& self);
 
   // An event waiting to be written, on its caller's stack.
   struct Waiter {
@@ -255,14 +259,7 @@ ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::m
     try {
       batchEntries.clear();
       for (Waiter* waiter : batch) batchEntries.push_back(&waiter->entry);
-      queue.sync([&] {
-        struct After {
-          LogFileWriter& writer;
-          const std::shared_ptr<LogFileWriter>& self;
-          ~After() { writer.afterWrite(self); }
-        } after{*this, self};
-        storage.appendBatch(batchEntries);
-      });
+      appendOnQueue(batchEntries, self);
     } catch (...) {
       failure = std::current_exception();
     }
@@ -294,18 +291,23 @@ ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::m
   }
 }
 
+void LogFileWriter::appendOnQueue(std::span<LogFileBatchEntry* const> entries,
+                                  const std::shared_ptr<LogFileWriter>& self) {
+  queue.sync([&] {
+    struct After {
+      LogFileWriter& writer;
+      const std::shared_ptr<LogFileWriter>& self;
+      ~After() { writer.afterWrite(self); }
+    } after{*this, self};
+    storage.appendBatch(entries);
+  });
+}
+
 void LogFileWriter::writeAlone(Waiter& waiter,
                                const std::shared_ptr<LogFileWriter>& self) noexcept {
   try {
-    queue.sync([&] {
-      struct After {
-        LogFileWriter& writer;
-        const std::shared_ptr<LogFileWriter>& self;
-        ~After() { writer.afterWrite(self); }
-      } after{*this, self};
-      LogFileBatchEntry* entry = &waiter.entry;
-      storage.appendBatch({&entry, 1});
-    });
+    LogFileBatchEntry* entry = &waiter.entry;
+    appendOnQueue({&entry, 1}, self);
   } catch (...) {
     waiter.failure = std::current_exception();
   }
