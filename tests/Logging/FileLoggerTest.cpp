@@ -6,7 +6,6 @@
 #include <boost/json/parse.hpp>
 #include <future>
 #include <mutex>
-#include <thread>
 
 #include "support/LoggingTestSupport.hpp"
 #include "zorlan/Logging/FileLogger.hpp"
@@ -237,37 +236,15 @@ TEST_F(FileLoggerTest, EverythingQueuedBeforeDestructionIsWrittenThenTheEndMarke
                             "c||public||FileLogEvent", "--- END ---||public||FileLogEvent"}));
 }
 
-TEST_F(FileLoggerTest, ManyLoggersOnManyThreadsKeepEachLoggersOrderOnTheirOwnQueues) {
-  constexpr std::size_t kThreads = 4;
-  std::vector<fs::path> paths(kThreads);
-  std::vector<std::optional<AsyncDispatcher>> queues(kThreads);
-  std::vector<DispatchQueue> fileQueues(kThreads, DispatchQueue::main());
-  std::vector<std::thread> threads;
-  for (std::size_t t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      fileQueues[t] = fileIOQueue();
-      FileLogger logger("Thread" + std::to_string(t), FileLogger::LogLocation::appSandbox());
-      paths[t] = logger.filePath().value_or(fs::path());
-      queues[t].emplace(logger.serialQueue());
-      for (int i = 0; i < 50; ++i) logger.log(std::to_string(i));
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  std::vector<std::string> expected;
-  for (int i = 0; i < 50; ++i) expected.push_back(std::to_string(i));
-  expected.push_back("--- END ---");
-  for (std::size_t t = 0; t < kThreads; ++t) {
-    drain(*queues[t]);
-    EXPECT_EQ(messages(paths[t]), expected) << paths[t];
-    // Each logger has its own utility queue "file.logger", targeting the one file queue.
-    const DispatchQueue& queue = queues[t]->queue();
-    EXPECT_EQ(queue.label(), "file.logger");
-    EXPECT_EQ(queue.qos(), DispatchQoS::utility);
-    EXPECT_EQ(queue.target(), fileIOQueue());
-    EXPECT_EQ(fileQueues[t], fileIOQueue());
-    EXPECT_FALSE(queue == queues[(t + 1) % kThreads]->queue());
-  }
+TEST_F(FileLoggerTest, EachLoggerHasItsOwnUtilityQueueTargetingTheOneFileQueue) {
+  const FileLogger first("Queue", FileLogger::LogLocation::appSandbox());
+  const FileLogger second("Queue", FileLogger::LogLocation::appSandbox());
+  const DispatchQueue& queue = first.serialQueue().queue();
+  EXPECT_EQ(queue.label(), "file.logger");
+  EXPECT_EQ(queue.qos(), DispatchQoS::utility);
+  EXPECT_EQ(queue.target(), fileIOQueue());
   EXPECT_TRUE(fileIOQueue().isSerial());
+  EXPECT_FALSE(second.serialQueue().queue() == queue);
 }
 
 }  // namespace
