@@ -1,15 +1,17 @@
-// Hand-written codings through keyed, unkeyed and single-value containers.
+// zorlan/Coding/Decoder.hpp, Encoder.hpp, CodingKey.hpp, CodingError.hpp: hand-written
+// codings through keyed, unkeyed and single-value containers, the paths their errors carry,
+// and how coding errors describe themselves and bridge to error domains and codes.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 #include <tuple>
 
-#include "zorlan/Coding/JSONDecoder.hpp"
-#include "zorlan/Coding/JSONEncoder.hpp"
+#include "support/JSONCodingTestSupport.hpp"
 
 namespace zorlan::container_test {
 
-// Codes as {"kind":"left"|"right","values":[...],"meta":{"n":...}}.
+// Codes as {"kind":"left"|"right","values":[...,null],"meta":{"n":...,"none":null}}.
 struct Tagged {
   bool left = true;
   std::vector<int> values;
@@ -34,8 +36,7 @@ struct Tagged {
       if (list.decodeNil()) continue;
       t.values.push_back(list.decode<int>());
     }
-    KeyedDecodingContainer meta = c.nestedContainer("meta");
-    t.n = meta.decode<int>("n");
+    t.n = c.nestedContainer("meta").decode<int>("n");
     return t;
   }
 };
@@ -45,90 +46,67 @@ struct Triple {
   int a = 0, b = 0, c = 0;
   static Triple decode(const Decoder& decoder) {
     UnkeyedDecodingContainer list = decoder.unkeyedContainer();
-    Triple t;
-    t.a = list.decode<int>();
-    t.b = list.decode<int>();
-    t.c = list.decode<int>();
-    return t;
+    return Triple{list.decode<int>(), list.decode<int>(), list.decode<int>()};
   }
   void encode(Encoder& encoder) const {
     UnkeyedEncodingContainer list = encoder.unkeyedContainer();
-    list.encode(a);
-    list.encode(b);
-    list.encode(c);
+    for (int v : {a, b, c}) list.encode(v);
   }
 };
 
-template <class T>
-DecodingError decodingError(std::string_view json) {
-  try {
-    JSONDecoder().decode<T>(json);
-  } catch (const DecodingError& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no error for " << json;
-  return DecodingError::dataCorrupted({});
-}
-
 namespace {
 
-TEST(Containers, HandWrittenCodingRoundTrips) {
-  Tagged t{false, {1, 2}, 5};
-  std::string json = JSONEncoder().encodeToString(t);
+using testing::decodeOutcome;
+using testing::decodingError;
+using testing::encodingError;
+
+TEST(Containers, HandWrittenCodingRoundTripsThroughTextAndTrees) {
+  const Tagged t{false, {1, 2}, 5};
+  const std::string json = JSONEncoder().encodeToString(t);
   EXPECT_EQ(json, R"({"kind":"right","values":[1,2,null],"meta":{"n":5,"none":null}})");
-  Tagged back = JSONDecoder().decode<Tagged>(json);
+  const Tagged back = JSONDecoder().decode<Tagged>(json);
   EXPECT_EQ(std::tie(back.left, back.values, back.n), std::tie(t.left, t.values, t.n));
+  const boost::json::value tree = JSONEncoder().encodeToJSON(Tagged{true, {7}, 1});
+  EXPECT_EQ(tree.at("values").at(0).as_int64(), 7);
+  EXPECT_EQ(JSONDecoder().decodeFromJSON<Tagged>(tree).values, std::vector<int>{7});
+  EXPECT_EQ(JSONDecoder().decode<Triple>("[1,2,3,4]").c, 3);
+  // A JSON value member passes through untouched.
+  const auto passed = JSONDecoder().decode<std::map<std::string, boost::json::value>>(
+      R"({"any":{"x":[1,"a",null]}})");
+  EXPECT_EQ(JSONEncoder().encodeToString(passed), R"({"any":{"x":[1,"a",null]}})");
 }
 
 TEST(Containers, NestedErrorsCarryTheFullPath) {
-  struct Case {
-    const char* json;
-    DecodingError::Kind kind;
-    const char* path;
+  using Decode = std::string (*)(std::string_view, const JSONDecoder&);
+  const std::tuple<Decode, const char*, const char*> cases[] = {
+      {decodeOutcome<Tagged>, R"({"kind":"left","values":[1,"x"],"meta":{"n":1}})",
+       "typeMismatch [values.1] Expected to decode Int32 but found a string instead."},
+      {decodeOutcome<Tagged>, R"({"kind":"left","values":[],"meta":{}})",
+       "keyNotFound [meta] No value associated with key CodingKeys(stringValue: \"n\", intValue: "
+       "nil) (\"n\")."},
+      {decodeOutcome<Tagged>, R"({"kind":"left","values":[],"meta":{"n":1.5}})",
+       "dataCorrupted [meta.n] Parsed JSON number <1.5> does not fit in Int32."},
+      {decodeOutcome<Tagged>, R"({"kind":"left","values":{},"meta":{"n":1}})",
+       "typeMismatch [values] Expected to decode Array<Any> but found a dictionary instead."},
+      {decodeOutcome<Tagged>, R"({"kind":"left","values":null,"meta":{"n":1}})",
+       "valueNotFound [values] Expected Array<Any> value but found null instead."},
+      {decodeOutcome<Tagged>, "[]",
+       "typeMismatch [] Expected to decode Dictionary<String, Any> but found an array instead."},
+      {decodeOutcome<Triple>, "[1,2]", "valueNotFound [2] Unkeyed container is at end."},
+      // Elements keep their index in paths when nested under keys.
+      {decodeOutcome<std::map<std::string, Triple>>, R"({"t":[1,true,3]})",
+       "typeMismatch [t.1] Expected to decode Int32 but found bool instead."},
   };
-  const Case cases[] = {
-      {R"({"kind":"left","values":[1,"x"],"meta":{"n":1}})", DecodingError::Kind::typeMismatch,
-       "values.1"},
-      {R"({"kind":"left","values":[],"meta":{}})", DecodingError::Kind::keyNotFound, "meta"},
-      {R"({"kind":"left","values":[],"meta":{"n":1.5}})", DecodingError::Kind::dataCorrupted,
-       "meta.n"},
-      {R"({"kind":"left","values":{},"meta":{"n":1}})", DecodingError::Kind::typeMismatch,
-       "values"},
-      {R"({"kind":"left","values":null,"meta":{"n":1}})", DecodingError::Kind::valueNotFound,
-       "values"},
-  };
-  for (const Case& c : cases) {
-    DecodingError error = decodingError<Tagged>(c.json);
-    EXPECT_EQ(error.kind(), c.kind) << c.json;
-    EXPECT_EQ(codingPathString(error.context().codingPath), c.path) << c.json;
+  for (const auto& [decode, json, expected] : cases) {
+    EXPECT_EQ(decode(json, JSONDecoder()), expected) << json;
   }
-  EXPECT_EQ(decodingError<Tagged>(R"({"kind":"left","values":{},"meta":{"n":1}})")
-                .context()
-                .debugDescription,
-            "Expected to decode Array<Any> but found a dictionary instead.");
-  EXPECT_EQ(decodingError<Tagged>("[]").context().debugDescription,
-            "Expected to decode Dictionary<String, Any> but found an array instead.");
+  EXPECT_EQ(decodingError<Triple>("[1,2]").type(), "Int32");
 }
 
-TEST(Containers, UnkeyedContainerAtItsEnd) {
-  Triple t = JSONDecoder().decode<Triple>("[1,2,3,4]");
-  EXPECT_EQ(t.c, 3);
-  DecodingError error = decodingError<Triple>("[1,2]");
-  EXPECT_EQ(error.kind(), DecodingError::Kind::valueNotFound);
-  EXPECT_EQ(error.type(), "Int32");
-  EXPECT_EQ(error.context().debugDescription, "Unkeyed container is at end.");
-  EXPECT_EQ(error.context().codingPath, CodingPath{CodingKey::index(2)});
-  // Elements keep their index in paths when nested under keys.
-  DecodingError nested = decodingError<std::map<std::string, Triple>>(R"({"t":[1,true,3]})");
-  EXPECT_EQ(codingPathString(nested.context().codingPath), "t.1");
-  EXPECT_EQ(nested.context().codingPath[1].stringValue, "Index 1");
-}
-
-TEST(Containers, KeyedQueries) {
-  boost::json::value doc = JSONDecoder::parse(R"({"b":1,"a":null,"c":"x"})");
-  DecodingOptions options;
-  Decoder decoder(doc, options);
-  KeyedDecodingContainer c = decoder.container();
+TEST(Containers, KeyedAndUnkeyedQueries) {
+  const boost::json::value doc = JSONDecoder::parse(R"({"b":1,"a":null,"c":"x"})");
+  const DecodingOptions options;
+  KeyedDecodingContainer c = Decoder(doc, options).container();
   std::vector<std::string> keys;
   for (const CodingKey& key : c.allKeys()) keys.push_back(key.stringValue);
   EXPECT_EQ(keys, (std::vector<std::string>{"b", "a", "c"}));
@@ -140,17 +118,13 @@ TEST(Containers, KeyedQueries) {
   EXPECT_EQ(c.decodeIfPresent<int>("b"), 1);
   EXPECT_EQ(c.decodeIfPresent<int>("a"), std::nullopt);
   EXPECT_EQ(c.decodeIfPresent<int>("z"), std::nullopt);
-  // Present but of the wrong type is still an error.
-  EXPECT_THROW(c.decodeIfPresent<int>("c"), DecodingError);
+  EXPECT_THROW(c.decodeIfPresent<int>("c"), DecodingError);  // present, of the wrong type
   EXPECT_TRUE(c.superDecoder("z").decodeNil());
   EXPECT_EQ(c.superDecoder("c").decode<std::string>(), "x");
   EXPECT_EQ(codingPathString(c.superDecoder("z").codingPath()), "z");
-}
 
-TEST(Containers, UnkeyedNilAndOptionalElements) {
-  boost::json::value doc = JSONDecoder::parse(R"([null,2,null])");
-  DecodingOptions options;
-  UnkeyedDecodingContainer list = Decoder(doc, options).unkeyedContainer();
+  const boost::json::value array = JSONDecoder::parse(R"([null,2,null])");
+  UnkeyedDecodingContainer list = Decoder(array, options).unkeyedContainer();
   EXPECT_EQ(list.count(), 3u);
   EXPECT_EQ(list.decodeIfPresent<int>(), std::nullopt);
   EXPECT_FALSE(list.decodeNil());  // a value is not consumed
@@ -165,22 +139,12 @@ TEST(Containers, UnkeyedNilAndOptionalElements) {
             (std::vector<std::optional<int>>{1, std::nullopt}));
 }
 
-TEST(Containers, TreesInAndOut) {
-  boost::json::value tree = JSONEncoder().encodeToJSON(Tagged{true, {7}, 1});
-  EXPECT_EQ(tree.at("values").at(0).as_int64(), 7);
-  EXPECT_EQ(JSONDecoder().decodeFromJSON<Tagged>(tree).values, std::vector<int>{7});
-  // A JSON value member passes through untouched.
-  auto passed = JSONDecoder().decode<std::map<std::string, boost::json::value>>(
-      R"({"any":{"x":[1,"a",null]}})");
-  EXPECT_EQ(JSONEncoder().encodeToString(passed), R"({"any":{"x":[1,"a",null]}})");
-}
-
 TEST(Containers, PathsOutliveTheKeysCallersPass) {
   // Keys built on the fly: errors raised later still name them.
-  boost::json::value doc = JSONDecoder::parse(R"({"item-7":{"n":"x"}})");
-  DecodingOptions options;
-  KeyedDecodingContainer c = Decoder(doc, options).container();
-  KeyedDecodingContainer nested = c.nestedContainer(std::string("item-") + std::to_string(7));
+  const boost::json::value doc = JSONDecoder::parse(R"({"item-7":{"n":"x"}})");
+  const DecodingOptions options;
+  KeyedDecodingContainer nested =
+      Decoder(doc, options).container().nestedContainer(std::string("item-") + std::to_string(7));
   try {
     nested.decode<int>(std::string("n"));
     ADD_FAILURE();
@@ -188,16 +152,86 @@ TEST(Containers, PathsOutliveTheKeysCallersPass) {
     EXPECT_EQ(codingPathString(error.context().codingPath), "item-7.n");
   }
   boost::json::value out;
-  EncodingOptions encodingOptions;
+  const EncodingOptions encodingOptions;
   Encoder encoder(out, encodingOptions);
-  KeyedEncodingContainer root = encoder.container();
-  KeyedEncodingContainer inner = root.nestedContainer(std::string("k") + "ey");
-  try {
-    inner.encode(std::nan(""), "x");
-    ADD_FAILURE();
-  } catch (const EncodingError& error) {
-    EXPECT_EQ(codingPathString(error.context().codingPath), "key.x");
+  KeyedEncodingContainer inner = encoder.container().nestedContainer(std::string("k") + "ey");
+  const EncodingError error = encodingError([&] { inner.encode(std::nan(""), "x"); });
+  EXPECT_EQ(codingPathString(error.context().codingPath), "key.x");
+}
+
+TEST(Containers, TreesBuiltInMemoryMeetTheDepthLimitToo) {
+  boost::json::value tree = boost::json::array();
+  boost::json::value* innermost = &tree;
+  for (int i = 0; i < 600; ++i) {
+    innermost = &innermost->get_array().emplace_back(boost::json::array());
   }
+  EXPECT_NO_THROW(JSONDecoder().decodeFromJSON<std::vector<boost::json::value>>(tree));
+  struct Nested {
+    static void decode(const Decoder& decoder) {
+      UnkeyedDecodingContainer c = decoder.unkeyedContainer();
+      while (!c.isAtEnd()) decode(c.superDecoder());
+    }
+  };
+  try {
+    Nested::decode(Decoder(tree, DecodingOptions{}));
+    ADD_FAILURE() << "no error";
+  } catch (const DecodingError& error) {
+    EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
+    EXPECT_EQ(error.context().codingPath.size(), kMaxCodingDepth);
+  }
+}
+
+TEST(CodingError, PathsAndDescriptionsAreStable) {
+  EXPECT_EQ(codingPathString({}), "");
+  EXPECT_EQ(codingPathString({CodingKey::index(0), CodingKey::named("a b"), CodingKey::index(12),
+                              CodingKey::named("x")}),
+            "0.a b.12.x");
+  EXPECT_EQ(CodingKey::index(7).stringValue, "Index 7");
+  EXPECT_EQ(CodingKey::index(7).intValue, 7);
+  EXPECT_FALSE(CodingKey::named("7").intValue);
+
+  const DecodingError mismatch = DecodingError::typeMismatch(
+      "Int", {{CodingKey::named("items"), CodingKey::index(3)}, "Expected Int.", nullptr});
+  EXPECT_EQ(mismatch.description(),
+            "typeMismatch(Int, Context(codingPath: [items, 3], debugDescription: \"Expected "
+            "Int.\", underlyingError: nil))");
+  EXPECT_STREQ(mismatch.what(), mismatch.description().c_str());
+  const DecodingError missing =
+      DecodingError::keyNotFound(CodingKey::named("name"), {{}, "No value for \"name\".", nullptr});
+  EXPECT_EQ(missing.description(),
+            "keyNotFound(CodingKeys(stringValue: \"name\", intValue: nil), Context(codingPath: "
+            "[], debugDescription: \"No value for \\\"name\\\".\", underlyingError: nil))");
+  const DecodingError corrupted = DecodingError::dataCorrupted(
+      {{}, "Not JSON.", std::make_exception_ptr(std::runtime_error("syntax error"))});
+  EXPECT_EQ(corrupted.description(),
+            "dataCorrupted(Context(codingPath: [], debugDescription: \"Not JSON.\", "
+            "underlyingError: syntax error))");
+  const EncodingError invalid =
+      EncodingError::invalidValue("nan", {{CodingKey::index(1)}, "Unable to encode.", nullptr});
+  EXPECT_EQ(invalid.description(),
+            "invalidValue(nan, Context(codingPath: [1], debugDescription: \"Unable to "
+            "encode.\", underlyingError: nil))");
+}
+
+TEST(CodingError, BridgesToTheCocoaDomainWithItsCodes) {
+  const std::exception_ptr cause = std::make_exception_ptr(std::runtime_error("cause"));
+  const std::pair<DecodingError, long> cases[] = {
+      {DecodingError::typeMismatch("Int", {{}, "", nullptr}), 4864},
+      {DecodingError::dataCorrupted({{}, "", cause}), 4864},
+      {DecodingError::valueNotFound("Int", {{}, "", nullptr}), 4865},
+      {DecodingError::keyNotFound(CodingKey::named("k"), {{}, "", nullptr}), 4865},
+  };
+  for (const auto& [error, code] : cases) {
+    const BridgedError& bridged = error;
+    EXPECT_EQ(bridged.errorDomain(), "NSCocoaErrorDomain");
+    EXPECT_EQ(bridged.errorCode(), code);
+    EXPECT_EQ(bridged.underlyingErrors().size(), error.context().underlyingError ? 1u : 0u);
+  }
+  EXPECT_EQ(cases[1].first.underlyingErrors().front(), cause);
+  const EncodingError invalid = EncodingError::invalidValue("inf", {{}, "", cause});
+  EXPECT_EQ(invalid.errorDomain(), "NSCocoaErrorDomain");
+  EXPECT_EQ(invalid.errorCode(), 4866);
+  EXPECT_EQ(invalid.underlyingErrors(), std::vector<std::exception_ptr>{cause});
 }
 
 }  // namespace

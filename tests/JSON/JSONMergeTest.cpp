@@ -1,8 +1,7 @@
-// Deep merge of untyped dictionaries and re-keying by raw values.
+// zorlan/JSON/JSONMerge.hpp: deep merge of untyped dictionaries and re-keying by raw values.
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 
 #include "zorlan/JSON/JSONMerge.hpp"
 
@@ -48,20 +47,18 @@ const Merge kMerges[] = {
     {"an array replaces an object", R"({"a":{"x":1}})", R"({"a":[1]})", R"({"a":[1]})"},
     {"an object replaces an array", R"({"a":[1]})", R"({"a":{"x":1}})", R"({"a":{"x":1}})"},
     {"base-only members survive at every depth",
-     R"({"keep":1,"a":{"keep":2,"b":{"keep":3,"c":{"v":1}}}})", R"({"a":{"b":{"c":{"v":2,"w":3}}}})",
+     R"({"keep":1,"a":{"keep":2,"b":{"keep":3,"c":{"v":1}}}})",
+     R"({"a":{"b":{"c":{"v":2,"w":3}}}})",
      R"({"keep":1,"a":{"keep":2,"b":{"keep":3,"c":{"v":2,"w":3}}}})"},
     {"the update wins at leaves of every type", R"({"s":"a","n":1,"b":true,"d":1.5})",
      R"({"s":1,"n":"a","b":false,"d":[]})", R"({"s":1,"n":"a","b":false,"d":[]})"},
-    {"Boolean and number stay themselves", R"({"a":1})", R"({"a":true})", R"({"a":true})"},
-};
+    {"Boolean and number stay themselves", R"({"a":1})", R"({"a":true})", R"({"a":true})"}};
 
 TEST(MergeKeys, FollowsTheMergeTable) {
   for (const Merge& m : kMerges) {
     SCOPED_TRACE(m.name);
     boost::json::object base = object(m.base);
     boost::json::object update = object(m.update);
-    EXPECT_EQ(boost::json::serialize(mergeKeys(base, update)),
-              boost::json::serialize(object(m.result)));
     EXPECT_EQ(mergeKeys(base, update), object(m.result));
     // Neither input changes.
     EXPECT_EQ(base, object(m.base));
@@ -69,12 +66,9 @@ TEST(MergeKeys, FollowsTheMergeTable) {
   }
 }
 
-TEST(MergeKeys, MergingWithItselfGivesItself) {
-  boost::json::object d = object(R"({"a":{"b":{"c":[1,{"d":2}]}},"e":null})");
+TEST(MergeKeys, MergingWithItselfGivesItselfAndTheResultOwnsItsValues) {
+  const boost::json::object d = object(R"({"a":{"b":{"c":[1,{"d":2}]}},"e":null})");
   EXPECT_EQ(mergeKeys(d, d), d);
-}
-
-TEST(MergeKeys, TheResultOwnsItsValues) {
   boost::json::object base = object(R"({"a":{"x":1}})");
   boost::json::object merged;
   {
@@ -84,16 +78,16 @@ TEST(MergeKeys, TheResultOwnsItsValues) {
   EXPECT_EQ(merged, object(R"({"a":{"x":1,"y":[1,2,3]},"b":"long enough to allocate"})"));
 }
 
-TEST(MapKeysToRawValue, KeysByEachKeysRawValue) {
+TEST(MapKeysToRawValue, KeysByEachKeysRawValueAndTheLaterOfTwoKeysWithOneRawValueWins) {
   std::map<Quality, int> bitrates{{Quality::sd, 1}, {Quality::hd, 5}, {Quality::uhd, 15}};
-  EXPECT_EQ(mapKeysToRawValue(bitrates), (std::map<std::string, int>{{"sd", 1}, {"hd", 5}, {"uhd", 15}}));
+  EXPECT_EQ(mapKeysToRawValue(bitrates),
+            (std::map<std::string, int>{{"sd", 1}, {"hd", 5}, {"uhd", 15}}));
   std::unordered_map<Quality, std::string> labels{{Quality::hd, "HD"}};
-  EXPECT_EQ(mapKeysToRawValue(labels), (std::unordered_map<std::string, std::string>{{"hd", "HD"}}));
+  EXPECT_EQ(mapKeysToRawValue(labels),
+            (std::unordered_map<std::string, std::string>{{"hd", "HD"}}));
   EXPECT_TRUE(mapKeysToRawValue(std::map<Quality, int>{}).empty());
-}
-
-TEST(MapKeysToRawValue, OfTwoKeysWithOneRawValueTheLaterWins) {
-  // A std::map visits keys in order: legacyPremium after premium.
+  // Of two keys with one raw value the later wins: a std::map visits legacyPremium after
+  // premium.
   std::map<Tier, std::string> prices{
       {Tier::free, "0"}, {Tier::premium, "10"}, {Tier::legacyPremium, "8"}};
   EXPECT_EQ(mapKeysToRawValue(prices), (std::map<int, std::string>{{0, "0"}, {3, "8"}}));

@@ -1,12 +1,13 @@
-// Untyped JSON dictionaries: reading, writing and typed values from them.
+// zorlan/JSON/JSONSerialization.hpp: untyped JSON dictionaries, read, written and decoded
+// into typed values.
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <system_error>
 
+#include "support/JSONCodingTestSupport.hpp"
 #include "zorlan/JSON/JSONSerialization.hpp"
 
 namespace zorlan {
@@ -22,6 +23,8 @@ ZORLAN_CODABLE(Channel, name, number, rating, launched);
 namespace {
 
 enum class Outcome { dictionary, notJSON, readingError };
+constexpr Outcome kOK = Outcome::dictionary, kNotDictionary = Outcome::notJSON,
+                  kBad = Outcome::readingError;
 
 struct Reading {
   const char* name;
@@ -30,89 +33,60 @@ struct Reading {
   Outcome outcome;
 };
 
-std::ostream& operator<<(std::ostream& os, const Reading& r) { return os << r.name; }
-
-JSONReadingOptions fragments() {
-  JSONReadingOptions o;
-  o.fragmentsAllowed = true;
-  return o;
-}
-JSONReadingOptions comments() {
-  JSONReadingOptions o;
-  o.allowComments = true;
-  return o;
-}
-JSONReadingOptions trailingCommas() {
-  JSONReadingOptions o;
-  o.allowTrailingCommas = true;
-  return o;
-}
+const JSONReadingOptions kFragments{.fragmentsAllowed = true};
 
 const Reading kReadings[] = {
-    {"object", R"({"a":1})", {}, Outcome::dictionary},
-    {"empty object", "{}", {}, Outcome::dictionary},
-    {"object in white space", " \n{ } \t", {}, Outcome::dictionary},
-    {"object after a UTF-8 mark", "\xEF\xBB\xBF{}", {}, Outcome::dictionary},
-    {"array", "[1,2]", {}, Outcome::notJSON},
-    {"array of objects", "[{}]", {}, Outcome::notJSON},
-    {"array with fragments allowed", "[]", fragments(), Outcome::notJSON},
-    {"number", "5", {}, Outcome::readingError},
-    {"string", "\"a\"", {}, Outcome::readingError},
-    {"null", "null", {}, Outcome::readingError},
-    {"number with fragments allowed", "5", fragments(), Outcome::notJSON},
-    {"null with fragments allowed", "null", fragments(), Outcome::notJSON},
-    {"string with fragments allowed", "\"a\"", fragments(), Outcome::notJSON},
-    {"empty", "", {}, Outcome::readingError},
-    {"empty with fragments allowed", "", fragments(), Outcome::readingError},
-    {"unclosed", R"({"a":1)", {}, Outcome::readingError},
-    {"trailing garbage", "{} {}", {}, Outcome::readingError},
-    {"single quotes", "{'a':1}", {}, Outcome::readingError},
-    {"invalid UTF-8", "{\"\xC0\xAF\":1}", {}, Outcome::readingError},
-    {"UTF-16 mark", "\xFF\xFE{\0}\0", {}, Outcome::readingError},
-    {"comment", "{/* c */}", {}, Outcome::readingError},
-    {"comment allowed", "{/* c */\"a\":1 // d\n}", comments(), Outcome::dictionary},
-    {"trailing comma", "{\"a\":1,}", {}, Outcome::readingError},
-    {"trailing comma allowed", "{\"a\":[1,],}", trailingCommas(), Outcome::dictionary},
-    {"trailing comma allowed, comment not", "{\"a\":1,/**/}", trailingCommas(),
-     Outcome::readingError},
-    {"512 levels", "{\"a\":" + std::string(511, '[') + std::string(511, ']') + "}", {},
-     Outcome::dictionary},
-    {"513 levels", "{\"a\":" + std::string(512, '[') + std::string(512, ']') + "}", {},
-     Outcome::readingError},
-    {"100000 levels", std::string(100000, '[') + std::string(100000, ']'), {},
-     Outcome::readingError},
-};
+    {"object", R"({"a":1})", {}, kOK},
+    {"empty object", "{}", {}, kOK},
+    {"object in white space", " \n{ } \t", {}, kOK},
+    {"object after a UTF-8 mark", "\xEF\xBB\xBF{}", {}, kOK},
+    {"array", "[1,2]", {}, kNotDictionary},
+    {"array of objects", "[{}]", {}, kNotDictionary},
+    {"array with fragments allowed", "[]", kFragments, kNotDictionary},
+    {"number", "5", {}, kBad},
+    {"string", "\"a\"", {}, kBad},
+    {"null", "null", {}, kBad},
+    {"number with fragments allowed", "5", kFragments, kNotDictionary},
+    {"null with fragments allowed", "null", kFragments, kNotDictionary},
+    {"string with fragments allowed", "\"a\"", kFragments, kNotDictionary},
+    {"empty", "", {}, kBad},
+    {"empty with fragments allowed", "", kFragments, kBad},
+    {"unclosed", R"({"a":1)", {}, kBad},
+    {"trailing garbage", "{} {}", {}, kBad},
+    {"single quotes", "{'a':1}", {}, kBad},
+    {"invalid UTF-8", "{\"\xC0\xAF\":1}", {}, kBad},
+    {"UTF-16 mark", "\xFF\xFE{\0}\0", {}, kBad},
+    {"comment", "{/* c */}", {}, kBad},
+    {"comment allowed", "{/* c */\"a\":1 // d\n}", {.allowComments = true}, kOK},
+    {"trailing comma", "{\"a\":1,}", {}, kBad},
+    {"trailing comma allowed", "{\"a\":[1,],}", {.allowTrailingCommas = true}, kOK},
+    {"trailing comma allowed, comment not", "{\"a\":1,/**/}", {.allowTrailingCommas = true}, kBad},
+    {"512 levels", "{\"a\":" + std::string(511, '[') + std::string(511, ']') + "}", {}, kOK},
+    {"513 levels", "{\"a\":" + std::string(512, '[') + std::string(512, ']') + "}", {}, kBad},
+    {"100000 levels", std::string(100000, '[') + std::string(100000, ']'), {}, kBad}};
 
-class JSONReading : public ::testing::TestWithParam<Reading> {};
-
-TEST_P(JSONReading, GivesADictionaryOrTheRightError) {
-  const Reading& r = GetParam();
-  try {
-    JSONDictionary dictionary = JSONSerialization::json(Data(r.text), r.options);
-    EXPECT_EQ(r.outcome, Outcome::dictionary);
-  } catch (const JSONSerializationError& error) {
-    EXPECT_EQ(r.outcome, Outcome::notJSON);
-    EXPECT_EQ(error.code(), JSONSerializationError::Code::returnTypeNotJSON);
-  } catch (const JSONReadingError& error) {
-    EXPECT_EQ(r.outcome, Outcome::readingError) << error.what();
+TEST(JSONSerialization, ReadingGivesADictionaryOrTheRightError) {
+  for (const Reading& r : kReadings) {
+    SCOPED_TRACE(r.name);
+    try {
+      JSONSerialization::json(Data(r.text), r.options);
+      EXPECT_EQ(r.outcome, Outcome::dictionary);
+    } catch (const JSONSerializationError& error) {
+      EXPECT_EQ(r.outcome, Outcome::notJSON);
+      EXPECT_EQ(error.code(), JSONSerializationError::Code::returnTypeNotJSON);
+    } catch (const JSONReadingError& error) {
+      EXPECT_EQ(r.outcome, Outcome::readingError) << error.what();
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(JSONSerialization, JSONReading, ::testing::ValuesIn(kReadings),
-                         [](const auto& info) {
-                           std::string name;
-                           for (char c : std::string(info.param.name)) {
-                             name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                           }
-                           return name;
-                         });
-
 TEST(JSONSerialization, ReadsTheDictionaryWithItsValues) {
-  JSONDictionary d = JSONSerialization::json(
-      Data(R"({"s":"\u00e9","i":-3,"u":18446744073709551615,"d":1.5,"b":true,"n":null,"o":{"a":[]}})"));
-  EXPECT_EQ(d, boost::json::parse(
-                   R"({"s":"é","i":-3,"u":18446744073709551615,"d":1.5,"b":true,"n":null,"o":{"a":[]}})")
-                   .as_object());
+  JSONDictionary d = JSONSerialization::json(Data(
+      R"({"s":"\u00e9","i":-3,"u":18446744073709551615,"d":1.5,"b":true,"n":null,"o":{"a":[]}})"));
+  EXPECT_EQ(
+      d, boost::json::parse(
+             R"({"s":"é","i":-3,"u":18446744073709551615,"d":1.5,"b":true,"n":null,"o":{"a":[]}})")
+             .as_object());
   EXPECT_TRUE(d.at("b").is_bool());
   EXPECT_TRUE(d.at("u").is_uint64());
 }
@@ -135,29 +109,6 @@ TEST(JSONSerialization, ZeroWithAHugeExponentIsZero) {
   EXPECT_THROW(JSONSerialization::string(huge), EncodingError);
 }
 
-TEST(JSONSerialization, NumbersReadCorrectlyRoundedAndWrittenNumbersReadBack) {
-  // The nearest double to the text, as std::strtod reads it.
-  for (const char* text : {"-10444440017225866754152056603", "1.0444440017225865e+28",
-                           "2.2250738585072011e-308", "0.30000000000000004", "9007199254740993.0",
-                           "4.9406564584124654e-324", "1.7976931348623157e308"}) {
-    SCOPED_TRACE(text);
-    JSONDictionary d = JSONSerialization::json("{\"n\":" + std::string(text) + "}");
-    EXPECT_EQ(d.at("n").as_double(), std::strtod(text, nullptr));
-  }
-  // Every double the writer prints reads back as itself.
-  int mismatches = 0;
-  for (double x = 1e-300; x < 1e300; x *= 1.37) {
-    JSONDictionary d{{"x", x}, {"y", -x}};
-    JSONDictionary back = JSONSerialization::json(JSONSerialization::string(d));
-    // Integral values may print as integers and read back as such.
-    if (back.at("x").to_number<double>() != x || back.at("y").to_number<double>() != -x) {
-      ++mismatches;
-    }
-  }
-  EXPECT_EQ(mismatches, 0);
-  EXPECT_TRUE(std::signbit(JSONSerialization::json(std::string_view(R"({"n":-0e400})")).at("n").as_double()));
-}
-
 TEST(JSONSerialization, AReadingErrorSaysWhereAndWhy) {
   try {
     JSONSerialization::json(std::string_view(R"({"a": x})"));
@@ -174,8 +125,9 @@ TEST(JSONSerialization, AReadingErrorSaysWhereAndWhy) {
     JSONSerialization::json(std::string_view("7"));
     ADD_FAILURE() << "read";
   } catch (const JSONReadingError& error) {
-    EXPECT_EQ(error.reason(),
-              "JSON text did not start with array or object and option to allow fragments not set.");
+    EXPECT_EQ(
+        error.reason(),
+        "JSON text did not start with array or object and option to allow fragments not set.");
     EXPECT_TRUE(error.underlyingErrors().empty());
   }
   EXPECT_STREQ(JSONSerializationError::returnTypeNotJSON().what(),
@@ -183,15 +135,18 @@ TEST(JSONSerialization, AReadingErrorSaysWhereAndWhy) {
 }
 
 TEST(JSONSerialization, JSONObjectKeepsFragmentsAndArrays) {
-  EXPECT_EQ(JSONSerialization::jsonObject(std::string_view("[1,\"a\"]")), boost::json::parse("[1,\"a\"]"));
-  EXPECT_EQ(JSONSerialization::jsonObject(std::string_view("-0.5"), fragments()), boost::json::value(-0.5));
+  EXPECT_EQ(JSONSerialization::jsonObject(std::string_view("[1,\"a\"]")),
+            boost::json::parse("[1,\"a\"]"));
+  EXPECT_EQ(JSONSerialization::jsonObject(std::string_view("-0.5"), kFragments),
+            boost::json::value(-0.5));
 }
 
 TEST(JSONSerialization, WritesTheLibrarysFormAndRefusesWhatJSONCannotHold) {
   boost::json::object o{{"path", "a/b"}, {"n", 3.0}, {"list", boost::json::array{1, 2}}};
   EXPECT_EQ(JSONSerialization::string(o), R"({"path":"a\/b","n":3,"list":[1,2]})");
-  for (double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                     -std::numeric_limits<double>::infinity()}) {
+  for (double bad :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+        -std::numeric_limits<double>::infinity()}) {
     boost::json::object nested{{"a", boost::json::array{1, boost::json::object{{"x", bad}}}}};
     EXPECT_THROW(JSONSerialization::string(nested), EncodingError);
   }
@@ -199,7 +154,8 @@ TEST(JSONSerialization, WritesTheLibrarysFormAndRefusesWhatJSONCannotHold) {
 }
 
 TEST(FromJSON, DecodesTypedValuesFromADictionary) {
-  JSONDictionary d{{"name", "BBC One"}, {"number", 1.0}, {"rating", 4}, {"launched", "1936-11-02T15:00:00Z"}};
+  JSONDictionary d{
+      {"name", "BBC One"}, {"number", 1.0}, {"rating", 4}, {"launched", "1936-11-02T15:00:00Z"}};
   Channel c = from<Channel>(d);
   EXPECT_EQ(c.name, "BBC One");
   EXPECT_EQ(c.number, 1);
@@ -207,41 +163,43 @@ TEST(FromJSON, DecodesTypedValuesFromADictionary) {
   ASSERT_TRUE(c.launched.has_value());
   EXPECT_EQ(c.launched->timeIntervalSince1970(), -1046509200.0);
   // Optional members may be missing or null.
-  Channel minimal = from<Channel>(JSONDictionary{{"name", "x"}, {"number", 2}, {"rating", nullptr}});
+  Channel minimal =
+      from<Channel>(JSONDictionary{{"name", "x"}, {"number", 2}, {"rating", nullptr}});
   EXPECT_EQ(minimal.rating, std::nullopt);
   EXPECT_EQ(minimal.launched, std::nullopt);
 }
 
-DecodingError fromError(const JSONDictionary& d) {
+std::string fromOutcome(const JSONDictionary& d) {
   try {
     from<Channel>(d);
+    return "ok";
   } catch (const DecodingError& error) {
-    return error;
+    return testing::describe(error);
   }
-  ADD_FAILURE() << "decoded " << JSONSerialization::string(d);
-  return DecodingError::dataCorrupted({});
 }
 
 TEST(FromJSON, DecodingErrorsPassThroughUnchanged) {
-  // Dates are ISO 8601 text: seconds are refused, and so is a fraction.
-  DecodingError seconds = fromError({{"name", "x"}, {"number", 1}, {"launched", 0}});
-  EXPECT_EQ(seconds.kind(), DecodingError::Kind::typeMismatch);
-  EXPECT_EQ(seconds.context().codingPath, CodingPath{CodingKey::named("launched")});
-  EXPECT_EQ(fromError({{"name", "x"}, {"number", 1}, {"launched", "1936-11-02T15:00:00.5Z"}}).kind(),
-            DecodingError::Kind::dataCorrupted);
-  // A Boolean is not a number, a fraction not an integer.
-  EXPECT_EQ(fromError({{"name", "x"}, {"number", true}}).kind(), DecodingError::Kind::typeMismatch);
-  EXPECT_EQ(fromError({{"name", "x"}, {"number", 1.5}}).kind(), DecodingError::Kind::dataCorrupted);
-  DecodingError missing = fromError({{"number", 1}});
-  EXPECT_EQ(missing.kind(), DecodingError::Kind::keyNotFound);
-  EXPECT_EQ(missing.key()->stringValue, "name");
+  // Dates are ISO 8601 text: seconds are refused, and so is a fraction. A Boolean is not a
+  // number, a fraction not an integer.
+  EXPECT_EQ(fromOutcome({{"name", "x"}, {"number", 1}, {"launched", 0}}),
+            "typeMismatch [launched] Expected to decode String but found number instead.");
+  EXPECT_EQ(fromOutcome({{"name", "x"}, {"number", 1}, {"launched", "1936-11-02T15:00:00.5Z"}}),
+            "dataCorrupted [launched] Expected date string to be ISO8601-formatted.");
+  EXPECT_EQ(fromOutcome({{"name", "x"}, {"number", true}}),
+            "typeMismatch [number] Expected to decode Int32 but found bool instead.");
+  EXPECT_EQ(fromOutcome({{"name", "x"}, {"number", 1.5}}),
+            "dataCorrupted [number] Parsed JSON number <1.5> does not fit in Int32.");
+  EXPECT_EQ(fromOutcome({{"number", 1}}),
+            "keyNotFound [] No value associated with key CodingKeys(stringValue: \"name\", "
+            "intValue: nil) (\"name\").");
 }
 
 TEST(FromJSON, ADictionaryThatCannotBeWrittenIsAnEncodingError) {
   // A NaN rating is refused, not read back as an absent rating.
-  EXPECT_THROW(from<Channel>({{"name", "x"}, {"number", 1},
-                              {"rating", std::numeric_limits<double>::quiet_NaN()}}),
-               EncodingError);
+  EXPECT_THROW(
+      from<Channel>(
+          {{"name", "x"}, {"number", 1}, {"rating", std::numeric_limits<double>::quiet_NaN()}}),
+      EncodingError);
   EXPECT_THROW(from<Channel>({{"name", "\xC3"}, {"number", 1}}), EncodingError);
 }
 

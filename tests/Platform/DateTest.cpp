@@ -1,3 +1,4 @@
+// zorlan/Platform/Date.hpp, ISO8601.hpp: dates on both epochs, and their ISO 8601 text.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -54,7 +55,7 @@ TEST(ISO8601, Formats) {
   }
 }
 
-TEST(ISO8601, DatesWithoutAFourDigitYearFormatAsEmpty) {
+TEST(ISO8601, FormatsDatesWithAFourDigitYearOnly) {
   for (double since1970 :
        {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, 253402300800.0, -62167219201.0}) {
     EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970)), "") << since1970;
@@ -68,13 +69,13 @@ TEST(ISO8601, ParsesAndRefuses) {
     bool fractional;
     double since1970;
   };
-  const Case parsed[] = {
-      {"2001-01-01T00:00:00Z", false, 978307200.0},
-      {"2023-11-15T00:13:20+02:00", false, 1700000000.0},
-      {"2024-02-29T12:00:00Z", false, 1709208000.0},
-      {"2024-01-02T03:04:05.678Z", true, 1704164645.678},
-      {"2024-01-02T03:04:05.5+01:00", true, 1704161045.5},
-  };
+  const Case parsed[] = {{"2001-01-01T00:00:00Z", false, 978307200.0},
+                         {"2023-11-15T00:13:20+02:00", false, 1700000000.0},
+                         {"2024-02-29T12:00:00Z", false, 1709208000.0},
+                         {"2024-01-02T03:04:05.678Z", true, 1704164645.678},
+                         {"2024-01-02T03:04:05.5+01:00", true, 1704161045.5},
+                         {"2024-01-02T03:04:05.123456Z", true, 1704164645.123456},
+                         {"2024-01-01T23:04:05.100-04:00", true, 1704164645.1}};
   for (const Case& c : parsed) {
     const std::optional<Date> date = iso8601::parse(c.text, c.fractional);
     ASSERT_TRUE(date) << c.text;

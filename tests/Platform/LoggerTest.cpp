@@ -1,8 +1,9 @@
-#include "zorlan/Platform/Logger.hpp"
-
+// zorlan/Platform/Logger.hpp: loggers, their sinks, and the events they hand on.
 #include <gtest/gtest.h>
 
 #include <boost/json/serialize.hpp>
+
+#include "zorlan/Platform/Logger.hpp"
 
 namespace zorlan {
 namespace {

@@ -1,10 +1,11 @@
-#include "zorlan/Platform/MediaTime.hpp"
-
+// zorlan/Platform/MediaTime.hpp: rational media times, their order and arithmetic.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
+
+#include "zorlan/Platform/MediaTime.hpp"
 
 namespace zorlan {
 namespace {
@@ -35,9 +36,9 @@ TEST(MediaTimeTest, SpecialTimesAndConstruction) {
 }
 
 TEST(MediaTimeTest, OrderIsNegativeInfinityNumbersIndefinitePositiveInfinityInvalid) {
-  const MediaTime ascending[] = {kMinusInf,  MediaTime(-kMax, 1), MediaTime(-1, 1000),
-                                 MediaTime(0, 7), MediaTime(1, 3), MediaTime(1, 2),
-                                 MediaTime(kMax, 1), kIndefinite, kPlusInf, kInvalid};
+  const MediaTime ascending[] = {
+      kMinusInf,       MediaTime(-kMax, 1), MediaTime(-1, 1000), MediaTime(0, 7), MediaTime(1, 3),
+      MediaTime(1, 2), MediaTime(kMax, 1),  kIndefinite,         kPlusInf,        kInvalid};
   constexpr int n = sizeof ascending / sizeof ascending[0];
   for (int a = 0; a < n; ++a) {
     for (int b = 0; b < n; ++b) {

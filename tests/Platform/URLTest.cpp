@@ -1,3 +1,4 @@
+// zorlan/Platform/URL.hpp: URLs from text and paths, their parts, order and hashing.
 #include <gtest/gtest.h>
 
 #include <set>

@@ -1,0 +1,568 @@
+// zorlan/JSON/TypedJSONValue.hpp, TypedJSONContainer.hpp, TypedJSONRepresentation.hpp: typed
+// JSON leaves and trees, how they decode and encode, change, compare and describe themselves.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <unordered_set>
+
+#include "support/JSONCodingTestSupport.hpp"
+#include "zorlan/JSON/TypedJSONRepresentation.hpp"
+
+namespace zorlan::typed_json_test {
+
+struct Artwork {
+  std::string url;
+  double aspectRatio = 0;
+  std::optional<std::string> label;
+};
+ZORLAN_CODABLE(Artwork, url, aspectRatio, label);
+
+struct Shelf {
+  std::string name;
+  std::vector<Artwork> artwork;
+  std::map<std::string, int> counts;
+};
+ZORLAN_CODABLE(Shelf, name, artwork, counts);
+
+struct Envelope {
+  int version = 0;
+  TypedJSONContainer<std::string> payload;
+};
+ZORLAN_CODABLE(Envelope, version, payload);
+
+struct Holder {
+  TypedJSONValue leaf;
+};
+ZORLAN_CODABLE(Holder, leaf);
+
+namespace {
+
+using Kind = TypedJSON::Kind;
+using testing::decodeOutcome;
+using testing::decodingError;
+using testing::parseTyped;
+using testing::sortedText;
+
+// --- Leaves ------------------------------------------------------------------
+
+TEST(TypedJSONValue, DecodesStringsBooleansAndNumbersAsTheirOwnCaseOnly) {
+  const std::pair<const char*, TypedJSONValue> cases[] = {
+      {R"("1")", TypedJSONValue::string("1")},  // a string of digits stays a string
+      {R"("true")", TypedJSONValue::string("true")},
+      {"1e3", TypedJSONValue::number(1000.0)},
+      {"18446744073709551615", TypedJSONValue::number(18446744073709551615.0)},
+      {"-9223372036854775808", TypedJSONValue::number(-9223372036854775808.0)},
+      {"true", TypedJSONValue::boolean(true)},  // never the number 1
+      {"false", TypedJSONValue::boolean(false)}};
+  for (const auto& [json, expected] : cases) {
+    const auto decoded = JSONDecoder().decode<TypedJSONValue>(std::string_view(json));
+    EXPECT_EQ(decoded, expected) << json;
+    EXPECT_EQ(decoded.kind(), expected.kind()) << json;
+  }
+  for (const char* json : {"null", "[]", "[1]", "{}", R"({"a":1})"}) {
+    const DecodingError error = decodingError<TypedJSONValue>(json);
+    EXPECT_EQ(testing::describe(error), "dataCorrupted [] Invalid JSON value a.") << json;
+    EXPECT_EQ(error.context().underlyingError, nullptr) << json;
+  }
+  EXPECT_EQ(decodeOutcome<std::vector<Holder>>(R"([{"leaf":1},{"leaf":null}])"),
+            "dataCorrupted [1.leaf] Invalid JSON value a.");
+
+  const JSONEncoder encoder;
+  EXPECT_EQ(encoder.encodeToString(std::vector<TypedJSONValue>{"a/b", 3, -1.5, false, "false"}),
+            R"(["a\/b",3,-1.5,false,"false"])");
+  EXPECT_THROW(encoder.encodeToString(TypedJSONValue(std::numeric_limits<double>::infinity())),
+               EncodingError);
+}
+
+TEST(TypedJSONValue, CaseComesFromTheArgumentTypeAndDecidesEqualityAndHashing) {
+  EXPECT_EQ(TypedJSONValue("x").kind(), TypedJSONValue::Kind::string);  // not the pointer's bool
+  EXPECT_EQ(TypedJSONValue(2.5f).kind(), TypedJSONValue::Kind::number);
+  EXPECT_EQ(TypedJSONValue(4).numberValue(), 4.0);
+  EXPECT_EQ(TypedJSONValue(4).stringValue(), nullptr);
+  EXPECT_EQ(TypedJSONValue(4).boolValue(), std::nullopt);
+  EXPECT_EQ(*TypedJSONValue("s").stringValue(), "s");
+  EXPECT_EQ(TypedJSONValue(false).boolValue(), false);
+
+  EXPECT_NE(TypedJSONValue("1"), TypedJSONValue(1));
+  EXPECT_NE(TypedJSONValue(1), TypedJSONValue(true));
+  EXPECT_NE(TypedJSONValue(0), TypedJSONValue(false));
+  EXPECT_NE(TypedJSONValue(""), TypedJSONValue(false));
+  EXPECT_EQ(TypedJSONValue(0.0), TypedJSONValue(-0.0));
+  EXPECT_EQ(std::hash<TypedJSONValue>()(0.0), std::hash<TypedJSONValue>()(-0.0));
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_NE(TypedJSONValue(nan), TypedJSONValue(nan));  // exact double equality
+  const std::unordered_set<TypedJSONValue> set = {"1", 1, true, 1.0, std::string("1")};
+  EXPECT_EQ(set.size(), 3u);
+}
+
+TEST(TypedJSONValue, DebugDescriptionQuotesStringsAndKeepsNumbersReadable) {
+  const std::pair<TypedJSONValue, std::string> cases[] = {
+      {"say \"hi\"", R"("say \"hi\"")"},
+      {"back\\slash", R"("back\\slash")"},
+      {"it's", R"("it's")"},
+      {"a\nb\tc\rd", R"("a\nb\tc\rd")"},
+      {std::string("nul\0!", 5), R"("nul\0!")"},
+      {"\x1b[0m\x7f", R"("\u{1b}[0m\u{7f}")"},
+      {"caf\xC3\xA9 \xF0\x9F\x8E\xAC", "\"caf\xC3\xA9 \xF0\x9F\x8E\xAC\""},
+      {"bad\xFF", "\"bad\xEF\xBF\xBD\""},  // ill-formed UTF-8 reads as U+FFFD
+      {3, "3.0"},
+      {-2.5, "-2.5"},
+      {0.1, "0.1"},
+      {1e20, "1e+20"},
+      {123456789.0, "123456789.0"},
+      {5e-324, "5e-324"},
+      {true, "true"},
+      {false, "false"}};
+  for (const auto& [value, expected] : cases) EXPECT_EQ(value.debugDescription(), expected);
+}
+
+// --- Trees: decoding and encoding ----------------------------------------------
+
+TEST(TypedJSON, EveryDocumentDecodesToItsCaseAndEncodesBackToAnEqualTree) {
+  const std::pair<const char*, Kind> kinds[] = {
+      {R"("1")", Kind::value}, {"true", Kind::value},   {"null", Kind::null},
+      {"[]", Kind::array},     {"[null]", Kind::array}, {R"({"a":[]})", Kind::object}};
+  for (const auto& [json, kind] : kinds) EXPECT_EQ(parseTyped(json).kind(), kind) << json;
+  EXPECT_EQ(parseTyped(R"({"a":{"b":[1,"x",false,null]}})"),
+            TypedJSON::object(
+                {{"a", TypedJSON::object({{"b", TypedJSON::array({1, "x", false, nullptr})}})}}));
+  for (const char* json : {"3", R"("x\"y")", R"({"b":[1,2.5,"x",true,null,{}],"a":{"c":-0.001}})",
+                           R"([[],[[null]],{"":""},1e300,-0.5])",
+                           R"({"\u00e9t\u00e9":"\ud83c\udfac","k\/":"a\nb"})"}) {
+    const std::string once = sortedText(parseTyped(json));
+    EXPECT_EQ(parseTyped(once), parseTyped(json)) << json;
+    EXPECT_EQ(sortedText(parseTyped(once)), once) << json;
+  }
+  // Integers come back as doubles, written in their shortest form.
+  EXPECT_EQ(sortedText(parseTyped(R"({"n":3,"m":-0,"f":2.50})")), R"({"f":2.5,"m":-0,"n":3})");
+  EXPECT_EQ(*parseTyped("3").leaf(), TypedJSONValue::number(3.0));
+  EXPECT_TRUE(parseTyped(std::string(500, '[') + std::string(500, ']')).isArray());
+  // Numbers beyond a double parse as infinite, which no leaf reads.
+  for (const char* json : {"1e400", "[1e400]", R"({"a":-1e999})"}) {
+    EXPECT_EQ(decodeOutcome<TypedJSON>(json), "dataCorrupted [] Invalid JSON value b.") << json;
+  }
+}
+
+// The order at each level is: object, array, leaf, null. Leaf types that can read objects,
+// arrays or null show which attempt wins.
+TEST(TypedJSON, EachLevelTriesObjectThenArrayThenLeafThenNull) {
+  using Json = TypedJSONContainer<boost::json::value>;
+  const auto any = JSONDecoder().decode<Json>(std::string_view(R"({"o":{},"a":[1],"n":null})"));
+  ASSERT_TRUE(any.isObject());
+  EXPECT_TRUE(any["o"]->isObject());
+  EXPECT_TRUE(any["a"]->isArray());
+  EXPECT_TRUE((*any["a"]->elements())[0].isValue());
+  ASSERT_TRUE(any["n"]->isValue());  // the leaf comes before null
+  EXPECT_TRUE(any["n"]->leaf()->is_null());
+
+  using Maybe = TypedJSONContainer<std::optional<std::string>>;
+  const auto maybe = JSONDecoder().decode<Maybe>(std::string_view(R"(["x",null])"));
+  EXPECT_EQ((*maybe.elements())[0].value(), std::optional<std::string>("x"));
+  EXPECT_TRUE((*maybe.elements())[1].isValue());
+
+  // An array whose elements are not all containers of such leaves falls through to the leaf.
+  using Numbers = TypedJSONContainer<std::vector<double>>;
+  const auto numbers = JSONDecoder().decode<Numbers>(std::string_view("[[1,2],[3]]"));
+  ASSERT_TRUE(numbers.isArray());
+  EXPECT_EQ((*numbers.elements())[1].value(), (std::vector<double>{3}));
+  EXPECT_EQ(JSONDecoder().decode<Numbers>(std::string_view("[1,2]")).value(),
+            (std::vector<double>{1, 2}));
+  EXPECT_TRUE(JSONDecoder().decode<Numbers>(std::string_view("[]")).isArray());
+  using Counts = TypedJSONContainer<std::map<std::string, int>>;
+  const auto counts = JSONDecoder().decode<Counts>(std::string_view(R"({"a":{"x":1},"b":{}})"));
+  EXPECT_EQ(counts["a"]->value(), (std::map<std::string, int>{{"x", 1}}));
+  EXPECT_TRUE(counts["b"]->isObject());  // an empty object is an object of containers
+  EXPECT_EQ(JSONDecoder().decode<Counts>(std::string_view(R"({"x":1})")).value(),
+            (std::map<std::string, int>{{"x", 1}}));
+}
+
+TEST(TypedJSON, ANestedFailureSurfacesAtTheFirstLevelWithNoOtherReading) {
+  using Texts = TypedJSONContainer<std::string>;
+  for (const char* json : {"1", "true", R"({"a":1})", R"(["x",["y",2]])", R"({"a":{"b":[0]}})"}) {
+    const DecodingError error = decodingError<Texts>(json);
+    EXPECT_EQ(testing::describe(error), "dataCorrupted [] Invalid JSON value b.") << json;
+    EXPECT_EQ(error.context().underlyingError, nullptr) << json;
+  }
+  EXPECT_TRUE(JSONDecoder().decode<Texts>(std::string_view(R"({"a":["x",null]})"))["a"]->isArray());
+  // Inside another value, the error carries the path to the container; errors that are not
+  // the container's own pass through unchanged.
+  EXPECT_EQ(decodeOutcome<Envelope>(R"({"version":1,"payload":{"a":{"b":2}}})"),
+            "dataCorrupted [payload] Invalid JSON value b.");
+  EXPECT_EQ(decodeOutcome<std::vector<Envelope>>(
+                R"([{"version":1,"payload":"ok"},{"version":1,"payload":3}])"),
+            "dataCorrupted [1.payload] Invalid JSON value b.");
+  EXPECT_EQ(decodeOutcome<TypedJSON>("{"), "dataCorrupted [] The given data was not valid JSON.");
+  EXPECT_EQ(decodingError<Envelope>(R"({"payload":"x"})").kind(), DecodingError::Kind::keyNotFound);
+
+  const auto envelope = JSONDecoder().decode<Envelope>(
+      std::string_view(R"({"version":2,"payload":{"k":["a",null]}})"));
+  EXPECT_EQ(JSONEncoder().encodeToString(envelope), R"({"version":2,"payload":{"k":["a",null]}})");
+  const auto map = JSONDecoder().decode<std::map<std::string, TypedJSON>>(
+      std::string_view(R"({"a":1,"b":null})"));
+  EXPECT_EQ(map.at("a"), TypedJSON(1));
+  EXPECT_TRUE(map.at("b").isNull());
+}
+
+// Text read straight into the tree, and the tree written straight to text,
+// give what the general path through a parsed tree gives: the same tree and
+// text, or an error with the same kind, text and path.
+TEST(TypedJSON, TheDirectTextPathsMatchTheGeneralPath) {
+  const auto outcome = [](auto&& run) -> std::string {
+    try {
+      return "ok " + run();
+    } catch (const DecodingError& error) {
+      return "decoding " + error.context().debugDescription + " at " +
+             codingPathString(error.context().codingPath);
+    } catch (const EncodingError& error) {
+      return "encoding " + error.context().debugDescription + " at " +
+             codingPathString(error.context().codingPath);
+    }
+  };
+  const std::string documents[] = {
+      R"({"k":1,"j":[{"b":2,"a":3}],"k":"last","\u006b":true})",  // repeated keys
+      R"({"a\"b":"c\\d\/e","\ud83c\udfac":[-0,1e-7,123456789012345678901234567890]})",
+      R"({"n":1e400})",
+      "[0e400,-0e-400]",
+      "{",
+      "[1,]",
+      "\xEF\xBB\xBF[]",
+      std::string("\xFF\xFE[\0]\0", 6),  // UTF-16, little-endian
+      std::string(512, '[') + std::string(512, ']'),
+      std::string(513, '[') + std::string(513, ']')};
+  for (const std::string& json : documents) {
+    const auto direct = [&] { return sortedText(JSONDecoder().decode<TypedJSON>(json)); };
+    const auto general = [&] {
+      return sortedText(JSONDecoder().decodeFromJSON<TypedJSON>(JSONDecoder::parse(json)));
+    };
+    EXPECT_EQ(outcome(direct), outcome(general)) << json;
+  }
+  TypedJSON deep;
+  for (int i = 0; i < 512; ++i) deep = TypedJSON::array({deep});
+  const TypedJSON trees[] = {
+      parseTyped(R"({"b":{"y":[1,"a/b",{}],"x":null},"a":[],"c":"\u00e9"})"),
+      TypedJSON::object({{"z", std::string("\xFF")}, {"a", std::nan("")}}),  // NaN reported first
+      TypedJSON::object({{"\xC3", 1}}), deep, TypedJSON::array({deep})};
+  for (const TypedJSON& tree : trees) {
+    for (const bool pretty : {false, true}) {
+      JSONEncoder encoder;
+      encoder.outputFormatting.prettyPrinted = pretty;
+      encoder.outputFormatting.withoutEscapingSlashes = pretty;
+      encoder.outputFormatting.sortedKeys = pretty;
+      const auto direct = [&] { return encoder.encodeToString(tree); };
+      const auto general = [&] {
+        return writeJSON(encoder.encodeToJSON(tree), encoder.outputFormatting);
+      };
+      EXPECT_EQ(outcome(direct), outcome(general)) << pretty;
+    }
+  }
+}
+
+TEST(TypedJSON, DebugDescriptionIsPrettyPrintedJSONOrEmpty) {
+  EXPECT_EQ(parseTyped(R"({"a":[1,"x/y"]})").debugDescription(),
+            "{\n  \"a\" : [\n    1,\n    \"x\\/y\"\n  ]\n}");
+  EXPECT_EQ(TypedJSON().debugDescription(), "null");
+  EXPECT_EQ(TypedJSON(0.5).debugDescription(), "0.5");
+  EXPECT_EQ(TypedJSON::object({{"n", std::numeric_limits<double>::quiet_NaN()}}).debugDescription(),
+            "");
+  EXPECT_EQ(TypedJSON(std::string("\xFF")).debugDescription(), "");
+}
+
+TEST(TypedJSON, RepresentationIsWhatTheEncodedBytesReadAs) {
+  const Shelf shelf{
+      "Hero", {{"https://a/1.jpg", 1.78, "hero"}, {"u", 0.5, std::nullopt}}, {{"n", 3}}};
+  const TypedJSON tree = typedJSONRepresentation(shelf);
+  EXPECT_EQ(sortedText(tree),
+            R"({"artwork":[{"aspectRatio":1.78,"label":"hero","url":"https:\/\/a\/1.jpg"},)"
+            R"({"aspectRatio":0.5,"url":"u"}],"counts":{"n":3},"name":"Hero"})");
+  EXPECT_EQ((*tree["counts"])["n"], TypedJSON(3.0));
+  EXPECT_EQ(typedJSONRepresentation(7), TypedJSON(7.0));
+  EXPECT_EQ(typedJSONRepresentation(std::optional<int>()), TypedJSON());
+  EXPECT_EQ(typedJSONRepresentation(tree), tree);
+  EXPECT_THROW(typedJSONRepresentation(std::numeric_limits<double>::infinity()), EncodingError);
+  EXPECT_THROW(typedJSONRepresentation(Artwork{"\xC0", 1, {}}), EncodingError);
+}
+
+// --- Roughly equal ---------------------------------------------------------------
+
+TEST(TypedJSON, RoughlyEqualWalksTreesComparingNumbersStrictlyWithinTheTolerance) {
+  struct Case {
+    const char* lhs;
+    const char* rhs;
+    double within;
+    bool expected;
+  };
+  const Case cases[] = {
+      {"1.0", "1.05", 0.1, true},
+      {"1.0", "1.05", 0.05, false},
+      {"2.0", "2.5", 0.5, false},  // a difference equal to the tolerance is too much
+      {"2.5", "2.0", 0.51, true},
+      {"-1.0", "1.0", 2.5, true},
+      {"3.0", "3.0", 0.0, false},
+      {R"("a")", R"("a")", 0.0, true},
+      {R"("a")", R"("A")", 100.0, false},
+      {R"("1")", "1", 100.0, false},
+      {"true", "true", 0.0, true},
+      {"true", "false", 100.0, false},
+      {"true", "1", 100.0, false},
+      {"false", R"("")", 100.0, false},
+      {R"({"a":{"b":[1.0,2.0]},"c":"x"})", R"({"c":"x","a":{"b":[1.04,1.97]}})", 0.05, true},
+      {R"({"a":{"b":[1.0,2.0]},"c":"x"})", R"({"c":"x","a":{"b":[1.04,1.94]}})", 0.05, false},
+      {R"({"a":{"b":[1.0,2.0]},"c":"x"})", R"({"c":"y","a":{"b":[1.0,2.0]}})", 1.0, false},
+      {R"({"a":1})", R"({"a":1,"b":2})", 1.0, false},  // more members
+      {R"({"a":1,"b":2})", R"({"a":1})", 1.0, false},
+      {R"({"a":1})", R"({"b":1})", 1.0, false},  // same count, other key
+      {R"({"a":null})", R"({"a":null})", 0.0, true},
+      {R"({"a":null})", R"({"a":0})", 1.0, false},
+      {"[1,2,3]", "[1,2]", 0.001, true},  // lengths are not compared
+      {"[1,2]", "[1,2,3]", 0.001, true},
+      {"[]", R"([{"a":1}])", 0.001, true},
+      {"[1,2]", "[1,5]", 1.0, false},
+      {"[[1],[2,3]]", "[[1.01],[2]]", 0.1, true},
+      {"[1]", R"({"0":1})", 100.0, false},
+      {"[]", "{}", 100.0, false},
+      {"null", "null", 0.0, true},
+      {"null", "[]", 100.0, false}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.lhs) + " vs " + c.rhs + " within " + std::to_string(c.within));
+    const TypedJSON lhs = parseTyped(c.lhs);
+    const TypedJSON rhs = parseTyped(c.rhs);
+    EXPECT_EQ(lhs.roughlyEqual(rhs, c.within), c.expected);
+    EXPECT_EQ(zorlan::roughlyEqual(lhs, rhs, c.within), c.expected);
+    if (lhs.leaf() && rhs.leaf()) {
+      EXPECT_EQ(lhs.leaf()->roughlyEqual(*rhs.leaf(), c.within), c.expected);
+      EXPECT_EQ(zorlan::roughlyEqual(*lhs.leaf(), *rhs.leaf(), c.within), c.expected);
+    }
+  }
+}
+
+TEST(TypedJSON, CodableValuesCompareRoughlyThroughTheirTrees) {
+  const Artwork a{"u", 1.78, "hero"};
+  EXPECT_TRUE(roughlyEqual(a, Artwork{"u", 1.7801, "hero"}, 0.001));
+  EXPECT_FALSE(roughlyEqual(a, Artwork{"u", 1.79, "hero"}, 0.001));
+  EXPECT_FALSE(roughlyEqual(a, Artwork{"v", 1.78, "hero"}, 1.0));
+  EXPECT_FALSE(roughlyEqual(a, Artwork{"u", 1.78, std::nullopt}, 1.0));  // a member fewer
+  // Arrays of codable values keep the prefix rule of trees.
+  const std::vector<Artwork> two = {a, {"w", 2.0, {}}};
+  EXPECT_TRUE(roughlyEqual(two, std::vector<Artwork>{a}, 0.001));
+  EXPECT_FALSE(roughlyEqual(two, std::vector<Artwork>{{"w", 2.0, {}}}, 0.001));
+  // A value that cannot be encoded is roughly equal to nothing, itself included.
+  const Artwork broken{"u", std::numeric_limits<double>::quiet_NaN(), {}};
+  EXPECT_FALSE(roughlyEqual(broken, broken, 1e300));
+  const Shelf shelf{"s", {a}, {{"x", 1}}};
+  EXPECT_TRUE(roughlyEqual(shelf, shelf, 1e-9));
+  EXPECT_FALSE(roughlyEqual(shelf, Shelf{"s", {a}, {{"x", 2}}}, 0.5));
+}
+
+// --- Trees: reading and changing -------------------------------------------------
+
+// One container of each case.
+const std::pair<const char*, TypedJSON> kShapes[] = {
+    {"object", TypedJSON::object({{"a", 1}, {"b", "x"}})},
+    {"array", TypedJSON::array({1, "a"})},
+    {"value", TypedJSON("a")},
+    {"null", TypedJSON()}};
+
+TEST(TypedJSON, ReadsAndSubscriptWritesAnswerForTheirOwnCaseOnly) {
+  for (const auto& [name, shape] : kShapes) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(shape.members() != nullptr, shape.kind() == Kind::object);
+    EXPECT_EQ(shape.elements() != nullptr, shape.kind() == Kind::array);
+    EXPECT_EQ(shape.leaf() != nullptr, shape.kind() == Kind::value);
+    EXPECT_EQ(shape.value().has_value(), shape.kind() == Kind::value);
+    EXPECT_EQ(shape["a"], shape.isObject() ? std::optional(TypedJSON(1)) : std::nullopt);
+    EXPECT_EQ(shape.member("a") != nullptr, shape.isObject());
+    EXPECT_EQ(shape["missing"], std::nullopt);
+    TypedJSON written = shape;
+    written["a"] = TypedJSON(true);
+    written["c"] = TypedJSON::array({});
+    TypedJSON removed = shape;
+    removed["a"] = std::nullopt;
+    removed["absent"] = std::nullopt;
+    EXPECT_EQ(sortedText(written),
+              shape.isObject() ? R"({"a":true,"b":"x","c":[]})" : sortedText(shape));
+    EXPECT_EQ(written.kind(), shape.kind());
+    EXPECT_EQ(sortedText(removed), shape.isObject() ? R"({"b":"x"})" : sortedText(shape));
+  }
+  const TypedJSON withNull = parseTyped(R"({"n":null})");
+  EXPECT_EQ(withNull["n"], TypedJSON());  // present and null is not absent
+  EXPECT_EQ(withNull["N"], std::nullopt);
+
+  TypedJSON tree = parseTyped(R"({"a":{"b":1},"l":[1]})");
+  tree["a"]["b"] = TypedJSON(2);
+  tree["a"]["c"] = TypedJSON::object();
+  tree["a"]["c"]["d"] = TypedJSON("deep");
+  tree["missing"]["b"] = TypedJSON(3);  // no member to write into
+  tree["l"]["b"] = TypedJSON(4);        // not an object
+  EXPECT_EQ(sortedText(tree), R"({"a":{"b":2,"c":{"d":"deep"}},"l":[1]})");
+  // Copying through slots copies the member, not the handle.
+  tree["copy"] = tree["a"]["c"];
+  tree["a"]["c"] = std::nullopt;
+  EXPECT_EQ(sortedText(tree), R"({"a":{"b":2},"copy":{"d":"deep"},"l":[1]})");
+  EXPECT_TRUE(tree["copy"] == TypedJSON::object({{"d", "deep"}}));
+  EXPECT_TRUE(tree["gone"] == std::nullopt);
+}
+
+TEST(TypedJSON, CopiesAreIndependentTrees) {
+  const TypedJSON original = parseTyped(R"({"a":{"b":[1,{"c":2}]},"d":"x"})");
+  const std::string before = sortedText(original);
+  TypedJSON viaSlot = original;
+  viaSlot["a"]["b"] = TypedJSON("changed");
+  TypedJSON viaMember = original;
+  viaMember.mutableMember("a")->mutableMember("b")->mutableElements()->push_back(3);
+  TypedJSON viaEach = original;
+  viaEach.forEachMember([](const std::string&, TypedJSON& m) { m = TypedJSON(); });
+  TypedJSON viaSet = original;
+  viaSet.set("d", std::nullopt);
+  EXPECT_EQ(sortedText(original), before);
+  EXPECT_EQ(sortedText(viaSlot), R"({"a":{"b":"changed"},"d":"x"})");
+  EXPECT_EQ(sortedText(viaMember), R"({"a":{"b":[1,{"c":2},3]},"d":"x"})");
+  EXPECT_EQ(sortedText(viaEach), R"({"a":null,"d":null})");
+  EXPECT_EQ(sortedText(viaSet), R"({"a":{"b":[1,{"c":2}]}})");
+  // A subtree taken out keeps its content when the tree changes, and the other way round.
+  TypedJSON tree = original;
+  TypedJSON subtree = *tree["a"];
+  tree["a"]["b"] = std::nullopt;
+  subtree["extra"] = TypedJSON(1);
+  EXPECT_EQ(sortedText(subtree), R"({"b":[1,{"c":2}],"extra":1})");
+  EXPECT_EQ(sortedText(tree), R"({"a":{},"d":"x"})");
+  // Misses change nothing.
+  TypedJSON untouched = original;
+  EXPECT_EQ(untouched.mutableMember("zzz"), nullptr);
+  EXPECT_EQ(untouched.mutableElements(), nullptr);
+  EXPECT_EQ(untouched, original);
+}
+
+TEST(TypedJSON, RenamingAndProvideDefaultLeaveTheReceiverAlone) {
+  struct Case {
+    const char* json;
+    const char* renamed;  // "a" to "b"
+    const char* keptDefault;
+    const char* overwritten;
+  };
+  const Case cases[] = {
+      {R"({"a":1,"b":2})", R"({"b":1})", R"({"a":1,"b":2,"k":[0]})", R"({"a":1,"b":2,"k":[0]})"},
+      {R"({"b":2,"k":5})", R"({"b":2,"k":5})", R"({"b":2,"k":5})", R"({"b":2,"k":[0]})"},
+      // A null member still moves and is still present.
+      {R"({"a":null,"k":null})", R"({"b":null,"k":null})", R"({"a":null,"k":null})",
+       R"({"a":null,"k":[0]})"},
+      {R"([{"a":1}])", R"([{"a":1}])", R"([{"a":1}])", R"([{"a":1}])"},
+      {R"("a")", R"("a")", R"("a")", R"("a")"},
+      {"null", "null", "null", "null"}};
+  const TypedJSON fallback = TypedJSON::array({0});
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.json);
+    const TypedJSON tree = parseTyped(c.json);
+    EXPECT_EQ(sortedText(tree.renaming("a", "b")), c.renamed);
+    EXPECT_EQ(sortedText(TypedJSON(tree).renaming("a", "b")), c.renamed);
+    EXPECT_EQ(sortedText(tree.provideDefault("k", fallback)), c.keptDefault);
+    EXPECT_EQ(sortedText(tree.provideDefault("k", fallback, true)), c.overwritten);
+    EXPECT_EQ(sortedText(tree), sortedText(parseTyped(c.json)));
+  }
+  EXPECT_EQ(sortedText(parseTyped(R"({"a":{"x":1}})").renaming("a", "a")), R"({"a":{"x":1}})");
+}
+
+TEST(TypedJSON, ObjectsAreUnorderedMapsWithTheLastOfRepeatedKeys) {
+  const TypedJSON a = TypedJSON::object({{"x", 1}, {"y", 2}, {"z", 3}});
+  const TypedJSON b = TypedJSON::object({{"z", 3}, {"x", 1}, {"y", 2}});
+  EXPECT_EQ(a, b);
+  EXPECT_EQ(std::hash<TypedJSON>()(a), std::hash<TypedJSON>()(b));
+  const TypedJSON repeated = TypedJSON::object({{"k", 1}, {"j", 0}, {"k", 2}, {"k", 3}});
+  EXPECT_EQ(sortedText(repeated), R"({"j":0,"k":3})");
+  ASSERT_EQ(repeated.members()->size(), 2u);
+  EXPECT_EQ(repeated.members()->front().first, "j");
+  // Large objects too, kept sorted.
+  TypedJSON::Members members;
+  for (int i = 59; i >= 0; --i) members.emplace_back("k" + std::to_string(i % 40), i);
+  const TypedJSON big = TypedJSON::object(std::move(members));
+  ASSERT_EQ(big.members()->size(), 40u);
+  for (int i = 0; i < 40; ++i) EXPECT_EQ(big["k" + std::to_string(i)], TypedJSON(i)) << i;
+  EXPECT_TRUE(std::is_sorted(big.members()->begin(), big.members()->end(),
+                             [](const auto& l, const auto& r) { return l.first < r.first; }));
+}
+
+TEST(TypedJSON, EqualityAndHashingGoByCaseThenStructure) {
+  const TypedJSON distinct[] = {TypedJSON(),
+                                TypedJSON::object(),
+                                TypedJSON::array({}),
+                                TypedJSON(""),
+                                TypedJSON(0),
+                                TypedJSON(false),
+                                TypedJSON::array({TypedJSON()}),
+                                TypedJSON::array({1, 2}),
+                                TypedJSON::array({2, 1}),
+                                TypedJSON::object({{"a", TypedJSON()}}),
+                                TypedJSON::object({{"a", 1}}),
+                                TypedJSON::object({{"b", 1}}),
+                                TypedJSON::object({{"a", TypedJSON::object({{"a", 1}})}}),
+                                TypedJSON::object({{"a", TypedJSON::array({1})}})};
+  for (std::size_t i = 0; i < std::size(distinct); ++i) {
+    for (std::size_t j = 0; j < std::size(distinct); ++j) {
+      EXPECT_EQ(distinct[i] == distinct[j], i == j) << i << " vs " << j;
+    }
+  }
+  std::unordered_set<TypedJSON> set(std::begin(distinct), std::end(distinct));
+  for (const TypedJSON& t : distinct) set.insert(parseTyped(sortedText(t)));
+  EXPECT_EQ(set.size(), std::size(distinct));
+  EXPECT_EQ(std::hash<TypedJSON>()(TypedJSON(0.0)), std::hash<TypedJSON>()(TypedJSON(-0.0)));
+}
+
+// `depth` arrays in arrays or objects in objects ({"k":{"k":...leaf}}), built in code: no
+// decoder limits the depth.
+TypedJSON chain(bool objects, int depth, TypedJSON leaf) {
+  for (int i = 0; i < depth; ++i) {
+    leaf =
+        objects ? TypedJSON::object({{"k", std::move(leaf)}}) : TypedJSON::array({std::move(leaf)});
+  }
+  return leaf;
+}
+
+TEST(TypedJSON, TreesOfAnyDepthAreDestroyedComparedHashedAndCopied) {
+  constexpr int kDeep = 200'000;
+  struct Bottoms {
+    TypedJSON left, right;
+    bool equal, roughlyEqual;  // within 0.1
+  };
+  const Bottoms pairs[] = {
+      {1.0, 1.0, true, true},
+      {1.0, 1.05, false, true},
+      {TypedJSON::object({{"a", 1}}), TypedJSON::object({{"b", 1}}), false, false},
+      {TypedJSON::array({1}), TypedJSON::array({1, 2}), false, true}};
+  for (bool objects : {false, true}) {
+    SCOPED_TRACE(objects ? "objects" : "arrays");
+    for (const Bottoms& p : pairs) {
+      // Built apart: they share nothing.
+      const TypedJSON left = chain(objects, kDeep, p.left);
+      const TypedJSON right = chain(objects, kDeep, p.right);
+      EXPECT_EQ(left == right, p.equal);
+      EXPECT_EQ(left.hashValue() == right.hashValue(), p.equal);
+      EXPECT_EQ(left.roughlyEqual(right, 0.1), p.roughlyEqual);
+    }
+    const TypedJSON a = chain(objects, kDeep, 1.0);
+    EXPECT_FALSE(a == chain(objects, kDeep - 1, 1.0));
+    EXPECT_FALSE(a.roughlyEqual(chain(objects, kDeep + 1, 1.0), 0.1));
+    // A copy changed at the bottom: every level on the way down is unshared.
+    TypedJSON copy = a;
+    TypedJSON* at = &copy;
+    for (int i = 0; i < kDeep; ++i) {
+      at = objects ? at->mutableMember("k") : &at->mutableElements()->front();
+    }
+    *at = TypedJSON(2.0);
+    EXPECT_FALSE(copy == a);
+    EXPECT_TRUE(a == chain(objects, kDeep, 1.0));
+    copy = a;  // the changed tree goes here, the rest with the copies
+    EXPECT_TRUE(copy == a);
+    // Encoding refuses past the depth the decoder reads, with EncodingError.
+    EXPECT_THROW(JSONEncoder().encode(a), EncodingError);
+    EXPECT_THROW(typedJSONRepresentation(a), EncodingError);
+    EXPECT_EQ(a.debugDescription(), "");
+    const int limit = static_cast<int>(kMaxCodingDepth);
+    const TypedJSON deepest = chain(objects, limit, 1.0);
+    EXPECT_EQ(parseTyped(sortedText(deepest)), deepest);
+    EXPECT_THROW(JSONEncoder().encode(chain(objects, limit + 1, 1.0)), EncodingError);
+  }
+}
+
+}  // namespace
+}  // namespace zorlan::typed_json_test

@@ -1,0 +1,68 @@
+// Helpers for the coding and JSON tests: a decoding error as one comparable
+// line, the error a decode or encode raises, and typed trees as sorted text.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+#include "zorlan/Coding/JSONDecoder.hpp"
+#include "zorlan/Coding/JSONEncoder.hpp"
+#include "zorlan/JSON/TypedJSONContainer.hpp"
+
+namespace zorlan::testing {
+
+// "kind [path] debugDescription": kind, coding path and text in one line.
+inline std::string describe(const DecodingError& error) {
+  static constexpr const char* kNames[] = {"typeMismatch", "valueNotFound", "keyNotFound",
+                                           "dataCorrupted"};
+  return std::string(kNames[static_cast<int>(error.kind())]) + " [" +
+         codingPathString(error.context().codingPath) + "] " + error.context().debugDescription;
+}
+
+// The error decoding `json` as T raises; a test failure when there is none.
+template <class T>
+DecodingError decodingError(std::string_view json, const JSONDecoder& decoder = JSONDecoder()) {
+  try {
+    decoder.decode<T>(json);
+  } catch (const DecodingError& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no error for " << json;
+  return DecodingError::dataCorrupted({});
+}
+
+// "ok" when `json` decodes as T, else the error described.
+template <class T>
+std::string decodeOutcome(std::string_view json, const JSONDecoder& decoder = JSONDecoder()) {
+  try {
+    decoder.decode<T>(json);
+    return "ok";
+  } catch (const DecodingError& error) {
+    return describe(error);
+  }
+}
+
+// The error `encode` raises; a test failure when there is none.
+template <class F>
+EncodingError encodingError(F&& encode) {
+  try {
+    encode();
+  } catch (const EncodingError& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no error";
+  return EncodingError::invalidValue("", {});
+}
+
+inline TypedJSON parseTyped(std::string_view json) { return JSONDecoder().decode<TypedJSON>(json); }
+
+// Compact JSON with sorted keys: one text per tree.
+inline std::string sortedText(const TypedJSON& tree) {
+  JSONEncoder encoder;
+  encoder.outputFormatting.sortedKeys = true;
+  return encoder.encodeToString(tree);
+}
+
+}  // namespace zorlan::testing

@@ -1,0 +1,68 @@
+// Helpers for the logging tests: a scratch folder per test, whole-file reads, and
+// environment variables set for one scope.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+
+#include "zorlan/Dispatch/FileIOQueue.hpp"
+
+namespace zorlan::testing {
+
+inline std::string readFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+inline void writeFile(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// Sets an environment variable (or unsets it for nullptr) for one scope.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    value ? ::setenv(name, value, 1) : ::unsetenv(name);
+  }
+  ~ScopedEnv() { old_ ? ::setenv(name_.c_str(), old_->c_str(), 1) : ::unsetenv(name_.c_str()); }
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  std::string name_;
+  std::optional<std::string> old_;
+};
+
+// A fresh folder named after the running test. Loggers released by a test may still be
+// writing their last lines (and a log file recreates a file deleted under it), so the folder
+// goes once the file queue has nothing left for it.
+class ScratchFolderTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = std::filesystem::temp_directory_path() /
+           ("zorlan-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+  }
+  void TearDown() override {
+    std::error_code failed;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      fileIOQueue().sync([] {});
+      if (std::filesystem::remove_all(dir_, failed); !failed) return;
+    }
+    ADD_FAILURE() << "could not remove " << dir_ << ": " << failed.message();
+  }
+
+  std::filesystem::path dir_;
+};
+
+}  // namespace zorlan::testing
