@@ -1,3 +1,5 @@
+// zorlan/Rx/ConcurrentDispatchQueueScheduler.hpp: actions run in parallel on the global queue,
+// while the firings of one periodic action never overlap.
 #include <gtest/gtest.h>
 
 #include <algorithm>
