@@ -19,10 +19,15 @@ void flush(const DispatchQueue& queue) {
   done.get_future().wait();
 }
 
-// Holds `queue` until the returned promise is set.
+// Holds `queue` busy, its drain under way on a pool thread, until the returned promise is set.
 std::promise<void> hold(const DispatchQueue& queue) {
   std::promise<void> gate;
-  queue.async([opened = gate.get_future().share()] { opened.wait(); });
+  auto started = std::make_shared<std::promise<void>>();
+  queue.async([opened = gate.get_future().share(), started] {
+    started->set_value();
+    opened.wait();
+  });
+  started->get_future().wait();
   return gate;
 }
 
@@ -32,11 +37,14 @@ TEST(DispatchQueueTest, SyncWaitsForEarlierWorkThenRunsOnTheCallingThread) {
   std::promise<void> gate = hold(queue);
   std::vector<int> seen;
   for (int i = 0; i < 10; ++i) queue.async([&, i] { seen.push_back(i); });
+  std::promise<void> calling;
   auto result = std::async(std::launch::async, [&] {
+    calling.set_value();  // then waits behind the held work, not taking the queue over
     auto [count, ranOn] =
         queue.sync([&] { return std::make_pair(seen.size(), std::this_thread::get_id()); });
     return std::make_pair(count, ranOn == std::this_thread::get_id());
   });
+  calling.get_future().wait();
   gate.set_value();
   auto [count, onCaller] = result.get();
   EXPECT_EQ(count, 10u);  // everything submitted before the sync ran first
