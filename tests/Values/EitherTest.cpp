@@ -1,4 +1,5 @@
-// zorlan/Values/Either.hpp: the two cases, their maps and visits, and their JSON coding.
+// zorlan/Values/Either.hpp, EitherCoding.hpp: the two cases, their maps and visits, and their JSON
+// coding.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
