@@ -30,7 +30,8 @@ TEST(DispatchTimeTest, IntervalsConvertToNanosecondsAndSaturate) {
       {Interval::from(Duration<float>(9'223'371'776.0f)), 9'223'371'776'000'000'000},
       {Interval::from(Duration<std::int64_t, std::ratio<1, 600>>(1'900'000'000'000)),
        3'166'666'666'666'666'666},
-      {Interval::from(Duration<double>(-2.5e-9)), -2}, {Interval::from(Duration<float>(1e30f)), kMax},
+      {Interval::from(Duration<double>(-2.5e-9)), -2},
+      {Interval::from(Duration<float>(1e30f)), kMax},
       {Interval::from(Duration<double>(-1e300)), kMin},
       {Interval::from(Duration<double>(std::nan(""))), kMax},
       {Interval::from(Duration<std::uint64_t>(~0ull)), kMax}};

@@ -49,7 +49,8 @@ TEST(PixelAlignedTest, SnapsValuesSizesAndRectsToTheScalesGrid) {
     Rule rule;
     double expected;
   } cases[] = {
-      {10.26, 2, Rule::toNearestOrAwayFromZero, 10.5}, {10.25, 2, Rule::toNearestOrAwayFromZero, 10.5},
+      {10.26, 2, Rule::toNearestOrAwayFromZero, 10.5},
+      {10.25, 2, Rule::toNearestOrAwayFromZero, 10.5},
       {10.25, 2, Rule::toNearestOrEven, 10.0},  // 20.5 -> 20
       {10.75, 2, Rule::toNearestOrEven, 11.0},  // 21.5 -> 22
       {10.01, 2, Rule::up, 10.5}, {-10.26, 2, Rule::awayFromZero, -10.5},

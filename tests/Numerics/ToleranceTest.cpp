@@ -26,11 +26,12 @@ TEST(ToleranceTest, NumbersCloseInclusivelyOrRoughlyEqualStrictly) {
   };
   // clang-format off
   const Case cases[] = {
-      {1.5, 1.0, -0.5, true, false},  {1.0, 1.5, 0.5, true, false},  {1.0, 1.5, 0.49, false, false},
-      {2.0, 2.0, 0.0, true, false},   {3.0, 3.0, -1.0, true, false}, {-3.0, 3.0, 6.0, true, false},
-      {-3.0, 3.0, -5.9, false, false}, {1.0, 1.05, 0.1, true, true}, {1.0, 1.05, 0.05, false, false},
-      {2.5, 2.0, 0.6, true, true},    {-1.0, 1.0, 2.5, true, true},
-      {kNaN, 1.0, 1e300, false, false}, {kNaN, kNaN, 1e300, false, false}, {kInf, kInf, 1, false, false}};
+      {1.5, 1.0, -0.5, true, false}, {1.0, 1.5, 0.5, true, false}, {1.0, 1.5, 0.49, false, false},
+      {2.0, 2.0, 0.0, true, false}, {3.0, 3.0, -1.0, true, false}, {-3.0, 3.0, 6.0, true, false},
+      {-3.0, 3.0, -5.9, false, false}, {1.0, 1.05, 0.1, true, true},
+      {1.0, 1.05, 0.05, false, false}, {2.5, 2.0, 0.6, true, true}, {-1.0, 1.0, 2.5, true, true},
+      {kNaN, 1.0, 1e300, false, false}, {kNaN, kNaN, 1e300, false, false},
+      {kInf, kInf, 1, false, false}};
   // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.lhs << " vs " << c.rhs << " within " << c.within);

@@ -44,8 +44,8 @@ TEST(ConcurrentDispatchQueueSchedulerConcurrencyTest, PeriodicFiringsNeverOverla
   };
   auto record = std::make_shared<Record>();
   std::future<void> enough = record->enough.get_future();
-  Disposable periodic = scheduler.schedulePeriodic(
-      RxTimeInterval::zero(), std::chrono::microseconds(1), [record] {
+  Disposable periodic =
+      scheduler.schedulePeriodic(RxTimeInterval::zero(), std::chrono::microseconds(1), [record] {
         int now = record->inFlight.fetch_add(1) + 1;
         int seen = record->maxInFlight.load();
         while (now > seen && !record->maxInFlight.compare_exchange_weak(seen, now)) {
