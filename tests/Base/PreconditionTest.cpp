@@ -1,3 +1,4 @@
+// zorlan/Base/Precondition.hpp: ZORLAN_PRECONDITION and ZORLAN_FATAL stop with their message.
 #include <gtest/gtest.h>
 
 #include "zorlan/Base/Precondition.hpp"

@@ -1,3 +1,6 @@
+// zorlan/Dispatch/DispatchQueue.hpp, DispatchSourceTimer.hpp under threads: serialisation across
+// submitters, sync onto the main queue, no starvation of the pool, timers that reschedule
+// themselves.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,23 +18,29 @@
 namespace zorlan {
 namespace {
 
-// Two submitters share `left`; `right` and `root` have one each; all of them
-// end up on `root`, so nothing overlaps and each submitter's order holds.
+// Two submitters share `left`; `right` and `root` have one each; all of them end up on `root`,
+// so nothing overlaps and each submitter's order holds, across more than one drain batch.
 TEST(DispatchQueueConcurrencyTest, AsyncAndSyncFromManyThreadsAreSerialisedInSubmitterOrder) {
+  constexpr int kPerThread = 1100;
   DispatchQueue root("com.zorlan.test.shared-root");
   DispatchQueue left("com.zorlan.test.left", DispatchQoS::utility, root);
   DispatchQueue right("com.zorlan.test.right", DispatchQoS::utility, root);
+  EXPECT_EQ(left.target(), root);
   const DispatchQueue* queues[] = {&left, &left, &right, &root};
   long counter = 0;  // unprotected: the shared target is the only guard
+  int inFlight = 0;
+  int maxInFlight = 0;
   std::vector<std::vector<int>> received(4);
   std::vector<std::vector<long>> seenBySync(4);
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
-      for (int i = 0; i < 500; ++i) {
+      for (int i = 0; i < kPerThread; ++i) {
         queues[t]->async([&, t, i] {
+          maxInFlight = std::max(maxInFlight, ++inFlight);
           ++counter;
           received[t].push_back(i);
+          --inFlight;
         });
         if (i % 10 == 0) seenBySync[t].push_back(queues[t]->sync([&] { return ++counter; }));
       }
@@ -40,10 +49,11 @@ TEST(DispatchQueueConcurrencyTest, AsyncAndSyncFromManyThreadsAreSerialisedInSub
   for (auto& thread : threads) thread.join();
   left.sync([] {});
   right.sync([] {});
-  EXPECT_EQ(root.sync([&] { return counter; }), 4 * (500 + 50));
+  EXPECT_EQ(root.sync([&] { return counter; }), 4 * (kPerThread + kPerThread / 10));
+  EXPECT_EQ(maxInFlight, 1);
   for (int t = 0; t < 4; ++t) {
-    ASSERT_EQ(received[t].size(), 500u);
-    for (int i = 0; i < 500; ++i) ASSERT_EQ(received[t][i], i);
+    ASSERT_EQ(received[t].size(), std::size_t{kPerThread});
+    for (int i = 0; i < kPerThread; ++i) ASSERT_EQ(received[t][i], i);
     for (std::size_t i = 1; i < seenBySync[t].size(); ++i) {
       EXPECT_LT(seenBySync[t][i - 1], seenBySync[t][i]);
     }

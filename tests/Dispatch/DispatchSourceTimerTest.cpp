@@ -1,31 +1,24 @@
+// zorlan/Dispatch/DispatchSourceTimer.hpp: one-shot and repeating timers on the manual dispatch
+// clock: arming on resume, cancelling, rescheduling, and skipping missed deadlines.
 #include <gtest/gtest.h>
 
+#include "support/MainQueueFixture.hpp"
 #include "zorlan/Dispatch/DispatchSourceTimer.hpp"
 
 namespace zorlan {
 namespace {
 
-class DispatchSourceTimerTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    MainRunLoop::runUntilIdle();
-    DispatchClock::useManualClock(DispatchTime(0));
-  }
-  void TearDown() override {
-    MainRunLoop::runUntilIdle();
-    DispatchClock::useSystemClock();
-  }
-  void advance(int milliseconds) {
-    DispatchClock::advance(DispatchTimeInterval::milliseconds(milliseconds));
-    MainRunLoop::runUntilIdle();
-  }
-};
+using DispatchSourceTimerTest = testing::MainQueueFixture;
 
-TEST_F(DispatchSourceTimerTest, OneShotFiresOnceAtItsDeadline) {
+DispatchTime in(int milliseconds) {
+  return DispatchTime::now() + DispatchTimeInterval::milliseconds(milliseconds);
+}
+
+TEST_F(DispatchSourceTimerTest, OneShotFiresOnceAtItsDeadlineOnlyWhenArmedAndNotReplaced) {
   int fired = 0;
   DispatchSourceTimer timer(DispatchQueue::main());
   timer.setEventHandler([&] { ++fired; });
-  timer.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(100));
+  timer.schedule(in(100));
   advance(200);
   EXPECT_EQ(fired, 0);  // not resumed yet: nothing was armed
   timer.resume();
@@ -33,6 +26,21 @@ TEST_F(DispatchSourceTimerTest, OneShotFiresOnceAtItsDeadline) {
   EXPECT_EQ(fired, 1);  // its deadline has passed: fires at once
   advance(1000);
   EXPECT_EQ(fired, 1);
+
+  timer.schedule(in(10));
+  timer.schedule(in(50));
+  advance(20);
+  EXPECT_EQ(fired, 1);  // the replaced deadline no longer counts
+  advance(30);
+  EXPECT_EQ(fired, 2);
+  {  // a destroyed timer never fires
+    DispatchSourceTimer gone(DispatchQueue::main());
+    gone.setEventHandler([&] { ++fired; });
+    gone.schedule(in(10));
+    gone.resume();
+  }
+  advance(20);
+  EXPECT_EQ(fired, 2);
 }
 
 TEST_F(DispatchSourceTimerTest, RepeatingTimerFiresEachIntervalUntilItsHandlerCancelsIt) {
@@ -41,8 +49,7 @@ TEST_F(DispatchSourceTimerTest, RepeatingTimerFiresEachIntervalUntilItsHandlerCa
   timer.setEventHandler([&] {
     if (++fired == 3) timer.cancel();
   });
-  timer.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(10),
-                 DispatchTimeInterval::milliseconds(10));
+  timer.schedule(in(10), DispatchTimeInterval::milliseconds(10));
   timer.resume();
   advance(9);
   EXPECT_EQ(fired, 0);
@@ -59,34 +66,11 @@ TEST_F(DispatchSourceTimerTest, RepeatingTimerFiresEachIntervalUntilItsHandlerCa
   EXPECT_EQ(fired, 3);
 }
 
-TEST_F(DispatchSourceTimerTest, RescheduleOrDestructionDropsThePendingDeadline) {
-  int fired = 0;
-  DispatchSourceTimer timer(DispatchQueue::main());
-  timer.setEventHandler([&] { ++fired; });
-  timer.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(10));
-  timer.resume();
-  timer.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(50));
-  advance(20);
-  EXPECT_EQ(fired, 0);  // the first deadline no longer counts
-  advance(30);
-  EXPECT_EQ(fired, 1);
-
-  {  // a destroyed timer never fires
-    DispatchSourceTimer gone(DispatchQueue::main());
-    gone.setEventHandler([&] { ++fired; });
-    gone.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(10));
-    gone.resume();
-  }
-  advance(20);
-  EXPECT_EQ(fired, 1);
-}
-
 TEST_F(DispatchSourceTimerTest, LateFiringSkipsMissedDeadlinesAndKeepsItsPhase) {
   int fired = 0;
   DispatchSourceTimer timer(DispatchQueue::main());
   timer.setEventHandler([&] { ++fired; });
-  timer.schedule(DispatchTime::now() + DispatchTimeInterval::milliseconds(10),
-                 DispatchTimeInterval::milliseconds(10));
+  timer.schedule(in(10), DispatchTimeInterval::milliseconds(10));
   timer.resume();
   advance(55);  // five deadlines passed while nobody ran the main queue
   EXPECT_EQ(fired, 1);

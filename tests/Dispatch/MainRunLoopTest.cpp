@@ -1,27 +1,18 @@
+// zorlan/Dispatch/MainRunLoop.hpp: the host runs the main queue: order, delayed work on the
+// dispatch clock, waking, stopping, and the stops on running or syncing onto it from its own work.
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <future>
 #include <thread>
-#include <vector>
 
-#include "zorlan/Dispatch/DispatchQueue.hpp"
+#include "support/MainQueueFixture.hpp"
+#include "zorlan/Dispatch/MainRunLoop.hpp"
 
 namespace zorlan {
 namespace {
 
-class MainRunLoopTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    MainRunLoop::runUntilIdle();
-    DispatchClock::useManualClock(DispatchTime(1'000'000'000));
-  }
-  void TearDown() override {
-    MainRunLoop::runUntilIdle();
-    DispatchClock::useSystemClock();
-  }
-};
+using MainRunLoopTest = testing::MainQueueFixture;
 
 TEST_F(MainRunLoopTest, WorkWaitsForTheHostAndRunsInOrderWithWhatItSubmits) {
   std::vector<int> order;
@@ -33,6 +24,12 @@ TEST_F(MainRunLoopTest, WorkWaitsForTheHostAndRunsInOrderWithWhatItSubmits) {
   EXPECT_TRUE(order.empty());  // nothing runs until the host runs the queue
   EXPECT_EQ(MainRunLoop::runUntilIdle(), 3u);
   EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+  // A stop requested before running makes the next run return at once.
+  MainRunLoop::stop();
+  MainRunLoop::run();  // would block forever if the request were lost
+  DispatchQueue::main().async([&] { order.push_back(4); });
+  MainRunLoop::runFor(std::chrono::milliseconds(1));  // returns when its time is up
+  EXPECT_EQ(order.back(), 4);
 }
 
 TEST_F(MainRunLoopTest, DelayedWorkRunsWhenTheManualClockReachesItsDeadline) {
@@ -45,38 +42,22 @@ TEST_F(MainRunLoopTest, DelayedWorkRunsWhenTheManualClockReachesItsDeadline) {
   DispatchWorkItem cancelled([&] { ran.push_back("cancelled"); });
   DispatchQueue::main().asyncAfter(now + DispatchTimeInterval::milliseconds(500), cancelled);
   cancelled.cancel();
-  MainRunLoop::runUntilIdle();
-  EXPECT_TRUE(ran.empty());
-  DispatchClock::advance(DispatchTimeInterval::milliseconds(999));
-  MainRunLoop::runUntilIdle();
-  EXPECT_TRUE(ran.empty());  // one nanosecond early
-  DispatchClock::advance(DispatchTimeInterval::milliseconds(1));
-  MainRunLoop::runUntilIdle();
+  advance(999);
+  EXPECT_TRUE(ran.empty());  // one millisecond early
+  advance(1);
   EXPECT_EQ(ran, (std::vector<std::string>{"1s"}));
-  DispatchClock::advance(DispatchTimeInterval::seconds(5));
-  MainRunLoop::runUntilIdle();
+  advance(5000);
   EXPECT_EQ(ran, (std::vector<std::string>{"1s", "2s"}));
 }
 
-TEST_F(MainRunLoopTest, RunForReturnsWhenItsTimeIsUp) {
-  int ran = 0;
-  DispatchQueue::main().async([&] { ++ran; });
-  MainRunLoop::runFor(std::chrono::milliseconds(1));
-  EXPECT_EQ(ran, 1);
-}
-
-// Moving the manual clock, or leaving it for the system clock (on which the
-// work is long overdue), wakes a host waiting in `run()` to run it.
+// Moving the manual clock, or leaving it for the system clock (on which the work is long
+// overdue), wakes a host waiting in `run()` to run it.
 TEST_F(MainRunLoopTest, ClockChangesWakeAWaitingHost) {
-  const struct {
-    const char* name;
-    void (*change)();
-  } cases[] = {
+  const std::pair<const char*, void (*)()> cases[] = {
       {"advance", [] { DispatchClock::advance(DispatchTimeInterval::seconds(1)); }},
-      {"system clock", [] { DispatchClock::useSystemClock(); }},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+      {"system clock", [] { DispatchClock::useSystemClock(); }}};
+  for (const auto& [name, change] : cases) {
+    SCOPED_TRACE(name);
     DispatchClock::useManualClock(DispatchTime(1'000'000'000));
     bool ran = false;
     DispatchQueue::main().asyncAfter(DispatchTime::now() + DispatchTimeInterval::seconds(1), [&] {
@@ -85,8 +66,8 @@ TEST_F(MainRunLoopTest, ClockChangesWakeAWaitingHost) {
     });
     std::promise<void> returned;
     std::atomic<bool> rescued{false};
-    std::thread tester([&] {
-      c.change();
+    std::thread tester([&, change = change] {
+      change();
       // A guard, not a timing assertion: a host that never wakes is rescued.
       if (returned.get_future().wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
         rescued = true;
@@ -100,15 +81,6 @@ TEST_F(MainRunLoopTest, ClockChangesWakeAWaitingHost) {
     EXPECT_FALSE(rescued.load());
     MainRunLoop::runUntilIdle();  // after a rescue, the work still refers to `ran`
   }
-}
-
-TEST_F(MainRunLoopTest, StopBeforeRunMakesTheNextRunReturnAtOnce) {
-  MainRunLoop::stop();
-  MainRunLoop::run();  // would block forever if the request were lost
-  int ran = 0;
-  DispatchQueue::main().async([&] { ++ran; });
-  EXPECT_EQ(MainRunLoop::runUntilIdle(), 1u);
-  EXPECT_EQ(ran, 1);
 }
 
 TEST(MainRunLoopDeathTest, RunningOrSyncingOntoTheMainQueueFromItsOwnWorkStops) {

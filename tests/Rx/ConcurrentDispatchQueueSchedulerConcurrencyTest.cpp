@@ -1,3 +1,5 @@
+// zorlan/Rx/ConcurrentDispatchQueueScheduler.hpp: actions run in parallel on the global queue,
+// while the firings of one periodic action never overlap.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -42,8 +44,8 @@ TEST(ConcurrentDispatchQueueSchedulerConcurrencyTest, PeriodicFiringsNeverOverla
   };
   auto record = std::make_shared<Record>();
   std::future<void> enough = record->enough.get_future();
-  Disposable periodic = scheduler.schedulePeriodic(
-      RxTimeInterval::zero(), std::chrono::microseconds(1), [record] {
+  Disposable periodic =
+      scheduler.schedulePeriodic(RxTimeInterval::zero(), std::chrono::microseconds(1), [record] {
         int now = record->inFlight.fetch_add(1) + 1;
         int seen = record->maxInFlight.load();
         while (now > seen && !record->maxInFlight.compare_exchange_weak(seen, now)) {

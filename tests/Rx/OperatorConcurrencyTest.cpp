@@ -1,5 +1,5 @@
-// Operators that combine sources deliver one event at a time even when the
-// sources emit from different threads.
+// zorlan/Rx/operators/Combining.hpp under threads: operators that combine sources deliver one
+// event at a time even when the sources emit from different threads.
 #include <gtest/gtest.h>
 
 #include <atomic>

@@ -1,7 +1,8 @@
-// Helpers for the reactive core's tests.
+// Helpers shared by the tests of the reactive core and of what builds on it.
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,6 +10,9 @@
 #include "zorlan/Rx/Observable.hpp"
 
 namespace zorlan::rx::testing {
+
+using Ints = std::vector<int>;
+using Log = std::vector<std::string>;
 
 // Everything one subscription received.
 template <class T>
@@ -50,6 +54,20 @@ std::shared_ptr<Collected<T>> collect(const Observable<T>& source) {
 
 inline std::exception_ptr failure(const char* what) {
   return std::make_exception_ptr(std::runtime_error(what));
+}
+
+// A scheduler action that runs `f` and returns nothing to dispose.
+template <class F>
+std::function<Disposable()> act(F f) {
+  return [f]() mutable {
+    f();
+    return Disposable();
+  };
+}
+
+// A scheduler action that appends `entry` to `log`.
+inline std::function<Disposable()> record(Log& log, std::string entry) {
+  return act([&log, entry] { log.push_back(entry); });
 }
 
 }  // namespace zorlan::rx::testing

@@ -1,10 +1,9 @@
+// zorlan/Rx/VirtualTimeScheduler.hpp, TestableObservable.hpp, SchedulerType.hpp and the time
+// operators: virtual time, default periodic scheduling, timers and observeOn.
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "zorlan/Rx/CompositeDisposable.hpp"
-#include "zorlan/Rx/SerialDisposable.hpp"
+#include "RxTestSupport.hpp"
+#include "zorlan/Rx/Subjects.hpp"
 #include "zorlan/Rx/TestableObservable.hpp"
 #include "zorlan/Rx/VirtualTimeScheduler.hpp"
 
@@ -12,6 +11,7 @@ namespace zorlan::rx {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::act;
 
 long long millis(RxTime t) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count();
@@ -21,25 +21,21 @@ TEST(VirtualTimeSchedulerTest, RunsByDueTimeThenInSchedulingOrder) {
   auto scheduler = TestScheduler::make();
   std::vector<std::string> ran;
   auto record = [&](std::string name) {
-    return [&ran, &scheduler, name] {
+    return act([&ran, &scheduler, name] {
       ran.push_back(name + "@" + std::to_string(millis(scheduler->now())));
-      return Disposable();
-    };
+    });
   };
   scheduler->scheduleRelative(2s, record("b"));
   scheduler->scheduleRelative(1s, record("a"));
   scheduler->scheduleRelative(2s, record("c"));
   scheduler->scheduleRelative(-5s, record("overdue"));  // as soon as possible
   scheduler->scheduleRelative(1s, record("cancelled")).dispose();
-
   scheduler->advanceTo(TestScheduler::at(1500ms));
   EXPECT_EQ(ran, (std::vector<std::string>{"overdue@0", "a@1000"}));
   EXPECT_EQ(millis(scheduler->now()), 1500);
-
   scheduler->advanceBy(1s);
   EXPECT_EQ(ran, (std::vector<std::string>{"overdue@0", "a@1000", "b@2000", "c@2000"}));
   EXPECT_EQ(millis(scheduler->now()), 2500);
-
   scheduler->advanceTo(TestScheduler::at(1s));  // the clock never goes back
   EXPECT_EQ(millis(scheduler->now()), 2500);
 }
@@ -47,27 +43,20 @@ TEST(VirtualTimeSchedulerTest, RunsByDueTimeThenInSchedulingOrder) {
 TEST(VirtualTimeSchedulerTest, WorkScheduledWhileAdvancingRunsInTheSameAdvance) {
   auto scheduler = TestScheduler::make();
   std::vector<long long> times;
+  auto stamp = act([&] { times.push_back(millis(scheduler->now())); });
   scheduler->scheduleRelative(1s, [&] {
-    times.push_back(millis(scheduler->now()));
-    scheduler->scheduleRelative(2s, [&] {
-      times.push_back(millis(scheduler->now()));
-      return Disposable();
-    });
-    return Disposable();
+    stamp();
+    return scheduler->scheduleRelative(2s, stamp);
   });
   scheduler->advanceTo(TestScheduler::at(3s));
   EXPECT_EQ(times, (std::vector<long long>{1000, 3000}));
-
-  scheduler->scheduleRelative(10min, [&] {
-    times.push_back(millis(scheduler->now()));
-    return Disposable();
-  });
+  scheduler->scheduleRelative(10min, stamp);
   scheduler->start();  // runs everything left, moving the clock to it
   EXPECT_EQ(times.back(), 603000);
 }
 
-// An application's scheduler that hands its work to another one, so that
-// work it scheduled can outlive it; it keeps the default periodic scheduling.
+// An application's scheduler that hands its work to another one, so that work it scheduled can
+// outlive it; it keeps the default periodic scheduling.
 class ForwardingScheduler final : public SchedulerType {
  public:
   explicit ForwardingScheduler(std::shared_ptr<TestScheduler> inner) : inner_(std::move(inner)) {}
@@ -114,10 +103,7 @@ TEST(VirtualTimeSchedulerTest, TheClockSaturatesAtTheEndOfTime) {
   auto scheduler = TestScheduler::make();
   scheduler->advanceBy(1h);
   bool ran = false;
-  scheduler->scheduleRelative(RxTimeInterval::max(), [&] {
-    ran = true;
-    return Disposable();
-  });
+  scheduler->scheduleRelative(RxTimeInterval::max(), act([&] { ran = true; }));
   scheduler->advanceBy(24h * 365 * 200);
   EXPECT_FALSE(ran);  // a "never" delay is not due in two hundred years
   scheduler->advanceBy(RxTimeInterval::max());
@@ -125,11 +111,8 @@ TEST(VirtualTimeSchedulerTest, TheClockSaturatesAtTheEndOfTime) {
   EXPECT_TRUE(ran);
   scheduler->advanceBy(RxTimeInterval::min());  // never back
   EXPECT_EQ(scheduler->now(), RxTime::max());
-}
 
-TEST(VirtualTimeSchedulerTest, DisposingAnActionThatRanDisposesWhatItReturned) {
-  auto scheduler = TestScheduler::make();
-  bool released = false;
+  bool released = false;  // disposing an action that ran disposes what it returned
   Disposable scheduled =
       scheduler->schedule([&] { return Disposable::create([&] { released = true; }); });
   scheduler->runDue();
@@ -146,13 +129,12 @@ TEST(TestableObservableTest, HotPlaysOnTheClockColdPlaysPerSubscription) {
   auto hotObserver = scheduler->createObserver<int>();
   auto coldObserver = scheduler->createObserver<int>();
   std::vector<Disposable> subscriptions;
-  scheduler->scheduleRelative(2s, [&] {
-    subscriptions.push_back(hot.subscribe(hotObserver.asObserver()));  // misses 1
-    subscriptions.push_back(cold.subscribe(coldObserver.asObserver()));
-    return Disposable();
-  });
+  scheduler->scheduleRelative(2s, act([&] {
+                                subscriptions.push_back(hot.subscribe(hotObserver.asObserver()));
+                                subscriptions.push_back(cold.subscribe(coldObserver.asObserver()));
+                              }));
   scheduler->start();
-  EXPECT_EQ(hotObserver.elements(), (std::vector<int>{3}));
+  EXPECT_EQ(hotObserver.elements(), (std::vector<int>{3}));  // missed 1
   EXPECT_EQ(hotObserver.events().back().time, TestScheduler::at(4s));
   EXPECT_EQ(coldObserver.elements(), (std::vector<int>{10}));
   EXPECT_EQ(coldObserver.events()[0].time, TestScheduler::at(3s));  // 1 s after subscribing
@@ -160,23 +142,37 @@ TEST(TestableObservableTest, HotPlaysOnTheClockColdPlaysPerSubscription) {
   EXPECT_TRUE(coldObserver.completed());
 }
 
-TEST(GroupDisposableTest, LateAdditionsAreDisposedAtOnce) {
-  std::vector<std::string> log;
-  CompositeDisposable group;
-  group.add(Disposable::create([&] { log.push_back("first"); }));
-  group.dispose();
-  group.add(Disposable::create([&] { log.push_back("late"); }));
-  EXPECT_EQ(log, (std::vector<std::string>{"first", "late"}));
+TEST(TimerTest, OneShotFiresAtItsDueTimeAndCompletesPeriodicTicksUntilDisposed) {
+  auto scheduler = TestScheduler::make();
+  auto oneShot = testing::collect(timer(5s, scheduler));
+  auto periodic = scheduler->createObserver<std::int64_t>();
+  Disposable d = timer(1s, scheduler, 2s).subscribe(periodic.asObserver());
+  scheduler->advanceTo(TestScheduler::at(5s - 1ns));
+  EXPECT_TRUE(oneShot->elements.empty());
+  scheduler->advanceTo(TestScheduler::at(5s));
+  EXPECT_EQ(oneShot->elements, (std::vector<std::int64_t>{0}));
+  EXPECT_TRUE(oneShot->completed);
+  ASSERT_EQ(periodic.elements(), (std::vector<std::int64_t>{0, 1, 2}));
+  EXPECT_EQ(periodic.events()[0].time, TestScheduler::at(1s));
+  EXPECT_EQ(periodic.events()[2].time, TestScheduler::at(5s));
+  d.dispose();
+  scheduler->advanceTo(TestScheduler::at(60s));
+  EXPECT_EQ(periodic.elements().size(), 3u);
+}
 
-  SerialDisposable slot;
-  slot.set(Disposable::create([&] { log.push_back("replaced"); }));
-  slot.set(Disposable::create([&] { log.push_back("current"); }));
-  EXPECT_EQ(log.back(), "replaced");
-  slot.dispose();
-  EXPECT_EQ(log.back(), "current");
-  slot.set(Disposable::create([&] { log.push_back("after"); }));
-  EXPECT_EQ(log.back(), "after");
-  EXPECT_TRUE(slot.isDisposed());
+TEST(ObserveOnTest, DeliversOnTheSchedulerInOrder) {
+  auto scheduler = TestScheduler::make();
+  PublishSubject<int> subject;
+  auto c = testing::collect(subject.asObservable().observeOn(scheduler));
+  subject.onNext(1);
+  subject.onNext(2);
+  EXPECT_TRUE(c->elements.empty());  // nothing until the scheduler runs
+  scheduler->runDue();
+  subject.onNext(3);
+  subject.onCompleted();
+  scheduler->runDue();
+  EXPECT_EQ(c->elements, (testing::Ints{1, 2, 3}));
+  EXPECT_TRUE(c->completed);
 }
 
 }  // namespace

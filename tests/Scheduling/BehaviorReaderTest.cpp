@@ -1,6 +1,8 @@
+// zorlan/Scheduling/BehaviorReader.hpp, RelayBindings.hpp: readers follow their source and keep
+// their value; relay bindings log and ignore errors and completion; the log operator.
 #include <gtest/gtest.h>
 
-#include "zorlan/Dispatch/MainRunLoop.hpp"
+#include "support/MainQueueFixture.hpp"
 #include "zorlan/Platform/Logger.hpp"
 #include "zorlan/Rx/Completable.hpp"
 #include "zorlan/Scheduling/BehaviorReader.hpp"
@@ -9,9 +11,12 @@
 namespace zorlan {
 namespace {
 
+using Ints = std::vector<int>;
+using Lines = std::vector<std::string>;
+
 TEST(BehaviorReaderTest, FollowsItsSourceAndReleasesItWhenTheLastHolderGoes) {
   rx::PublishSubject<int> source;
-  std::vector<int> seen;
+  Ints seen;
   rx::Disposable subscription;
   {
     BehaviorReader<int> reader(source.asObservable(), 7);
@@ -20,11 +25,11 @@ TEST(BehaviorReaderTest, FollowsItsSourceAndReleasesItWhenTheLastHolderGoes) {
     source.onNext(8);
     EXPECT_EQ(copy.value(), 8);
     subscription = reader.asObservable().subscribe([&](int v) { seen.push_back(v); });
-    EXPECT_EQ(seen, (std::vector<int>{8}));  // the present value at once
+    EXPECT_EQ(seen, (Ints{8}));  // the present value at once
   }
   // The reader handles are gone, but the subscription keeps it alive.
   source.onNext(9);
-  EXPECT_EQ(seen, (std::vector<int>{8, 9}));
+  EXPECT_EQ(seen, (Ints{8, 9}));
   EXPECT_TRUE(source.hasObservers());
   subscription.dispose();
   EXPECT_FALSE(source.hasObservers());
@@ -35,64 +40,51 @@ TEST(BehaviorReaderTest, FollowsItsSourceAndReleasesItWhenTheLastHolderGoes) {
   EXPECT_FALSE(source.hasObservers());
 }
 
-TEST(BehaviorReaderTest, ObservablePropertyIsMetByRelaysAndReaders) {
-  static_assert(ObservableProperty<rx::BehaviorRelay<int>>);
-  static_assert(ObservableProperty<BehaviorReader<std::string>>);
-  static_assert(!ObservableProperty<rx::PublishRelay<int>>);  // holds no value
-}
-
-TEST(BehaviorReaderTest, ConversionsFromRelaysAndObservables) {
+TEST(BehaviorReaderTest, ConversionsMapsAndDistinctReaders) {
   rx::BehaviorRelay<std::string> relay("a");
   BehaviorReader<std::string> reader = asBehaviorReader(relay);
   relay.accept("b");
   EXPECT_EQ(reader.value(), "b");  // the very relay
-
   rx::PublishSubject<int> subject;
   BehaviorReader<std::optional<int>> optional = asBehaviorReader(subject.asObservable());
   EXPECT_EQ(optional.value(), std::nullopt);  // absent first
   subject.onNext(3);
   EXPECT_EQ(optional.value(), 3);
-
   EXPECT_EQ(BehaviorReader<int>::just(4).value(), 4);
-}
 
-TEST(BehaviorReaderTest, MappedAndDistinctReadersFollowTheirSource) {
-  rx::BehaviorRelay<int> relay(1);
-  BehaviorReader<int> reader(relay);
-  auto doubled = reader.map([](int v) { return v * 2; });
-  auto distinct = reader.map([](int v) { return v / 10; }).distinctUntilChanged();
-  std::vector<int> changes;
+  rx::BehaviorRelay<int> ints(1);
+  BehaviorReader<int> source(ints);
+  auto doubled = source.map([](int v) { return v * 2; });
+  auto distinct = source.map([](int v) { return v / 10; }).distinctUntilChanged();
+  Ints changes;
   rx::Disposable d = distinct.asObservable().subscribe([&](int v) { changes.push_back(v); });
-  for (int v : {2, 5, 12, 15, 21}) relay.accept(v);
+  for (int v : {2, 5, 12, 15, 21}) ints.accept(v);
   EXPECT_EQ(doubled.value(), 42);
-  EXPECT_EQ(changes, (std::vector<int>{0, 1, 2}));
-  d.dispose();  // a live subscription keeps its reader alive
+  EXPECT_EQ(changes, (Ints{0, 1, 2}));
+  d.dispose();
 }
 
-class RecordingSink : public LogSink {
- public:
+struct RecordingSink : LogSink {
   void log(const LogEvent& event) noexcept override {
     lines.emplace_back(event.message());
     levels.push_back(event.level());
     functions.push_back(event.source() ? event.source()->function : "");
     sourceLines.push_back(event.source() ? event.source()->line : 0);
   }
-  std::vector<std::string> lines;
+  Lines lines;
   std::vector<LoggerLevel> levels;
-  std::vector<std::string> functions;
-  std::vector<int> sourceLines;
+  Lines functions;
+  Ints sourceLines;
 };
 
+// The recorder on the shared logger, emptied.
 std::shared_ptr<RecordingSink> sharedRecorder() {
   static auto sink = [] {
     auto s = std::make_shared<RecordingSink>();
     Logger::shared().add(s);
     return s;
   }();
-  sink->lines.clear();
-  sink->levels.clear();
-  sink->functions.clear();
-  sink->sourceLines.clear();
+  *sink = RecordingSink();
   return sink;
 }
 
@@ -106,7 +98,6 @@ TEST(RelayBindingTest, ErrorsAndCompletionAreLoggedAndIgnored) {
   observer.onCompleted();
   observer.onNext(3);
   EXPECT_EQ(relay.value(), 3);
-
   rx::PublishRelay<int> publish;
   int received = 0;
   rx::Disposable d = publish.asObservable().subscribe([&](int v) { received = v; });
@@ -115,33 +106,27 @@ TEST(RelayBindingTest, ErrorsAndCompletionAreLoggedAndIgnored) {
   publishObserver.onCompleted();
   publishObserver.onNext(5);
   EXPECT_EQ(received, 5);
+  EXPECT_EQ(sink->lines,
+            (Lines{"BehaviorRelay binding received error: socket closed but will ignore.",
+                   "BehaviorRelay binding received completion but will ignore.",
+                   "PublishRelay binding received error: gone but will ignore.",
+                   "PublishRelay binding received completion but will ignore."}));
+  EXPECT_EQ(sink->levels, std::vector<LoggerLevel>(4, LoggerLevel::error));
+  EXPECT_EQ(sink->functions, Lines(4, "asObserver()"));
 
-  EXPECT_EQ(sink->lines, (std::vector<std::string>{
-                             "BehaviorRelay binding received error: socket closed but will ignore.",
-                             "BehaviorRelay binding received completion but will ignore.",
-                             "PublishRelay binding received error: gone but will ignore.",
-                             "PublishRelay binding received completion but will ignore."}));
-  for (std::size_t i = 0; i < sink->lines.size(); ++i) {
-    EXPECT_EQ(sink->levels[i], LoggerLevel::error);
-    EXPECT_EQ(sink->functions[i], "asObserver()");
-  }
-}
-
-TEST(RelayBindingTest, AReaderKeepsItsValueWhenItsSourceFails) {
-  auto sink = sharedRecorder();
+  // A reader keeps its value when its source fails; a source that completes is not an error.
+  *sink = RecordingSink();
   rx::PublishSubject<int> source;
   BehaviorReader<int> reader(source.asObservable(), 1);
   source.onNext(2);
   source.onError(std::make_exception_ptr(std::runtime_error("feed lost")));
   EXPECT_EQ(reader.value(), 2);
-  EXPECT_EQ(sink->lines, (std::vector<std::string>{
-                             "BehaviorRelay binding received error: feed lost but will ignore."}));
   reader.asRelay().accept(3);  // the relay itself was never ended
   EXPECT_EQ(reader.value(), 3);
-
   BehaviorReader<int> finite(rx::Observable<int>::just(5), 0);
   EXPECT_EQ(finite.value(), 5);
-  EXPECT_EQ(sink->lines.size(), 1u);  // a source that completes is not an error
+  EXPECT_EQ(sink->lines,
+            (Lines{"BehaviorRelay binding received error: feed lost but will ignore."}));
 }
 
 TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
@@ -150,16 +135,15 @@ TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
   auto sink = std::make_shared<RecordingSink>();
   logger.add(sink);
   rx::PublishSubject<int> subject;
-  std::vector<int> seen;
+  Ints seen;
   const int line = __LINE__ + 1;
   auto logged = log(subject.asObservable(), "Test", "catalog", logger);
   rx::Disposable d = logged.subscribe([&](int v) { seen.push_back(v); });
   subject.onNext(1);
   d.dispose();
-  EXPECT_EQ(seen, (std::vector<int>{1}));
+  EXPECT_EQ(seen, (Ints{1}));
   EXPECT_EQ(sink->levels[0], LoggerLevel::info);
   EXPECT_EQ(sink->sourceLines[0], line);
-
   // Singles and completables log too; ending by itself disposes the subscription.
   int value = 0;
   log(rx::Single<int>::just(8), "Test", "single", logger).subscribe([&](int v) { value = v; });
@@ -169,28 +153,22 @@ TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
       .subscribe([] {}, [&](std::exception_ptr) { failed = true; });
   EXPECT_EQ(value, 8);
   EXPECT_TRUE(failed);
-  EXPECT_EQ(sink->lines,
-            (std::vector<std::string>{"catalog -> subscribed", "catalog -> disposing",
-                                      "single -> subscribed", "single -> disposing",
-                                      "completable -> subscribed", "completable -> disposing"}));
+  EXPECT_EQ(sink->lines, (Lines{"catalog -> subscribed", "catalog -> disposing",
+                                "single -> subscribed", "single -> disposing",
+                                "completable -> subscribed", "completable -> disposing"}));
 }
 
-class ReaderOnMainQueueTest : public ::testing::Test {
- protected:
-  void SetUp() override { MainRunLoop::runUntilIdle(); }
-  void TearDown() override { MainRunLoop::runUntilIdle(); }
-};
+using ReaderOnMainQueueTest = testing::MainQueueFixture;
 
 TEST_F(ReaderOnMainQueueTest, DriverConversionsDeliverOnTheMainQueue) {
   rx::BehaviorRelay<int> relay(1);
   BehaviorReader<int> reader(relay);
-  std::vector<int> seen;
+  Ints seen;
   rx::DisposeBag bag;
   reader.asDriver().drive([&](int v) { seen.push_back(v); }).disposed(bag);
   EXPECT_TRUE(seen.empty());
   MainRunLoop::runUntilIdle();
-  EXPECT_EQ(seen, (std::vector<int>{1}));
-
+  EXPECT_EQ(seen, (Ints{1}));
   rx::PublishSubject<int> subject;
   auto driver = rx::asDriver(subject.asObservable(), -1);
   BehaviorReader<std::optional<int>> optional = asBehaviorReader(driver);

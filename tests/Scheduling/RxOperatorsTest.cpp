@@ -1,10 +1,9 @@
+// zorlan/Scheduling/RxOperators.hpp, AsyncSequence.hpp: the application's operators on
+// observables, singles, drivers and signals, and steps run one after another.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "Rx/RxTestSupport.hpp"
+#include "support/MainQueueFixture.hpp"
 #include "zorlan/Dispatch/MainRunLoop.hpp"
 #include "zorlan/Rx/DisposeBag.hpp"
 #include "zorlan/Rx/Subjects.hpp"
@@ -16,6 +15,7 @@ namespace zorlan {
 namespace {
 
 using namespace std::chrono_literals;
+using OnMainQueueTest = testing::MainQueueFixture;
 
 template <class T>
 std::vector<T> elements(const rx::Observable<T>& source) {
@@ -62,29 +62,16 @@ TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhenNothingCameInTime) {
   };
   rx::PublishSubject<std::string> late;
   rx::BehaviorRelay<std::string> relay("current");
+  using O = rx::Observable<std::string>;
+  // clang-format off
   const std::vector<Case> cases = {
       {"silent, then late", [&] { return late.asObservable(); }, {}, {"timed out", "late"}, false},
-      {"relay sends its value on subscribing",
-       [&] { return relay.asObservable(); },
-       {"current"},
-       {"current"},
-       false},
-      {"startWith",
-       [] { return rx::Observable<std::string>::never().startWith("first"); },
-       {"first"},
-       {"first"},
-       false},
-      {"completes at once",
-       [] { return rx::Observable<std::string>::empty(); },
-       {},
-       {"timed out"},
-       true},
-      {"one element then completion",
-       [] { return rx::Observable<std::string>::just("only"); },
-       {"only"},
-       {"only"},
-       true},
-  };
+      {"relay sends its value on subscribing", [&] { return relay.asObservable(); },
+       {"current"}, {"current"}, false},
+      {"startWith", [] { return O::never().startWith("first"); }, {"first"}, {"first"}, false},
+      {"completes at once", [] { return O::empty(); }, {}, {"timed out"}, true},
+      {"one element then completion", [] { return O::just("only"); }, {"only"}, {"only"}, true}};
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     auto scheduler = rx::TestScheduler::make();
@@ -226,23 +213,15 @@ struct TraitsCase {
 };
 
 TEST(RxOperatorsTest, DriverAndSignalTraitsObserveOnTheSchedulerReplaceErrorsAndShare) {
-  std::vector<TraitsCase> cases = {
+  auto fallback = [](std::exception_ptr) { return rx::Observable<int>::just(-1); };
+  // clang-format off
+  const std::vector<TraitsCase> cases = {
       {"driver traits, value on error",
-       [](auto s, auto scheduler) { return withDriverTraits(s, scheduler, -1); },
-       {2}},
+       [](auto s, auto on) { return withDriverTraits(s, on, -1); }, {2}},
       {"driver traits, handler on error",
-       [](auto s, auto scheduler) {
-         return withDriverTraits(s, scheduler,
-                                 [](std::exception_ptr) { return rx::Observable<int>::just(-1); });
-       },
-       {2}},
-      {"signal traits",
-       [](auto s, auto scheduler) {
-         return withSignalTraits(s, scheduler,
-                                 [](std::exception_ptr) { return rx::Observable<int>::just(-1); });
-       },
-       {}},
-  };
+       [&](auto s, auto on) { return withDriverTraits(s, on, fallback); }, {2}},
+      {"signal traits", [&](auto s, auto on) { return withSignalTraits(s, on, fallback); }, {}}};
+  // clang-format on
   for (const TraitsCase& c : cases) {
     SCOPED_TRACE(c.name);
     auto scheduler = rx::TestScheduler::make();
@@ -267,8 +246,7 @@ TEST(RxOperatorsTest, DriverAndSignalTraitsObserveOnTheSchedulerReplaceErrorsAnd
   }
 }
 
-TEST(RxOperatorsTest, ErrorsEndQuietlyOrBecomeResults) {
-  MainRunLoop::runUntilIdle();
+TEST_F(OnMainQueueTest, ErrorsEndQuietlyOrBecomeResults) {
   std::vector<int> seen;
   bool completed = false;
   rx::DisposeBag bag;
@@ -288,8 +266,7 @@ TEST(RxOperatorsTest, ErrorsEndQuietlyOrBecomeResults) {
   EXPECT_EQ(results, (std::vector<bool>{false, true}));
 }
 
-TEST(RxOperatorsTest, ShareForeverKeepsTheLatestForLaterDrivers) {
-  MainRunLoop::runUntilIdle();
+TEST_F(OnMainQueueTest, ShareForeverKeepsTheLatestForLaterDrivers) {
   int subscriptions = 0;
   rx::PublishSubject<int> subject;
   auto shared = shareForever(

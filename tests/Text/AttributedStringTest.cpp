@@ -1,3 +1,5 @@
+// zorlan/Text/AttributedStringUtilities.hpp: concatenation, joining, emptiness and chunking of
+// attributed strings.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,79 +12,62 @@ namespace {
 
 const TextAttributes kBold{{"font", "bold"}};
 const TextAttributes kRed{{"color", "red"}};
-
-std::vector<std::string> textsOf(const std::vector<AttributedString>& pieces) {
-  std::vector<std::string> texts;
-  for (const auto& piece : pieces) texts.push_back(piece.string());
-  return texts;
-}
-
 using Texts = std::vector<std::string>;
 
-TEST(AttributedStringTest, ConcatenationKeepsEachSidesAttributes) {
+TEST(AttributedStringTest, ConcatenatedAndJoinedPiecesKeepTheirAttributes) {
   const AttributedString bold("ab", kBold);
-  const AttributedString red("cd", kRed);
-  const AttributedString both = bold + red;
+  const AttributedString both = bold + AttributedString("cd", kRed);
   EXPECT_EQ(both.string(), "abcd");
   EXPECT_EQ(both.attributesAt(1), kBold);
   EXPECT_EQ(both.attributesAt(2), kRed);
   const AttributedString plain = bold + "xy";
-  EXPECT_EQ(plain.string(), "abxy");
   EXPECT_EQ(plain.attributesAt(2), TextAttributes{});
   EXPECT_EQ(plain.runs().size(), 2u);
-  // Equal neighbours merge into one run.
-  EXPECT_EQ((bold + AttributedString("c", kBold)).runs().size(), 1u);
-}
+  EXPECT_EQ((bold + AttributedString("c", kBold)).runs().size(), 1u);  // equal neighbours merge
 
-TEST(AttributedStringTest, JoinedPutsPlainSeparatorsBetween) {
-  const std::vector<AttributedString> parts = {AttributedString("a", kBold),
-                                               AttributedString("b", kRed)};
-  const AttributedString list = joined(parts, ", ");
+  const AttributedString list =
+      joined({AttributedString("a", kBold), AttributedString("b", kRed)}, ", ");
   EXPECT_EQ(list.string(), "a, b");
   EXPECT_EQ(list.attributesAt(0), kBold);
-  EXPECT_EQ(list.attributesAt(1), TextAttributes{});
+  EXPECT_EQ(list.attributesAt(1), TextAttributes{});  // plain separators
   EXPECT_EQ(list.attributesAt(3), kRed);
   EXPECT_EQ(joined({}, ", "), AttributedString());
-}
 
-TEST(AttributedStringTest, EmptyAndNonEmpty) {
   EXPECT_TRUE(emptyAttributedString().isEmpty());
   EXPECT_EQ(nonEmpty(AttributedString()), std::nullopt);
   EXPECT_EQ(nonEmpty(AttributedString("", kBold)), std::nullopt);
-  ASSERT_TRUE(nonEmpty(AttributedString("a", kBold)).has_value());
-  EXPECT_EQ(nonEmpty(AttributedString("a", kBold))->attributesAt(0), kBold);
+  EXPECT_EQ(nonEmpty(AttributedString("a", kBold)), AttributedString("a", kBold));
 }
 
 TEST(AttributedStringTest, ChunkedCutsAtTheEarliestSeparator) {
-  struct Case {
+  // clang-format off
+  const struct {
     std::string text;
-    std::vector<std::string> separators;
-    Texts pieces;
-  };
-  const Case cases[] = {
-      {"a,,b,", {","}, {"a", "", "b", ""}},
-      {"abc", {}, {"abc"}},
-      {"", {","}, {""}},
-      {"a;b,c", {",", ";"}, {"a", "b", "c"}},
+    Texts separators, pieces;
+  } cases[] = {
+      {"a,,b,", {","}, {"a", "", "b", ""}},       {"abc", {}, {"abc"}},
+      {"", {","}, {""}},                          {"a;b,c", {",", ";"}, {"a", "b", "c"}},
       {"a, b,c", {",", ", "}, {"a", "b", "c"}},   // same start: the later one wins
       {"a, b,c", {", ", ","}, {"a", " b", "c"}},  // same start: the later one wins
       {"a--b-c", {"--", "-"}, {"a", "", "b", "c"}},
       {"abc", {""}, {"abc"}},  // an empty separator is never found
-      {"x ab y ab", {"ab"}, {"x ", " y ", ""}},
-  };
+      {"x ab y ab", {"ab"}, {"x ", " y ", ""}}};
+  // clang-format on
   for (const auto& c : cases) {
-    EXPECT_EQ(textsOf(chunked(AttributedString(c.text), c.separators)), c.pieces) << c.text;
+    Texts texts;
+    for (const auto& piece : chunked(AttributedString(c.text), c.separators)) {
+      texts.push_back(piece.string());
+    }
+    EXPECT_EQ(texts, c.pieces) << c.text;
   }
   // Pieces keep their attributes; separators belong to no piece.
   const AttributedString styled =
       AttributedString("ab", kBold) + AttributedString("|", kRed) + AttributedString("cd", kRed);
-  const auto pieces = chunked(styled, {"|"});
-  ASSERT_EQ(pieces.size(), 2u);
-  EXPECT_EQ(pieces[0], AttributedString("ab", kBold));
-  EXPECT_EQ(pieces[1], AttributedString("cd", kRed));
-  const auto split = chunked(AttributedString("ab", kBold) + AttributedString("cd", kRed), {"x"});
-  ASSERT_EQ(split.size(), 1u);
-  EXPECT_EQ(split[0].runs().size(), 2u);
+  EXPECT_EQ(chunked(styled, {"|"}), (std::vector<AttributedString>{AttributedString("ab", kBold),
+                                                                   AttributedString("cd", kRed)}));
+  const auto whole = chunked(AttributedString("ab", kBold) + AttributedString("cd", kRed), {"x"});
+  ASSERT_EQ(whole.size(), 1u);
+  EXPECT_EQ(whole[0].runs().size(), 2u);
 }
 
 }  // namespace

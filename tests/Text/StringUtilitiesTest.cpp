@@ -1,3 +1,5 @@
+// zorlan/Text/StringUtilities.hpp (with the Unicode segmentation it builds on): counting,
+// truncating, padding, trimming and removing by user-perceived characters.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -10,60 +12,33 @@ namespace zorlan {
 namespace {
 
 // Multi-byte characters.
-const std::string kFamily =
-    "\xf0\x9f\x91\xa8\xe2\x80\x8d\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x91\xa7";  // joined by ZWJ
-const std::string kFlagFR = "\xf0\x9f\x87\xab\xf0\x9f\x87\xb7";
-const std::string kFlagDE = "\xf0\x9f\x87\xa9\xf0\x9f\x87\xaa";
-const std::string kRegionalF = "\xf0\x9f\x87\xab";
-const std::string kDecomposedE = "e\xcc\x81";
-const std::string kThumbDark = "\xf0\x9f\x91\x8d\xf0\x9f\x8f\xbf";  // with skin tone
-const std::string kEllipsis = "\xe2\x80\xa6";
+const std::string kFamily =  // joined by ZWJ
+    "\xf0\x9f\x91\xa8\xe2\x80\x8d\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x91\xa7";
+const std::string kFR = "\xf0\x9f\x87\xab\xf0\x9f\x87\xb7";  // flags
+const std::string kDE = "\xf0\x9f\x87\xa9\xf0\x9f\x87\xaa";
+const std::string kF = "\xf0\x9f\x87\xab";                      // a lone regional indicator
+const std::string kE = "e\xcc\x81";                             // decomposed é
+const std::string kThumb = "\xf0\x9f\x91\x8d\xf0\x9f\x8f\xbf";  // with skin tone
 const std::string kHangulL = "\xe1\x84\x80";  // leading consonant: copies never separate
 
-TEST(StringUtilitiesTest, CountsUserPerceivedCharacters) {
-  struct Case {
-    std::string text;
-    std::size_t count;
-  };
-  const Case cases[] = {
-      {"", 0},
-      {"abc", 3},
-      {kFamily, 1},
-      {kFlagFR + kFlagDE, 2},
-      {kDecomposedE, 1},
-      {"a\r\nb", 3},
-      {kThumbDark + "x", 2},
-      {kRegionalF + kFlagFR, 2},
-      {"\xff\xfe", 2},  // ill-formed bytes count one each
-      {"ab\xcc\x81"
-       "c",
-       3},
-      {"a\xcc\x81\xcc\x82"
-       "b\r\n",
-       3},
-      {"x " + kFlagFR + kFlagDE + "y", 5},
-  };
-  for (const auto& c : cases) EXPECT_EQ(unicode::characterCount(c.text), c.count) << c.text;
-}
-
-TEST(StringUtilitiesTest, TruncateCountsCharactersNotBytes) {
-  struct Case {
+TEST(StringUtilitiesTest, CountsAndTruncatesUserPerceivedCharacters) {
+  // clang-format off
+  const std::pair<std::string, std::size_t> counts[] = {
+      {"", 0}, {"abc", 3}, {kFamily, 1}, {kFR + kDE, 2}, {kE, 1}, {"a\r\nb", 3}, {kThumb + "x", 2},
+      {kF + kFR, 2}, {"\xff\xfe", 2} /* ill-formed bytes count one each */, {"ab\xcc\x81" "c", 3},
+      {"a\xcc\x81\xcc\x82" "b\r\n", 3}, {"x " + kFR + kDE + "y", 5}};
+  const struct {
     std::string text;
     std::int64_t length;
-    std::string with;
-    std::string expected;
-  };
-  const Case cases[] = {
-      {"abcd", 3, kEllipsis, "abc" + kEllipsis},
-      {"abcdefghij", 5, ".", "abcde."},  // the ellipsis is not counted
-      {"abc", 0, "...", "..."},
-      {kFamily + kFamily + "x", 1, "~", kFamily + "~"},
-      {kFlagFR + kFlagDE + kFlagFR, 2, "", kFlagFR + kFlagDE},
-      {"caf" + kDecomposedE + "s", 4, "!", "caf" + kDecomposedE + "!"},
-      {kThumbDark + kThumbDark, 1, "", kThumbDark},
-      {"a\r\nb", 2, "", "a\r\n"},
-  };
-  for (const auto& c : cases) {
+    std::string with, expected;
+  } truncations[] = {
+      {"abcd", 3, "\xe2\x80\xa6", "abc\xe2\x80\xa6"}, {"abcdefghij", 5, ".", "abcde."},
+      {"abc", 0, "...", "..."}, {kFamily + kFamily + "x", 1, "~", kFamily + "~"},
+      {kFR + kDE + kFR, 2, "", kFR + kDE}, {"caf" + kE + "s", 4, "!", "caf" + kE + "!"},
+      {kThumb + kThumb, 1, "", kThumb}, {"a\r\nb", 2, "", "a\r\n"}};
+  // clang-format on
+  for (const auto& [text, count] : counts) EXPECT_EQ(unicode::characterCount(text), count) << text;
+  for (const auto& c : truncations) {
     EXPECT_EQ(truncate(c.text, c.length, c.with), c.expected) << c.text << " to " << c.length;
   }
 }
@@ -73,24 +48,19 @@ TEST(StringUtilitiesDeathTest, TruncateToANegativeLengthStops) {
 }
 
 TEST(StringUtilitiesTest, AppendUntilRepeatsTheLastCharacter) {
-  struct Case {
+  // clang-format off
+  const struct {
     std::string text;
     std::int64_t length;
     std::string expected;
-  };
-  const Case cases[] = {
-      {"ab", 5, "abbbb"},
-      {"", 5, ""},
-      {"abcd", 2, "abcd"},
-      {"ab", -1, "ab"},
-      {kFlagFR, 3, kFlagFR + kFlagFR + kFlagFR},
-      {"a" + kDecomposedE, 3, "a" + kDecomposedE + kDecomposedE},
+  } cases[] = {
+      {"ab", 5, "abbbb"}, {"", 5, ""}, {"abcd", 2, "abcd"}, {"ab", -1, "ab"},
+      {kFR, 3, kFR + kFR + kFR}, {"a" + kE, 3, "a" + kE + kE},
       // A lone regional indicator pairs with its copies: it takes two per flag.
-      {"a" + kRegionalF, 4, "a" + kRegionalF + kRegionalF + kRegionalF + kRegionalF + kRegionalF},
-  };
+      {"a" + kF, 4, "a" + kF + kF + kF + kF + kF}};
+  // clang-format on
   for (const auto& c : cases) {
-    const std::string result = appendUntil(c.text, c.length);
-    EXPECT_EQ(result, c.expected) << c.text << " until " << c.length;
+    EXPECT_EQ(appendUntil(c.text, c.length), c.expected) << c.text << " until " << c.length;
   }
   // Copies that never separate end the padding instead of looping.
   const std::string hangul = appendUntil("a" + kHangulL, 10);
@@ -98,52 +68,23 @@ TEST(StringUtilitiesTest, AppendUntilRepeatsTheLastCharacter) {
   EXPECT_LE(hangul.size(), 1 + 3 * kHangulL.size());
 }
 
-TEST(StringUtilitiesTest, TrimsWhiteSpaceAndNewlinesAtBothEnds) {
-  struct Case {
-    std::string text;
-    std::string expected;
-  };
-  const Case cases[] = {
-      {"  a b  ", "a b"},
-      {"\t\n\r\v\f a \x0b", "a"},
-      {"\xc2\xa0"
-       "a"
-       "\xe2\x80\x83",
-       "a"},  // no-break space, em space
-      {"\xc2\x85"
-       "a"
-       "\xe3\x80\x80",
-       "a"},  // next line, ideographic space
-      {"\xe2\x80\x8b"
-       "a",
-       "\xe2\x80\x8b"
-       "a"},  // zero-width space is not white space
-      {" " + kDecomposedE + " ", kDecomposedE},
-      {" \xcc\x81"
-       "a",
-       "\xcc\x81"
-       "a"},  // scalar by scalar: the mark stays
-      {" \xff ", "\xff"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(trimWhitespaceAndNewLines(c.text), c.expected) << c.text;
-}
-
-TEST(StringUtilitiesTest, RemovesOccurrencesLeftToRight) {
-  struct Case {
-    const char* text;
-    const char* occurrence;
-    const char* expected;
-  };
-  const Case cases[] = {
-      {"a-b-c", "-", "abc"}, {"aaa", "aa", "a"},  {"abab", "ab", ""},  {"abc", "", "abc"},
-      {"", "x", ""},         {"xaax", "a", "xx"}, {"AbA", "a", "AbA"},  // literal: case matters
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(removeOccurrences(c.text, c.occurrence), c.expected) << c.text;
+TEST(StringUtilitiesTest, TrimsWhiteSpaceAndRemovesOccurrences) {
+  // clang-format off
+  const std::pair<std::string, std::string> trims[] = {
+      {"  a b  ", "a b"}, {"\t\n\r\v\f a \x0b", "a"},
+      {"\xc2\xa0" "a" "\xe2\x80\x83", "a"},  // no-break space, em space
+      {"\xc2\x85" "a" "\xe3\x80\x80", "a"},  // next line, ideographic space
+      {"\xe2\x80\x8b" "a", "\xe2\x80\x8b" "a"},  // zero-width space is not white space
+      {" " + kE + " ", kE}, {" \xcc\x81" "a", "\xcc\x81" "a"},  // scalar by scalar: the mark stays
+      {" \xff ", "\xff"}};
+  const std::tuple<const char*, const char*, const char*> removals[] = {
+      {"a-b-c", "-", "abc"}, {"aaa", "aa", "a"}, {"abab", "ab", ""}, {"abc", "", "abc"},
+      {"", "x", ""}, {"xaax", "a", "xx"}, {"AbA", "a", "AbA"}};  // literal: case matters
+  // clang-format on
+  for (const auto& [text, trimmed] : trims) EXPECT_EQ(trimWhitespaceAndNewLines(text), trimmed);
+  for (const auto& [text, occurrence, rest] : removals) {
+    EXPECT_EQ(removeOccurrences(text, occurrence), rest) << text;
   }
-}
-
-TEST(StringUtilitiesTest, OptionalStrings) {
   EXPECT_EQ(nonEmpty(""), std::nullopt);
   EXPECT_EQ(nonEmpty("a"), std::optional<std::string>("a"));
   EXPECT_EQ(valueOrEmpty(std::nullopt), "");
@@ -153,13 +94,10 @@ TEST(StringUtilitiesTest, OptionalStrings) {
 }
 
 TEST(UnicodeTest, LowerCasesAndComposes) {
-  EXPECT_EQ(unicode::lowercased("\xc3\x80"
-                                "B"),
-            "\xc3\xa0"
-            "b");
-  EXPECT_EQ(unicode::lowercased("\xc4\xb0"), "i\xcc\x87");  // İ: i with a dot above
-  EXPECT_EQ(unicode::normalizedNFC(kDecomposedE), "\xc3\xa9");
-  EXPECT_EQ(unicode::normalizedNFC("\xff"), "\xef\xbf\xbd");
+  EXPECT_EQ(unicode::lowercased("\u00C0B"), "\u00E0b");
+  EXPECT_EQ(unicode::lowercased("\u0130"), "i\u0307");  // İ: i with a dot above
+  EXPECT_EQ(unicode::normalizedNFC(kE), "\u00E9");
+  EXPECT_EQ(unicode::normalizedNFC("\xff"), "\uFFFD");
 }
 
 }  // namespace

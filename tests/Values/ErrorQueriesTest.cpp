@@ -1,12 +1,10 @@
+// zorlan/Values/ErrorQueries.hpp (with the URL and fetcher errors it reads): domains, codes,
+// underlying codes and summaries of any thrown error.
 #include <gtest/gtest.h>
 
-#include <exception>
 #include <filesystem>
 #include <future>
-#include <stdexcept>
-#include <string>
 #include <system_error>
-#include <vector>
 
 #include "Values/TypeName.hpp"
 #include "zorlan/Platform/BridgedError.hpp"
@@ -21,16 +19,13 @@ namespace {
 using Code = URLError::Code;
 
 // An error of a client's own, bridging itself to a chosen domain and code.
-class CustomError : public std::exception, public BridgedError {
- public:
-  CustomError(std::string domain, long code) : domain_(std::move(domain)), code_(code) {}
+struct CustomError : std::exception, BridgedError {
+  CustomError(std::string domain, long code) : domain(std::move(domain)), number(code) {}
   const char* what() const noexcept override { return "CustomError"; }
-  std::string errorDomain() const override { return domain_; }
-  long errorCode() const override { return code_; }
-
- private:
-  std::string domain_;
-  long code_;
+  std::string errorDomain() const override { return domain; }
+  long errorCode() const override { return number; }
+  std::string domain;
+  long number;
 };
 
 // A thrown value that bridges itself but is not a std::exception.
@@ -131,48 +126,39 @@ std::vector<Case> cases() {
 TEST(ErrorQueriesTest, ReduceErrorsToDomainCodeAndSummaries) {
   for (const Case& c : cases()) {
     SCOPED_TRACE(c.label);
-    EXPECT_EQ(domain(c.error), c.domain);
-    EXPECT_EQ(code(c.error), c.code);
-    EXPECT_EQ(underlyingErrorCodes(c.error), c.underlyingCodes);
-    EXPECT_EQ(errorTypeString(c.error), c.typeString);
-    EXPECT_EQ(urlErrorCodeName(c.error), c.urlCodeName);
+    const auto check = [&c](const auto& error) {
+      EXPECT_EQ(domain(error), c.domain);
+      EXPECT_EQ(code(error), c.code);
+      EXPECT_EQ(underlyingErrorCodes(error), c.underlyingCodes);
+      EXPECT_EQ(errorTypeString(error), c.typeString);
+      EXPECT_EQ(urlErrorCodeName(error), c.urlCodeName);
+    };
+    check(c.error);
     try {
       std::rethrow_exception(c.error);
     } catch (const std::exception& e) {
-      EXPECT_EQ(domain(e), c.domain);
-      EXPECT_EQ(code(e), c.code);
-      EXPECT_EQ(underlyingErrorCodes(e), c.underlyingCodes);
-      EXPECT_EQ(errorTypeString(e), c.typeString);
-      EXPECT_EQ(urlErrorCodeName(e), c.urlCodeName);
+      check(e);
     } catch (...) {
     }
   }
 }
 
 TEST(ErrorQueriesTest, URLErrorCodeNamesFollowTheirTable) {
-  const struct {
-    long code;
-    const char* name;
-  } table[] = {
-      {-1000, "NSURLErrorBadURL"},
-      {-1004, "NSURLErrorCannotConnectToHost"},
-      {-1017, "NSURLErrorCannotParseResponse"},
-      {-1018, "NSURLErrorInternationalRoamingOff"},
-      {-1019, "NSURLErrorCallIsActive"},
-      {-1020, "NSURLErrorDataNotAllowed"},
-      // Well-known codes left out of the table fall through to decimal.
-      {-1002, "-1002"},
-      {-1005, "-1005"},
-      {-999, "-999"},
-      {0, "0"},
-  };
-  for (const auto& row : table) {
-    SCOPED_TRACE(row.code);
-    const URLError error(static_cast<Code>(row.code));
-    EXPECT_EQ(urlErrorCodeName(error), row.name);
-    EXPECT_EQ(code(error), row.code);
+  // Well-known codes left out of the table fall through to decimal.
+  // clang-format off
+  const std::pair<long, const char*> table[] = {
+      {-1000, "NSURLErrorBadURL"}, {-1004, "NSURLErrorCannotConnectToHost"},
+      {-1017, "NSURLErrorCannotParseResponse"}, {-1018, "NSURLErrorInternationalRoamingOff"},
+      {-1019, "NSURLErrorCallIsActive"}, {-1020, "NSURLErrorDataNotAllowed"},
+      {-1002, "-1002"}, {-1005, "-1005"}, {-999, "-999"}, {0, "0"}};
+  // clang-format on
+  for (const auto& [number, name] : table) {
+    SCOPED_TRACE(number);
+    const URLError error(static_cast<Code>(number));
+    EXPECT_EQ(urlErrorCodeName(error), name);
+    EXPECT_EQ(code(error), number);
     // The same code outside the URL domain is only a number.
-    EXPECT_EQ(urlErrorCodeName(CustomError("OtherDomain", row.code)), std::to_string(row.code));
+    EXPECT_EQ(urlErrorCodeName(CustomError("OtherDomain", number)), std::to_string(number));
   }
 }
 
@@ -209,19 +195,15 @@ TEST(ErrorQueriesDeathTest, NullErrorsAreRefused) {
 }
 
 TEST(TypeNameTest, QualifiersAreDroppedEverywhere) {
-  const struct {
-    const char* qualified;
-    const char* unqualified;
-  } table[] = {
-      {"zorlan::(anonymous namespace)::Local", "Local"},
-      {"a::Outer<b::X>::Inner", "Inner"},
+  // clang-format off
+  const std::pair<const char*, const char*> table[] = {
+      {"zorlan::(anonymous namespace)::Local", "Local"}, {"a::Outer<b::X>::Inner", "Inner"},
       {"a::Pair<a::b::C, std::map<int, x::Y> >", "Pair<C, map<int, Y> >"},
-      {"zorlan::Box<unsigned long>", "Box<unsigned long>"},
-      {"run()::LocalError", "LocalError"},
-      {"zorlan::Fn<void (zorlan::A::*)(int)>", "Fn<void (*)(int)>"},
-  };
-  for (const auto& row : table) {
-    EXPECT_EQ(detail::unqualifiedTypeName(row.qualified), row.unqualified) << row.qualified;
+      {"zorlan::Box<unsigned long>", "Box<unsigned long>"}, {"run()::LocalError", "LocalError"},
+      {"zorlan::Fn<void (zorlan::A::*)(int)>", "Fn<void (*)(int)>"}};
+  // clang-format on
+  for (const auto& [qualified, unqualified] : table) {
+    EXPECT_EQ(detail::unqualifiedTypeName(qualified), unqualified) << qualified;
   }
 }
 

@@ -1,8 +1,8 @@
+// zorlan/Values/Safe.hpp: lossy decoding of members and array elements, and the exact line it
+// reports for each value that fails.
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
-#include <cstdint>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,13 +15,13 @@ namespace zorlan {
 namespace {
 
 using testing::LogCapture;
+using Kind = DecodingError::Kind;
 
-constexpr std::string_view kDecodingErrorPrefix =
+const std::string kPrefix =
     "\u274C \U0001F92E\U0001F92E\U0001F92E server data is unexpected or corrupt, failed to "
-    "decode element.\nError: ";
-constexpr std::string_view kOtherErrorPrefix =
-    "\u274C \U0001F92E\U0001F92E\U0001F92E server data is unexpected or corrupt, failed to "
-    "decode element. Error: ";
+    "decode element.";
+const std::string kDecodingErrorPrefix = kPrefix + "\nError: ";
+const std::string kOtherErrorPrefix = kPrefix + " Error: ";
 
 // Runs `body` on the keyed container of the JSON object `json`.
 template <class F>
@@ -31,18 +31,6 @@ auto withContainer(std::string_view json, F body) {
   return body(Decoder(value, options).container());
 }
 
-// The description of the error that `decode` throws on the container of `json`.
-template <class F>
-std::string decodingErrorOf(std::string_view json, F decode) {
-  try {
-    withContainer(json, decode);
-  } catch (const DecodingError& error) {
-    return error.description();
-  }
-  ADD_FAILURE() << "expected a decoding error for " << json;
-  return {};
-}
-
 struct Show {
   std::string title;
   int year = 0;
@@ -50,50 +38,50 @@ struct Show {
 ZORLAN_CODABLE(Show, title, year)
 
 TEST(SafeTest, ArraysKeepTheElementsThatDecodeAndReportEachOtherOne) {
-  struct Case {
-    const char* json;
-    std::vector<int> kept;
-    std::vector<std::string> reportedPaths;
-  };
-  const Case cases[] = {
-      {R"({"items": [1, "x", 3]})", {1, 3}, {"items.1"}},
-      {R"({"items": []})", {}, {}},
+  // clang-format off
+  const std::tuple<const char*, std::vector<int>, std::vector<std::string>> cases[] = {
+      {R"({"items": [1, "x", 3]})", {1, 3}, {"items.1"}}, {R"({"items": []})", {}, {}},
       {R"({"items": [null, 2, 2.5, true]})", {2}, {"items.0", "items.2", "items.3"}},
       {R"({"items": [[1], {"a": 1}, 7]})", {7}, {"items.0", "items.1"}},
-      {R"({"items": [5, 6], "other": "x"})", {5, 6}, {}},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.json);
+      {R"({"items": [5, 6], "other": "x"})", {5, 6}, {}}};
+  // clang-format on
+  for (const auto& [json, expected, reportedPaths] : cases) {
+    SCOPED_TRACE(json);
     for (const bool ifPresent : {false, true}) {
       LogCapture log;
-      const std::vector<int> kept = withContainer(c.json, [&](const KeyedDecodingContainer& k) {
+      const std::vector<int> kept = withContainer(json, [&](const KeyedDecodingContainer& k) {
         return ifPresent ? decodeSafelyIfPresent<std::vector<int>>(k, "items").value()
                          : decodeSafely<std::vector<int>>(k, "items");
       });
-      EXPECT_EQ(kept, c.kept);
+      EXPECT_EQ(kept, expected);
       std::vector<std::string> paths;
       for (const auto& message : log.messages()) {
         paths.push_back(message.substr(message.rfind(", key: ") + 7));
       }
-      EXPECT_EQ(paths, c.reportedPaths);
+      EXPECT_EQ(paths, reportedPaths);
     }
   }
 }
 
 TEST(SafeTest, ReportOfADecodingErrorIsOneErrorLineWithDescriptionAndPath) {
   LogCapture log(LogLevelConfig{LogLevel::error, LogLevel::error});
-  withContainer(R"({"items": [1, "x", 3]})", [](const KeyedDecodingContainer& k) {
+  const char* json = R"({"items": [1, "x", 3]})";
+  withContainer(json, [](const KeyedDecodingContainer& k) {
     return decodeSafely<std::vector<int>>(k, "items");
   });
+  // The description is the one a strict decode of the same member throws.
+  std::string description;
+  try {
+    withContainer(
+        json, [](const KeyedDecodingContainer& k) { return k.decode<std::vector<int>>("items"); });
+  } catch (const DecodingError& error) {
+    description = error.description();
+  }
+  EXPECT_NE(description.find("items"), std::string::npos);
   const auto events = log.events();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].level, LoggerLevel::error);
-  // The description is the one a strict decode of the same member throws.
-  const std::string description = decodingErrorOf(
-      R"({"items": [1, "x", 3]})",
-      [](const KeyedDecodingContainer& k) { return k.decode<std::vector<int>>("items"); });
-  EXPECT_NE(description.find("items"), std::string::npos);
-  EXPECT_EQ(events[0].message, std::string(kDecodingErrorPrefix) + description + ", key: items.1");
+  EXPECT_EQ(events[0].message, kDecodingErrorPrefix + description + ", key: items.1");
   EXPECT_EQ(events[0].file, "Wrappers/Safe");
   EXPECT_EQ(events[0].line, 28);
   EXPECT_EQ(events[0].function, "init(from:)");
@@ -113,31 +101,30 @@ TEST(SafeTest, PathsOfNestedMembersAndOfDescribedElements) {
   const auto messages = log.messages();
   ASSERT_EQ(messages.size(), 2u);
   // The missing key names the element; the mistyped member is one level deeper.
-  EXPECT_TRUE(messages[0].starts_with(std::string(kDecodingErrorPrefix) + "keyNotFound("));
+  EXPECT_TRUE(messages[0].starts_with(kDecodingErrorPrefix + "keyNotFound("));
   EXPECT_TRUE(messages[0].ends_with(", key: page.shows.1")) << messages[0];
-  EXPECT_TRUE(messages[1].starts_with(std::string(kDecodingErrorPrefix) + "typeMismatch("));
+  EXPECT_TRUE(messages[1].starts_with(kDecodingErrorPrefix + "typeMismatch("));
   EXPECT_TRUE(messages[1].ends_with(", key: page.shows.2.year")) << messages[1];
 }
 
 TEST(SafeTest, TheMemberItselfIsNotLossy) {
-  // What each lossy decode makes of a member that is missing, null or of the
-  // wrong kind: a value, absent, or the DecodingError kind thrown.
-  using Kind = DecodingError::Kind;
+  // What each lossy decode makes of a member that is missing, null or of the wrong kind: the
+  // DecodingError kind thrown, or whether a value came back.
   struct Outcome {
     std::optional<Kind> thrown;
     bool present = false;
   };
-  struct Case {
+  // clang-format off
+  const struct {
     const char* json;
     Outcome safely, arrayIfPresent;
     std::size_t reportsOfSingle;  // decodeSafelyIfPresent<int>, always absent here
-  };
-  const Case cases[] = {
+  } cases[] = {
       {R"({})", {Kind::keyNotFound}, {std::nullopt, false}, 0},
       {R"({"items": null})", {Kind::valueNotFound}, {std::nullopt, false}, 0},
       {R"({"items": "1, 2"})", {Kind::typeMismatch}, {Kind::typeMismatch}, 1},
-      {R"({"items": {"0": 1}})", {Kind::typeMismatch}, {Kind::typeMismatch}, 1},
-  };
+      {R"({"items": {"0": 1}})", {Kind::typeMismatch}, {Kind::typeMismatch}, 1}};
+  // clang-format on
   const auto outcomeOf = [](const char* json, auto decode) {
     Outcome outcome;
     try {
@@ -147,20 +134,21 @@ TEST(SafeTest, TheMemberItselfIsNotLossy) {
     }
     return outcome;
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.json);
     LogCapture log;
-    const Outcome safely = outcomeOf(c.json, [](const KeyedDecodingContainer& k) {
-      return std::optional(decodeSafely<std::vector<int>>(k, "items"));
-    });
-    EXPECT_EQ(safely.thrown, c.safely.thrown);
+    EXPECT_EQ(outcomeOf(c.json,
+                        [](const KeyedDecodingContainer& k) {
+                          return std::optional(decodeSafely<std::vector<int>>(k, "items"));
+                        })
+                  .thrown,
+              c.safely.thrown);
     const Outcome arrayIfPresent = outcomeOf(c.json, [](const KeyedDecodingContainer& k) {
       return decodeSafelyIfPresent<std::vector<int>>(k, "items");
     });
     EXPECT_EQ(arrayIfPresent.thrown, c.arrayIfPresent.thrown);
     EXPECT_EQ(arrayIfPresent.present, c.arrayIfPresent.present);
     EXPECT_TRUE(log.events().empty());  // the array decodes report nothing here
-
     const Outcome single = outcomeOf(c.json, [](const KeyedDecodingContainer& k) {
       return decodeSafelyIfPresent<int>(k, "items");
     });
@@ -187,10 +175,14 @@ TEST(SafeTest, SingleValues) {
                 });
   const auto messages = log.messages();
   ASSERT_EQ(messages.size(), 2u);
-  EXPECT_TRUE(messages[0].starts_with(std::string(kDecodingErrorPrefix) + "typeMismatch("));
+  EXPECT_TRUE(messages[0].starts_with(kDecodingErrorPrefix + "typeMismatch("));
   EXPECT_TRUE(messages[0].ends_with(", key: rating"));
-  EXPECT_TRUE(messages[1].starts_with(std::string(kDecodingErrorPrefix) + "valueNotFound("));
+  EXPECT_TRUE(messages[1].starts_with(kDecodingErrorPrefix + "valueNotFound("));
   EXPECT_TRUE(messages[1].ends_with(", key: none"));
+  EXPECT_EQ(Safe<int>(5).value(), 5);
+  EXPECT_EQ(Safe<int>(std::nullopt).value(), std::nullopt);
+  EXPECT_EQ(Safe<int>().value(), std::nullopt);
+  EXPECT_EQ(codingTypeName<std::vector<Safe<std::int64_t>>>(), "Array<Safe<Int>>");
 }
 
 // Decodes by throwing what the JSON string names.
@@ -213,22 +205,15 @@ TEST(SafeTest, OtherExceptionsAreReportedOnOneLineAtTheirOwnSourceLine) {
   EXPECT_EQ(kept.size(), 1u);
   const auto events = log.events();
   ASSERT_EQ(events.size(), 3u);
-  EXPECT_EQ(events[0].message, std::string(kOtherErrorPrefix) + "catalog service returned garbage");
+  EXPECT_EQ(events[0].message, kOtherErrorPrefix + "catalog service returned garbage");
   EXPECT_EQ(events[0].line, 36);
   EXPECT_EQ(events[0].function, "init(from:)");
   EXPECT_EQ(events[0].file, "Wrappers/Safe");
-  EXPECT_EQ(events[1].message, std::string(kOtherErrorPrefix) + "int");
+  EXPECT_EQ(events[1].message, kOtherErrorPrefix + "int");
   EXPECT_EQ(events[1].line, 36);
   // The JSON number is a decoding error of the string the type reads first.
   EXPECT_TRUE(events[2].message.starts_with(kDecodingErrorPrefix));
   EXPECT_EQ(events[2].line, 28);
-}
-
-TEST(SafeTest, DirectConstruction) {
-  EXPECT_EQ(Safe<int>(5).value(), 5);
-  EXPECT_EQ(Safe<int>(std::nullopt).value(), std::nullopt);
-  EXPECT_EQ(Safe<int>().value(), std::nullopt);
-  EXPECT_EQ(codingTypeName<std::vector<Safe<std::int64_t>>>(), "Array<Safe<Int>>");
 }
 
 }  // namespace
