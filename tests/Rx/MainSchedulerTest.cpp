@@ -53,7 +53,7 @@ TEST_F(MainSchedulerTest, WhereEachSchedulerRunsAnActionScheduledFromTheMainQueu
   for (const auto& [name, scheduler, expected] : cases) {
     SCOPED_TRACE(name);
     Log log;
-    DispatchQueue::main().async([&] {
+    DispatchQueue::main().async([&, scheduler = scheduler] {
       scheduler->schedule(record(log, "action"));
       log.push_back("returned");
     });
