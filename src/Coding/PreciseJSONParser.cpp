@@ -56,8 +56,7 @@ struct PreciseHandler : JSONParserHandlerBase {
     return true;
   }
   bool on_int64(std::int64_t i, sv_t s, ec_t&) {
-    // "-0" is the text of the double -0.0: keep its sign.
-    const bool negativeZero = i == 0 && (number.empty() ? s.starts_with('-') : number[0] == '-');
+    const bool negativeZero = isNegativeZeroText(i, std::string_view(s.data(), s.size()), number);
     number.clear();
     if (negativeZero) {
       st.push_double(-0.0);

@@ -10,6 +10,7 @@
 #include <boost/json/value.hpp>
 #include <boost/system/error_code.hpp>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,6 +43,14 @@ boost::json::parse_options jsonParseOptions();
 // keeps Boost.JSON's infinity or zero, and a zero with such an exponent is a
 // zero.
 double preciseDouble(double parsed, std::string_view text);
+
+// Whether the integer 0 that Boost.JSON read was written "-0" (the text of
+// the double -0.0): `last` is the number's last piece, `earlier` its pieces
+// before that (empty when the number came in one piece).
+inline bool isNegativeZeroText(std::int64_t value, std::string_view last,
+                               std::string_view earlier) noexcept {
+  return value == 0 && (earlier.empty() ? last.starts_with('-') : earlier.front() == '-');
+}
 
 // The limits and names a handler of boost::json::basic_parser declares: no
 // limits beyond Boost.JSON's own.
