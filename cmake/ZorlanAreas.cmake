@@ -3,7 +3,7 @@
 # an object library that sees only the areas it names, and the layer check
 # (cmake/CheckLayers.cmake, run by CTest) fails on any include that crosses
 # it. docs/ARCHITECTURE.md explains the order.
-set(ZORLAN_AREAS Base Dispatch Rx Platform Coding Scheduling Logging Values Text Numerics JSON)
+set(ZORLAN_AREAS Base Dispatch Rx Platform Coding Scheduling Logging Values Text Numerics JSON Environment)
 
 set(ZORLAN_AREA_USES_Base "")
 set(ZORLAN_AREA_USES_Dispatch Base)
@@ -16,6 +16,7 @@ set(ZORLAN_AREA_USES_Values Base Platform Coding Logging)
 set(ZORLAN_AREA_USES_Text Base Platform)
 set(ZORLAN_AREA_USES_Numerics Base Rx Platform Logging)
 set(ZORLAN_AREA_USES_JSON Base Platform Coding Numerics)
+set(ZORLAN_AREA_USES_Environment Base Dispatch Rx Platform Logging)
 
 # What every area's objects need: the headers, the language level and the
 # third-party libraries the library links.
@@ -39,6 +40,10 @@ function(zorlan_add_areas library)
   set(rules "")
   foreach(area ${ZORLAN_AREAS})
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${area}/*.cpp)
+    string(APPEND rules "set(USES_${area} \"${ZORLAN_AREA_USES_${area}}\")\n")
+    if(NOT sources)
+      continue()  # an area of headers only (or one still empty) has no objects
+    endif()
     add_library(zorlan_area_${area} OBJECT ${sources})
     get_target_property(kind ${library} TYPE)
     if(kind STREQUAL "SHARED_LIBRARY")
@@ -53,7 +58,6 @@ function(zorlan_add_areas library)
     endforeach()
     zorlan_warnings(zorlan_area_${area})
     target_sources(${library} PRIVATE $<TARGET_OBJECTS:zorlan_area_${area}>)
-    string(APPEND rules "set(USES_${area} \"${ZORLAN_AREA_USES_${area}}\")\n")
   endforeach()
   string(PREPEND rules "set(AREAS \"${ZORLAN_AREAS}\")\n")
   file(WRITE ${PROJECT_BINARY_DIR}/ZorlanAreaRules.cmake "${rules}")
