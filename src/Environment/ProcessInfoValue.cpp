@@ -1,0 +1,67 @@
+#include "zorlan/Environment/ProcessInfoValue.hpp"
+
+#include <string>
+
+#include "Environment/DeploymentValues.hpp"
+
+namespace zorlan {
+
+namespace {
+
+constexpr std::string_view kPathTemplate =
+    "/prod/tesk-sdk/v{configVersion}/{clientKey}/{deviceFamily}/v{sdkVersion}/{deviceRuntime}/"
+    "{deviceProfile}/{environment}.json";
+
+std::string makeAddress(ProcessInfoValue value) {
+  std::string address(configurationBaseAddress());
+  address += configurationToken(value);
+  address += kPathTemplate;
+  return address;
+}
+
+}  // namespace
+
+std::string_view rawValue(ProcessInfoValue value) noexcept {
+  return value == ProcessInfoValue::velmorConfigOverrideURL ? "velmorConfigOverrideURL"
+                                                            : "quenConfigOverrideURL";
+}
+
+std::optional<ProcessInfoValue> processInfoValueFromRawValue(std::string_view raw) noexcept {
+  for (auto value : {ProcessInfoValue::velmorConfigOverrideURL,
+                     ProcessInfoValue::quenConfigOverrideURL}) {
+    if (rawValue(value) == raw) return value;
+  }
+  return std::nullopt;
+}
+
+const std::string& configurationAddress(ProcessInfoValue value) {
+  static const std::string velmor = makeAddress(ProcessInfoValue::velmorConfigOverrideURL);
+  static const std::string quen = makeAddress(ProcessInfoValue::quenConfigOverrideURL);
+  return value == ProcessInfoValue::velmorConfigOverrideURL ? velmor : quen;
+}
+
+std::string_view configurationToken(ProcessInfoValue value) noexcept {
+  return value == ProcessInfoValue::velmorConfigOverrideURL ? detail::deployment::velmorQAToken()
+                                                            : detail::deployment::quenQAToken();
+}
+
+std::string_view configurationBaseAddress() noexcept {
+  return detail::deployment::configurationBaseAddress();
+}
+
+std::string_view configurationPathTemplate() noexcept { return kPathTemplate; }
+
+std::string_view rawValue(PlaybackURL url) noexcept {
+  return url == PlaybackURL::basicNonDRMAsset
+             ? detail::deployment::basicNonDRMPlaylist()
+             : detail::deployment::multipleAudioSubtitlesPlaylist();
+}
+
+std::optional<PlaybackURL> playbackURLFromRawValue(std::string_view raw) noexcept {
+  for (auto url : {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}) {
+    if (rawValue(url) == raw) return url;
+  }
+  return std::nullopt;
+}
+
+}  // namespace zorlan
