@@ -42,7 +42,8 @@ template <class Blocks>
 std::optional<std::uint64_t> capacity(const char* what, const char* function, Blocks blocks) {
   const std::string prefix = std::string("Could not get ") + what + " disk space - ";
   auto report = [&](const std::string& message, int line) {
-    Log::shared().debug(DeviceExtensions{}, prefix + message, SourceLocation(kFile, line, function));
+    Log::shared().debug(DeviceExtensions{}, prefix + message,
+                        SourceLocation(kFile, line, function));
   };
   const std::optional<std::string> home = homeDirectory();
   if (!home) {
@@ -56,9 +57,9 @@ std::optional<std::uint64_t> capacity(const char* what, const char* function, Bl
     return std::nullopt;
   }
   std::uint64_t bytes = 0;
-  if (volume.f_frsize == 0 || __builtin_mul_overflow(static_cast<std::uint64_t>(blocks(volume)),
-                                                     static_cast<std::uint64_t>(volume.f_frsize),
-                                                     &bytes)) {
+  if (volume.f_frsize == 0 ||
+      __builtin_mul_overflow(static_cast<std::uint64_t>(blocks(volume)),
+                             static_cast<std::uint64_t>(volume.f_frsize), &bytes)) {
     report("retrieved nil", __LINE__);
     return std::nullopt;
   }
@@ -73,8 +74,7 @@ std::optional<std::uint64_t> availableDiskCapacity() {
 }
 
 std::optional<std::uint64_t> totalDiskCapacity() {
-  return capacity("total", "totalDiskCapacity",
-                  [](const struct statvfs& v) { return v.f_blocks; });
+  return capacity("total", "totalDiskCapacity", [](const struct statvfs& v) { return v.f_blocks; });
 }
 
 }  // namespace zorlan::device

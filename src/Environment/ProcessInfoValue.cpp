@@ -27,8 +27,8 @@ std::string_view rawValue(ProcessInfoValue value) noexcept {
 }
 
 std::optional<ProcessInfoValue> processInfoValueFromRawValue(std::string_view raw) noexcept {
-  for (auto value : {ProcessInfoValue::velmorConfigOverrideURL,
-                     ProcessInfoValue::quenConfigOverrideURL}) {
+  for (auto value :
+       {ProcessInfoValue::velmorConfigOverrideURL, ProcessInfoValue::quenConfigOverrideURL}) {
     if (rawValue(value) == raw) return value;
   }
   return std::nullopt;

@@ -88,8 +88,10 @@ constexpr std::pair<std::string_view, TextStyleRule::EdgeStyle> kEdgeStyles[] = 
     {"Uniform", TextStyleRule::EdgeStyle::uniform},
     {"DropShadow", TextStyleRule::EdgeStyle::dropShadow}};
 constexpr std::pair<std::string_view, TextStyleRule::Alignment> kAlignments[] = {
-    {"Start", TextStyleRule::Alignment::start}, {"Middle", TextStyleRule::Alignment::middle},
-    {"End", TextStyleRule::Alignment::end},     {"Left", TextStyleRule::Alignment::left},
+    {"Start", TextStyleRule::Alignment::start},
+    {"Middle", TextStyleRule::Alignment::middle},
+    {"End", TextStyleRule::Alignment::end},
+    {"Left", TextStyleRule::Alignment::left},
     {"Right", TextStyleRule::Alignment::right}};
 
 // The rule `element` describes, or absent when it gives no usable attribute.

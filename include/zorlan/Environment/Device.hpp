@@ -74,8 +74,7 @@ T platform(DeviceFamily family, std::optional<std::type_identity_t<T>> iOS,
 
 // The same for the family the host application set (`Device::family()`).
 template <class T>
-T platform(std::optional<std::type_identity_t<T>> iOS,
-           std::optional<std::type_identity_t<T>> tvOS,
+T platform(std::optional<std::type_identity_t<T>> iOS, std::optional<std::type_identity_t<T>> tvOS,
            std::optional<std::type_identity_t<T>> visionOS, T other) {
   return platform<T>(Device::family(), std::move(iOS), std::move(tvOS), std::move(visionOS),
                      std::move(other));

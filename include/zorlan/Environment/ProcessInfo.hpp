@@ -30,9 +30,9 @@ enum class ProcessInfoKeys {
 
 // Every key, in declaration order.
 inline constexpr ProcessInfoKeys kAllProcessInfoKeys[] = {
-    ProcessInfoKeys::videoURLOverride,          ProcessInfoKeys::testConfigurationModel,
-    ProcessInfoKeys::halcyraConfigOverrideURL,  ProcessInfoKeys::convivaCustomerIdOverride,
-    ProcessInfoKeys::convivaGatewayOverride,    ProcessInfoKeys::runningForPreviews,
+    ProcessInfoKeys::videoURLOverride,         ProcessInfoKeys::testConfigurationModel,
+    ProcessInfoKeys::halcyraConfigOverrideURL, ProcessInfoKeys::convivaCustomerIdOverride,
+    ProcessInfoKeys::convivaGatewayOverride,   ProcessInfoKeys::runningForPreviews,
 };
 
 // The variable name of `key`.

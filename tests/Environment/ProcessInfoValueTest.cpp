@@ -1,0 +1,52 @@
+// zorlan/Environment/ProcessInfoValue.hpp: raw values and the QA configuration addresses.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "zorlan/Environment/ProcessInfoValue.hpp"
+
+namespace zorlan {
+namespace {
+
+TEST(ProcessInfoValueTest, RawValuesAreExact) {
+  for (auto value :
+       {ProcessInfoValue::velmorConfigOverrideURL, ProcessInfoValue::quenConfigOverrideURL}) {
+    EXPECT_EQ(processInfoValueFromRawValue(rawValue(value)), value);
+  }
+  EXPECT_EQ(rawValue(ProcessInfoValue::quenConfigOverrideURL), "quenConfigOverrideURL");
+  EXPECT_FALSE(processInfoValueFromRawValue("VelmorConfigOverrideURL"));
+  for (auto url : {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}) {
+    const std::string raw(rawValue(url));
+    EXPECT_EQ(raw.rfind("https://", 0), 0u) << raw;
+    EXPECT_EQ(playbackURLFromRawValue(raw), url);
+    EXPECT_FALSE(playbackURLFromRawValue(raw + "/"));
+    EXPECT_FALSE(playbackURLFromRawValue("HTTPS" + raw.substr(5)));
+  }
+}
+
+TEST(ProcessInfoValueTest, AddressIsBaseThenTokenThenTheUnfilledTemplate) {
+  const std::pair<ProcessInfoValue, std::size_t> tokenLengths[] = {
+      {ProcessInfoValue::velmorConfigOverrideURL, 200},
+      {ProcessInfoValue::quenConfigOverrideURL, 192}};
+  const std::string base(configurationBaseAddress());
+  ASSERT_EQ(base.rfind("https://", 0), 0u);
+  ASSERT_TRUE(base.ends_with("/halcyra/sdk-config/"));
+  for (const auto& [value, length] : tokenLengths) {
+    const std::string token(configurationToken(value));
+    EXPECT_EQ(token.size(), length);
+    EXPECT_EQ(token.find_first_not_of(
+                  "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/="),
+              std::string::npos);
+    const std::string& address = configurationAddress(value);
+    EXPECT_EQ(address, base + token + std::string(configurationPathTemplate()));
+    EXPECT_TRUE(address.ends_with("{environment}.json"));
+    for (const char* placeholder :
+         {"/prod/tesk-sdk/v{configVersion}/", "{clientKey}", "{deviceFamily}", "v{sdkVersion}",
+          "{deviceRuntime}", "{deviceProfile}"}) {
+      EXPECT_NE(address.find(placeholder), std::string::npos) << placeholder;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zorlan

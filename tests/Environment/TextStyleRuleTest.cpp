@@ -1,0 +1,106 @@
+// zorlan/Environment/TextStyleRule.hpp: rules from XML and binary property lists, the values
+// that are ignored, and the report of data that is no property list.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/LogCapture.hpp"
+#include "zorlan/Environment/TextStyleRule.hpp"
+
+namespace zorlan {
+namespace {
+
+Data fromHex(std::string_view hex) {
+  std::vector<std::uint8_t> bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes.push_back(
+        static_cast<std::uint8_t>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16)));
+  }
+  return Data(std::move(bytes));
+}
+
+std::string plist(const std::string& body) {
+  return R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0">)" + body + "</plist>";
+}
+std::string ruleWith(const std::string& attributes) {
+  return plist("<dict><key>textMarkupAttributes</key><dict>" + attributes + "</dict></dict>");
+}
+
+// The same three elements in both formats: a full rule, one with only an unknown
+// attribute (skipped), and one with alignment and font family.
+const std::string kXML = plist(R"(<array>
+  <dict><key>textSelector</key><string>en</string><key>textMarkupAttributes</key><dict>
+    <key>ForegroundColorARGB</key><array><real>1</real><real>1</real><real>0.5</real><integer>0</integer></array>
+    <key>RelativeFontSize</key><integer>150</integer><key>BoldStyle</key><true/>
+    <key>CharacterEdgeStyle</key><string>DropShadow</string></dict></dict>
+  <dict><key>textMarkupAttributes</key><dict><key>Unknown</key><integer>1</integer></dict></dict>
+  <dict><key>textMarkupAttributes</key><dict><key>Alignment</key><string>Middle</string>
+    <key>FontFamilyName</key><string>Mono</string></dict></dict></array>)");
+const Data kBinary = fromHex(
+    "62706c6973743030a3011115d2020304105f1014746578744d61726b7570417474726962757465735c7465787453"
+    "656c6563746f72d405060708090a0b0f59426f6c645374796c655f1012436861726163746572456467655374796c"
+    "655f1013466f726567726f756e64436f6c6f72415247425f101052656c6174697665466f6e7453697a65095a4472"
+    "6f70536861646f77a40c0c0d0e233ff0000000000000233fe00000000000001000109652656ed10212d113145755"
+    "6e6b6e6f776e1001d10216d21718191a59416c69676e6d656e745e466f6e7446616d696c794e616d65564d696464"
+    "6c65544d6f6e6f080c1128353e485d7386879297a0a9abadb0b3b6bec0c3c8d2e1e8000000000000010100000000"
+    "0000001b000000000000000000000000000000ed");
+
+TEST(TextStyleRuleTest, BuildsTheRulesOfXMLAndBinaryPropertyLists) {
+  TextStyleRule first;
+  first.textSelector = "en";
+  first.foregroundColor = TextStyleRule::ARGB{1, 1, 0.5, 0};
+  first.relativeFontSize = 150;
+  first.bold = true;
+  first.characterEdgeStyle = TextStyleRule::EdgeStyle::dropShadow;
+  TextStyleRule second;
+  second.alignment = TextStyleRule::Alignment::middle;
+  second.fontFamilyName = "Mono";
+  testing::LogCapture log;
+  EXPECT_EQ(textStyleRules(Data(kXML)), (std::vector<TextStyleRule>{first, second}));
+  EXPECT_EQ(textStyleRules(kBinary), (std::vector<TextStyleRule>{first, second}));
+  const auto single = textStyleRules(Data(ruleWith("<key>ItalicStyle</key><false/>")));
+  ASSERT_TRUE(single && single->size() == 1);
+  EXPECT_EQ(single->front().italic, false);
+  EXPECT_TRUE(log.events().empty());
+}
+
+TEST(TextStyleRuleTest, PropertyListsThatBuildNoRuleGiveAbsentWithoutAReport) {
+  const std::string cases[] = {
+      plist("<string>rules</string>"),
+      plist("<array/>"),
+      plist("<array><integer>1</integer></array>"),
+      plist("<dict><key>textSelector</key><string>en</string></dict>"),
+      ruleWith("<key>ForegroundColorARGB</key><array><real>1</real><real>1</real><real>1</real></"
+               "array>"),
+      ruleWith("<key>BackgroundColorARGB</key><array><real>1</real><real>1.5</real><real>0</"
+               "real><real>0</real></array>"),
+      ruleWith("<key>RelativeFontSize</key><integer>-5</integer>"),
+      ruleWith("<key>RelativeFontSize</key><real>0</real>"),
+      ruleWith("<key>UnderlineStyle</key><string>YES</string>"),
+      ruleWith("<key>Alignment</key><string>middle</string>"),
+      ruleWith("<key>CharacterEdgeStyle</key><integer>1</integer>")};
+  testing::LogCapture log;
+  for (const auto& text : cases) EXPECT_FALSE(textStyleRules(Data(text))) << text;
+  EXPECT_TRUE(log.events().empty());
+}
+
+TEST(TextStyleRuleTest, DataThatIsNoPropertyListIsReportedOnce) {
+  const std::string garbage[] = {"", "not a property list", "<plist><dict><key>a</key>",
+                                 "bplist00\x01\x02", std::string(kXML).substr(0, kXML.size() / 2)};
+  for (const auto& bytes : garbage) {
+    testing::LogCapture log;
+    EXPECT_FALSE(textStyleRules(Data(bytes))) << bytes;
+    const auto events = log.events();
+    ASSERT_EQ(events.size(), 1u) << bytes;
+    EXPECT_EQ(events[0].message,
+              "\u274C Error converting data to [AVTextStyleRule]: The data is not a property list "
+              "in XML or binary format.");
+    EXPECT_EQ(events[0].level, LoggerLevel::error);
+    EXPECT_EQ(events[0].file, "Extensions/Data+AVTextStyleRules");
+    EXPECT_EQ(events[0].line, 19);
+    EXPECT_EQ(events[0].function, "textStyleRules()");
+  }
+}
+
+}  // namespace
+}  // namespace zorlan
