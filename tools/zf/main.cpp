@@ -1,12 +1,14 @@
 // zf: command-line companion of ZorlanFoundation for people using the library.
 #include <CLI/CLI.hpp>
 
+#include "EnvCommand.hpp"
 #include "LogCommand.hpp"
 
 int main(int argc, char** argv) {
   CLI::App app{"zf: tools for applications built on ZorlanFoundation"};
   app.require_subcommand(1);
   zf::addLogCommand(app);
+  zf::addEnvCommand(app);
   CLI11_PARSE(app, argc, argv);
   return zf::exitCode();
 }
