@@ -2,6 +2,7 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -118,6 +119,27 @@ std::optional<TextStyleRule> makeRule(plist_t element) {
   return rule;
 }
 
+// The reader of binary property lists checks each object against its
+// ancestors, which costs time quadratic in the nesting depth; rules need a
+// few objects each, so lists beyond this many objects are refused unread.
+constexpr std::uint64_t kMaxBinaryObjects = 4096;
+
+// The object count in a binary property list's trailer; absent for data
+// that is not binary or too short to hold a trailer.
+std::optional<std::uint64_t> binaryObjectCount(const std::vector<std::uint8_t>& bytes) noexcept {
+  constexpr std::string_view kMagic = "bplist00";
+  constexpr std::size_t kTrailerSize = 32;
+  if (bytes.size() < kMagic.size() + kTrailerSize ||
+      !std::equal(kMagic.begin(), kMagic.end(), bytes.begin())) {
+    return std::nullopt;
+  }
+  // The trailer: six unused bytes, two size bytes, then the count (big-endian).
+  std::uint64_t count = 0;
+  const std::size_t at = bytes.size() - kTrailerSize + 8;
+  for (std::size_t i = 0; i < 8; ++i) count = (count << 8) | bytes[at + i];
+  return count;
+}
+
 void reportError(std::string_view why) noexcept {
   try {
     Log::shared().error(DataTextStyleRules{},
@@ -134,6 +156,10 @@ std::optional<std::vector<TextStyleRule>> textStyleRules(const Data& data) {
   const auto& bytes = data.bytes();
   if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
     reportError("The data is too large to be a property list.");
+    return std::nullopt;
+  }
+  if (const auto objects = binaryObjectCount(bytes); objects && *objects > kMaxBinaryObjects) {
+    reportError("The binary property list has more than 4096 objects.");
     return std::nullopt;
   }
   plist_t raw = nullptr;

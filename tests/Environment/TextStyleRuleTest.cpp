@@ -102,5 +102,34 @@ TEST(TextStyleRuleTest, DataThatIsNoPropertyListIsReportedOnce) {
   }
 }
 
+// A binary list of `count` arrays, each holding the next (4-byte offsets and references).
+Data nestedBinaryList(std::uint32_t count) {
+  std::vector<std::uint8_t> bytes{'b', 'p', 'l', 'i', 's', 't', '0', '0'};
+  auto put = [&bytes](std::uint64_t value, int size) {
+    for (int k = size - 1; k >= 0; --k)
+      bytes.push_back(static_cast<std::uint8_t>(value >> (8 * k)));
+  };
+  std::vector<std::uint32_t> offsets;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
+    bytes.push_back(i + 1 < count ? 0xA1 : 0xA0);
+    if (i + 1 < count) put(i + 1, 4);
+  }
+  const std::uint64_t table = bytes.size();
+  for (std::uint32_t offset : offsets) put(offset, 4);
+  put(0, 6), put(4, 1), put(4, 1), put(count, 8), put(0, 8), put(table, 8);
+  return Data(std::move(bytes));
+}
+
+TEST(TextStyleRuleTest, DeeplyNestedBinaryListsAreRefusedUnread) {
+  testing::LogCapture log;
+  EXPECT_FALSE(textStyleRules(nestedBinaryList(4096)));
+  EXPECT_TRUE(log.events().empty());  // read: a list, but no rule
+  EXPECT_FALSE(textStyleRules(nestedBinaryList(4097)));
+  ASSERT_EQ(log.messages(), (std::vector<std::string>{
+                                "\u274C Error converting data to [AVTextStyleRule]: The binary "
+                                "property list has more than 4096 objects."}));
+}
+
 }  // namespace
 }  // namespace zorlan

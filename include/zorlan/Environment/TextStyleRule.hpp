@@ -60,8 +60,10 @@ struct TextStyleRule {
 };
 
 // The rules `data` holds as a property list, in the list's order. Absent when
-// the data is not a property list (XML or binary) or no rule is built; when the
-// data is not a property list, logs on `Log::shared()` at level error, source
+// the data is not a property list (XML or binary) or no rule is built. When
+// the data is not a property list, or is a binary one of more than 4096
+// objects (refused unread: reading deeply nested binary lists takes time
+// quadratic in their depth), logs on `Log::shared()` at level error, source
 // "Extensions/Data+AVTextStyleRules", line 19, function "textStyleRules()":
 //   "Error converting data to [AVTextStyleRule]: <why>"
 // Never throws (except std::bad_alloc).
