@@ -1,6 +1,6 @@
 #include "zorlan/Environment/HTTPStatusClasses.hpp"
 
-#include <atomic>
+#include <mutex>
 
 #include "zorlan/Platform/HTTPStatus.hpp"
 
@@ -15,10 +15,17 @@ std::vector<int> knownCodes(int first, int last) {
   return codes;
 }
 
-// Never destroyed: threads may still read while the process exits.
-std::atomic<std::shared_ptr<const std::vector<int>>>& serverErrorSlot() {
-  static auto* slot = new std::atomic<std::shared_ptr<const std::vector<int>>>(
-      std::make_shared<const std::vector<int>>(knownCodes(500, 599)));
+// The server-error list. A mutex rather than std::atomic<std::shared_ptr>:
+// libstdc++ 12 releases that type's internal lock after a load with relaxed
+// order, so a load and a later store are not ordered (and ThreadSanitizer
+// says so). Never destroyed: threads may still read while the process exits.
+struct ServerErrorSlot {
+  std::mutex mutex;
+  std::shared_ptr<const std::vector<int>> codes =
+      std::make_shared<const std::vector<int>>(knownCodes(500, 599));
+};
+ServerErrorSlot& serverErrorSlot() {
+  static auto* slot = new ServerErrorSlot();
   return *slot;
 }
 
@@ -42,12 +49,16 @@ const std::vector<int>& HTTPStatusClasses::clientErrorCodes() {
 }
 
 std::shared_ptr<const std::vector<int>> HTTPStatusClasses::serverErrorCodes() {
-  return serverErrorSlot().load(std::memory_order_acquire);
+  ServerErrorSlot& slot = serverErrorSlot();
+  std::lock_guard lock(slot.mutex);
+  return slot.codes;
 }
 
 void HTTPStatusClasses::setServerErrorCodes(std::vector<int> codes) {
-  serverErrorSlot().store(std::make_shared<const std::vector<int>>(std::move(codes)),
-                          std::memory_order_release);
+  auto replacement = std::make_shared<const std::vector<int>>(std::move(codes));
+  ServerErrorSlot& slot = serverErrorSlot();
+  std::lock_guard lock(slot.mutex);
+  slot.codes.swap(replacement);  // the old list goes after the lock is released
 }
 
 }  // namespace zorlan

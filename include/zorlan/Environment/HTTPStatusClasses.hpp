@@ -24,9 +24,10 @@ struct HTTPStatusClasses {
 
   // The server-error codes: the registered 5xx codes until a client replaces
   // the list (say, to treat a code of its own as a server error). Readers get
-  // a snapshot they share, never a list being changed: the list is held by an
-  // atomic shared pointer, so any thread may read or replace it at any time,
-  // and every read after a replacement returns the replacement.
+  // a snapshot they share, never a list being changed: the list is a
+  // shared pointer to an immutable vector, copied out (or swapped in) under a
+  // mutex held only for that copy, so any thread may read or replace it at any
+  // time, and every read after a replacement returns the replacement.
   static std::shared_ptr<const std::vector<int>> serverErrorCodes();
   // Replaces the list for every later reader; snapshots already handed out
   // keep the list they had.
