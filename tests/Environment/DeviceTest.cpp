@@ -41,26 +41,22 @@ TEST_F(DeviceTest, FamilyDecidesEachTestAndThePlatformValue) {
   Device::setCatalyst(false);
 }
 
-TEST_F(DeviceTest, CapacityOfTheHomeVolume) {
-  testing::ScopedEnv home("HOME", std::filesystem::temp_directory_path().c_str());
-  const auto available = device::availableDiskCapacity();
-  const auto total = device::totalDiskCapacity();
-  ASSERT_TRUE(available && total);
-  EXPECT_GT(*total, 0u);
-  EXPECT_LE(*available, *total);
-}
-
-TEST_F(DeviceTest, FailedQueriesAreAbsentAndReportedAtDebugLevel) {
+TEST_F(DeviceTest, CapacityOfTheHomeVolumeOrAbsentWithADebugReport) {
+  {
+    testing::ScopedEnv home("HOME", std::filesystem::temp_directory_path().c_str());
+    const auto available = device::availableDiskCapacity(), total = device::totalDiskCapacity();
+    ASSERT_TRUE(available && total);
+    EXPECT_TRUE(*total > 0 && *available <= *total);
+  }
   testing::ScopedEnv home("HOME", "/nonexistent/zorlan-home");
   testing::LogCapture log;
   EXPECT_FALSE(device::availableDiskCapacity());
   EXPECT_FALSE(device::totalDiskCapacity());
-  const auto events = log.events();
-  ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(events[0].message,
-            "Could not get available disk space - error: No such file or directory");
-  EXPECT_EQ(events[1].message, "Could not get total disk space - error: No such file or directory");
-  for (const auto& event : events) {
+  EXPECT_EQ(log.messages(),
+            (std::vector<std::string>{
+                "Could not get available disk space - error: No such file or directory",
+                "Could not get total disk space - error: No such file or directory"}));
+  for (const auto& event : log.events()) {
     EXPECT_EQ(event.level, LoggerLevel::debug);
     EXPECT_EQ(event.file, "Extensions/Device+Extensions");
   }

