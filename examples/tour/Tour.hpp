@@ -19,5 +19,7 @@ void virtualTime();
 void logging();
 // Fuzzy search over a catalogue, an error summary, versions compared.
 void coreValues();
+// A notification posted by one feature and read by another with typed accessors.
+void notificationsBetweenFeatures();
 
 }  // namespace tour

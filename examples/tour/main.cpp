@@ -8,5 +8,6 @@ int main() {
   tour::virtualTime();
   tour::logging();
   tour::coreValues();
+  tour::notificationsBetweenFeatures();
   return 0;
 }
