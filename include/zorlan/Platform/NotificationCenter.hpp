@@ -87,7 +87,8 @@ class NotificationCenter {
   // Delivers `notification` to its observers, one after the other on this
   // thread, and returns when all have run. When handlers throw, every
   // observer is still called and the first exception is rethrown afterwards.
-  // Lock-free with respect to other posts: O(observers of the name).
+  // Posts take a lock only to copy a pointer to the observer table, never
+  // while calling handlers. O(observers of the name).
   void post(const Notification& notification);
   void post(NotificationName name, const void* object = nullptr,
             std::shared_ptr<const UserInfo> userInfo = nullptr) {
