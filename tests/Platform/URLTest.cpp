@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <set>
 #include <unordered_set>
+#include <utility>
 
 #include "Platform/ExtendedAttributes.hpp"
 #include "zorlan/Platform/URL.hpp"
@@ -91,72 +91,53 @@ TEST(URL, EqualityOrderAndHashFollowTheText) {
 }
 
 TEST(URL, QueryValues) {
-  using I = std::optional<std::int64_t>;
-  using D = std::optional<double>;
-  using B = std::optional<bool>;
-  using S = std::optional<std::string>;
   constexpr auto none = std::nullopt;
   const double inf = std::numeric_limits<double>::infinity();
   struct Case {
     const char* query;
-    S text;
-    I integer;
-    D real;
-    B boolean;
+    std::optional<std::string> text;
+    std::optional<std::int64_t> integer;
+    std::optional<double> real;
+    std::optional<bool> boolean;
   };
   const Case cases[] = {
       {"v=1&v=2", "1", 1, 1.0, none},
       {"v", none, none, none, none},
       {"v=", "", none, none, none},
-      {"v=42", "42", 42, 42.0, none},
       {"v=+7", "+7", 7, 7.0, none},
-      {"v=-7", "-7", -7, -7.0, none},
       {"v=%2B7", "+7", 7, 7.0, none},
-      {"v=9223372036854775807", "9223372036854775807", INT64_MAX, 9223372036854775807.0, none},
-      {"v=-9223372036854775808", "-9223372036854775808", INT64_MIN, -9223372036854775808.0, none},
-      {"v=9223372036854775808", "9223372036854775808", none, 9223372036854775808.0, none},
+      {"v=9223372036854775807", "9223372036854775807", INT64_MAX, 0x1p63, none},
+      {"v=-9223372036854775808", "-9223372036854775808", INT64_MIN, -0x1p63, none},
+      {"v=9223372036854775808", "9223372036854775808", none, 0x1p63, none},
       {"v=99999999999999999999", "99999999999999999999", none, 1e20, none},
       {"v=%2042", " 42", none, none, none},
-      {"v=42%20", "42 ", none, none, none},
       {"v=4.2", "4.2", none, 4.2, none},
       {"v=1.5e3", "1.5e3", none, 1500.0, none},
       {"v=0x1p3", "0x1p3", none, 8.0, none},
-      {"v=-inf", "-inf", none, -inf, none},
       {"v=1e999", "1e999", none, inf, none},
       {"v=1,5", "1,5", none, none, none},
-      {"v=1%005",
-       std::string("1\0"
-                   "5",
-                   3),
-       none, none, none},
       {"v=+-1", "+-1", none, none, none},
       {"v=true", "true", none, none, true},
       {"v=false", "false", none, none, false},
       {"v=TRUE", "TRUE", none, none, none},
-      {"v=1", "1", 1, 1.0, none},
       {"v=a%20b+c%26d=e", "a b+c&d=e", none, none, none},
-      {"w=1&v%3D=2&%76=3", "3", 3, 3.0, none},
-      {"V=1&vv=2&v=3", "3", 3, 3.0, none},
+      {"V=1&vv=2&v%3D=3&%76=4", "4", 4, 4.0, none},
       {"w=1", none, none, none, none},
   };
   for (const Case& c : cases) {
     URL url = *URL::fromString(std::string("https://h/p?") + c.query + "#v=9");
     EXPECT_EQ(url.queryValue("v"), c.text) << c.query;
     EXPECT_EQ(url.queryValue<std::int64_t>("v"), c.integer) << c.query;
+    EXPECT_EQ(url.queryValue<double>("v"), c.real) << c.query;
     EXPECT_EQ(url.queryValue<bool>("v"), c.boolean) << c.query;
-    D real = url.queryValue<double>("v");
-    EXPECT_EQ(real.has_value(), c.real.has_value()) << c.query;
-    if (real && c.real) {
-      EXPECT_DOUBLE_EQ(*real, *c.real) << c.query;
-    }
-    EXPECT_EQ(url.hasParameter("v"), c.text || std::string_view(c.query) == "v") << c.query;
   }
-  EXPECT_TRUE(std::isnan(*URL::fromString("https://h/?v=nan")->queryValue<double>("v")));
+  // strtod stops at a NUL byte short of the value's end.
+  EXPECT_FALSE(URL::fromString("https://h/?v=1%005")->queryValue<double>("v"));
   URL flag = *URL::fromString("myapp://x?flag&a%20b=c%2Bd");
-  EXPECT_EQ(flag.queryItem("flag"), (URLQueryItem{"flag", std::nullopt}));
+  EXPECT_EQ(flag.queryItem("flag"), (URLQueryItem{"flag", none}));
   EXPECT_EQ(flag.queryItem("a b"), (URLQueryItem{"a b", "c+d"}));
-  for (const char* text : {"https://h/p", "https://h/p?", "https://h/p#v=1"}) {
-    EXPECT_FALSE(URL::fromString(text)->queryItem("v")) << text;
+  EXPECT_TRUE(flag.hasParameter("flag"));
+  for (const char* text : {"https://h/p", "https://h/p?", "https://h/p#v=1", "https://h/?w"}) {
     EXPECT_FALSE(URL::fromString(text)->hasParameter("v")) << text;
   }
 }
@@ -170,47 +151,41 @@ TEST(URL, FromUnencodedString) {
   };
   for (const auto& [text, expected] : encoded) {
     std::optional<URL> url = URL::fromUnencodedString(text);
-    ASSERT_TRUE(url) << text;
-    EXPECT_EQ(url->absoluteString(), expected);
+    EXPECT_EQ(url ? url->absoluteString() : "(absent)", expected);
   }
-  EXPECT_EQ(URL::fromUnencodedString("https://h/?q=a b")->queryValue("q"), "a b");
   for (const char* text : {"", "a#b#c", "://host", "1x:y"}) {
     EXPECT_FALSE(URL::fromUnencodedString(text)) << text;
   }
 }
 
-// The refresh date on real files in a fresh temporary directory, with the
-// attribute calls counted.
+constexpr const char* kAttribute = "user.com.corvath.cache.disk.permanent.refreshDate";
+
+// Real files in a fresh directory; writes and removals of attributes are
+// counted through the library's table of calls.
 class URLRefreshDate : public testing::Test {
  protected:
   static inline int writes = 0;
   static inline detail::ExtendedAttributeCalls real{};
 
   void SetUp() override {
-    real = {};
-    directory_ = std::filesystem::temp_directory_path() /
-                 ("zorlan-url-" + std::to_string(::getpid()) + "-" +
-                  testing::UnitTest::GetInstance()->current_test_info()->name());
+    directory_ =
+        std::filesystem::temp_directory_path() / ("zorlan-url-" + std::to_string(getpid()));
     std::filesystem::create_directories(directory_);
-    path_ = (directory_ / "cached file.bin").string();
+    path_ = (directory_ / "cached file").string();
     std::ofstream(path_) << "x";
-    if (::setxattr(path_.c_str(), "user.zorlan.probe", "1", 1, 0) != 0) {
+    if (setxattr(path_.c_str(), "user.zorlan.probe", "1", 1, 0) != 0) {
       GTEST_SKIP() << directory_ << " refuses user extended attributes (errno " << errno << ")";
     }
     real = detail::extendedAttributeCalls();
-    writes = 0;
     detail::extendedAttributeCalls().set = [](const char* p, const char* n, const void* v,
-                                              std::size_t s, int f) {
-      ++writes;
-      return real.set(p, n, v, s, f);
-    };
+                                              std::size_t s,
+                                              int f) { return ++writes, real.set(p, n, v, s, f); };
     detail::extendedAttributeCalls().remove = [](const char* p, const char* n) {
-      ++writes;
-      return real.remove(p, n);
+      return ++writes, real.remove(p, n);
     };
   }
   void TearDown() override {
-    if (real.get != nullptr) detail::extendedAttributeCalls() = real;
+    if (real.get != nullptr) detail::extendedAttributeCalls() = std::exchange(real, {});
     std::filesystem::remove_all(directory_);
   }
 
@@ -218,81 +193,61 @@ class URLRefreshDate : public testing::Test {
   std::string path_;
 };
 
-TEST_F(URLRefreshDate, LifetimesOnAFile) {
+TEST_F(URLRefreshDate, OnAFile) {
   URL file = *URL::fileURL(path_);
-  EXPECT_FALSE(file.refreshDate());
   EXPECT_FALSE(file.needsRefresh());
-
   file.setLifetime(-1);
   EXPECT_TRUE(file.needsRefresh());
   file.setLifetime(3600);
   EXPECT_FALSE(file.needsRefresh());
-  EXPECT_NEAR(file.refreshDate()->timeIntervalSince(Date::now()), 3600, 60);
 
-  // Stored as 8 bytes of seconds since 1970.
   const Date date = Date::fromTimeIntervalSince1970(1'700'000'000.5);
+  writes = 0;
   file.setRefreshDate(date);
+  file.setRefreshDate(date);
+  EXPECT_EQ(writes, 1);
   double stored = 0;
-  ASSERT_EQ(::getxattr(path_.c_str(), "user.com.corvath.cache.disk.permanent.refreshDate", &stored,
-                       sizeof stored),
-            8);
+  EXPECT_EQ(getxattr(path_.c_str(), kAttribute, &stored, sizeof stored), 8);
   EXPECT_EQ(stored, 1'700'000'000.5);
   EXPECT_EQ(file.refreshDate(), date);
 
-  writes = 0;
-  file.setRefreshDate(date);
-  EXPECT_EQ(writes, 0);
   file.setLifetime(std::nullopt);
   file.setLifetime(std::nullopt);
-  EXPECT_EQ(writes, 1);
-  EXPECT_FALSE(file.refreshDate());
-  EXPECT_LT(
-      ::getxattr(path_.c_str(), "user.com.corvath.cache.disk.permanent.refreshDate", nullptr, 0),
-      0);
+  EXPECT_EQ(writes, 2);
+  EXPECT_LT(getxattr(path_.c_str(), kAttribute, nullptr, 0), 0);
 }
 
-TEST_F(URLRefreshDate, LinksOddValuesAndOtherSchemes) {
-  const std::string link = (directory_ / "link").string();
-  std::filesystem::create_symlink(path_, link);
-  URL::fileURL(link)->setLifetime(-60);
+TEST_F(URLRefreshDate, LinksOtherSchemesAndOddValues) {
+  std::filesystem::create_symlink(path_, directory_ / "link");
+  URL::fileURL((directory_ / "link").string())->setLifetime(-60);
   EXPECT_TRUE(URL::fileURL(path_)->needsRefresh());
-
-  // A URL that is not a file URL never needs a refresh, whatever its path holds.
   URL web =
       *URL::fromString("https://h" + std::string(URL::fileURL(path_)->components().encoded_path()));
-  ASSERT_TRUE(web.refreshDate());
+  EXPECT_TRUE(web.refreshDate());
   EXPECT_FALSE(web.needsRefresh());
 
-  // Values that are not 8 bytes are no date.
-  for (std::size_t size : {4u, 16u}) {
-    const char bytes[16] = {1};
-    ::setxattr(path_.c_str(), "user.com.corvath.cache.disk.permanent.refreshDate", bytes, size, 0);
+  for (std::size_t size : {4, 16}) {
+    setxattr(path_.c_str(), kAttribute, "0123456789abcdef", size, 0);
     EXPECT_FALSE(URL::fileURL(path_)->refreshDate()) << size;
   }
-  EXPECT_FALSE(URL::fileURL((directory_ / "missing").string())->refreshDate());
-  // "%00" would otherwise name the directory.
+  // "%00" cuts the path short at the directory, which is left alone.
   URL::fromString(std::string(URL::fileURL(directory_.string())->absoluteString()) + "%00x")
       ->setLifetime(1);
   EXPECT_FALSE(URL::fileURL(directory_.string())->refreshDate());
 }
 
-TEST(URL, RefreshDateOnAFileSystemWithoutUserAttributes) {
-  static int calls = 0;
-  detail::ExtendedAttributeCalls saved = detail::extendedAttributeCalls();
-  detail::extendedAttributeCalls() = {
-      [](const char*, const char*, void*, std::size_t) -> ssize_t {
-        return ++calls, errno = ENOTSUP, -1;
-      },
-      [](const char*, const char*, const void*, std::size_t, int) {
-        return ++calls, errno = ENOTSUP, -1;
-      },
-      [](const char*, const char*) { return ++calls, errno = ENOTSUP, -1; }};
+TEST(URL, RefreshDateWhereUserAttributesAreRefused) {
+  static int writes = 0;
+  detail::ExtendedAttributeCalls saved = std::exchange(
+      detail::extendedAttributeCalls(),
+      {[](const char*, const char*, void*, std::size_t) -> ssize_t { return errno = ENOTSUP, -1; },
+       [](const char*, const char*, const void*, std::size_t, int) { return ++writes, -1; },
+       [](const char*, const char*) { return ++writes, -1; }});
   URL file = *URL::fileURL("/tmp/anything");
   file.setLifetime(-1);
-  file.setRefreshDate(Date());
+  EXPECT_EQ(writes, 1);
   EXPECT_FALSE(file.refreshDate());
   EXPECT_FALSE(file.needsRefresh());
-  EXPECT_GT(calls, 0);
   detail::extendedAttributeCalls() = saved;
 }
 
