@@ -73,7 +73,8 @@ class DecodedValue {
 };
 
 std::optional<double> parseDouble(std::string_view text) {
-  // strtod would skip leading white space (" \t\n\v\f\r"); it is refused here.
+  // strtod would skip leading white space (" \t\n\v\f\r"); it is refused
+  // here, as is a leading NUL byte (strchr finds the terminator).
   if (text.empty() || std::strchr(" \t\n\v\f\r", text.front()) != nullptr) return std::nullopt;
   // strtod needs a terminated string: short values are copied to the stack.
   char small[64];
@@ -87,6 +88,7 @@ std::optional<double> parseDouble(std::string_view text) {
     start = large.c_str();
   }
   static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", locale_t{});
+  if (cLocale == locale_t{}) return std::nullopt;
   char* end = nullptr;
   double value = strtod_l(start, &end, cLocale);
   // A NUL byte inside the value ("%00") stops the conversion short of its end.
