@@ -21,5 +21,7 @@ void logging();
 void coreValues();
 // A notification posted by one feature and read by another with typed accessors.
 void notificationsBetweenFeatures();
+// A URL's query parameters read as integers, doubles and Booleans.
+void typedQueryValues();
 
 }  // namespace tour

@@ -9,5 +9,6 @@ int main() {
   tour::logging();
   tour::coreValues();
   tour::notificationsBetweenFeatures();
+  tour::typedQueryValues();
   return 0;
 }
