@@ -1,4 +1,4 @@
-// Helpers for the coding and JSON tests: a decoding error as one comparable
+// Helpers for the coding and JSON tests: a codable fixture, a decoding error as one comparable
 // line, the error a decode or encode raises, and typed trees as sorted text.
 #pragma once
 
@@ -13,6 +13,14 @@
 
 namespace zorlan::testing {
 
+struct Artwork {
+  std::string url;
+  double aspectRatio = 0;
+  std::optional<std::string> label;
+  bool operator==(const Artwork&) const = default;
+};
+ZORLAN_CODABLE(Artwork, url, aspectRatio, label);
+
 // "kind [path] debugDescription": kind, coding path and text in one line.
 inline std::string describe(const DecodingError& error) {
   static constexpr const char* kNames[] = {"typeMismatch", "valueNotFound", "keyNotFound",
@@ -21,16 +29,25 @@ inline std::string describe(const DecodingError& error) {
          codingPathString(error.context().codingPath) + "] " + error.context().debugDescription;
 }
 
-// The error decoding `json` as T raises; a test failure when there is none.
-template <class T>
-DecodingError decodingError(std::string_view json, const JSONDecoder& decoder = JSONDecoder()) {
+// The error `run` raises as E; a test failure when there is none.
+template <class E, class F>
+E raised(F&& run) {
   try {
-    decoder.decode<T>(json);
-  } catch (const DecodingError& error) {
+    run();
+  } catch (const E& error) {
     return error;
   }
-  ADD_FAILURE() << "no error for " << json;
-  return DecodingError::dataCorrupted({});
+  ADD_FAILURE() << "no error";
+  if constexpr (std::is_same_v<E, DecodingError>)
+    return DecodingError::dataCorrupted({});
+  else
+    return EncodingError::invalidValue("", {});
+}
+
+// The error decoding `json` as T raises.
+template <class T>
+DecodingError decodingError(std::string_view json, const JSONDecoder& decoder = JSONDecoder()) {
+  return raised<DecodingError>([&] { decoder.decode<T>(json); });
 }
 
 // "ok" when `json` decodes as T, else the error described.
@@ -44,16 +61,10 @@ std::string decodeOutcome(std::string_view json, const JSONDecoder& decoder = JS
   }
 }
 
-// The error `encode` raises; a test failure when there is none.
+// The error `encode` raises.
 template <class F>
 EncodingError encodingError(F&& encode) {
-  try {
-    encode();
-  } catch (const EncodingError& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no error";
-  return EncodingError::invalidValue("", {});
+  return raised<EncodingError>(encode);
 }
 
 inline TypedJSON parseTyped(std::string_view json) { return JSONDecoder().decode<TypedJSON>(json); }
