@@ -138,34 +138,28 @@ TEST_F(FileLoggerTest, AFolderItCannotHaveMakesItWriteNowhereWithoutFailing) {
   testing::writeFile(dir_ / "blocker", "not a directory");
   FileLogger::registerSharedDataContainer("group.blocked", dir_ / "blocker");
   FileLogger::registerSharedDataContainer("group.other", dir_ / "other");
-  const std::pair<const char*, std::function<std::unique_ptr<FileLogger>()>> cases[] = {
-      {"Unable to create directory ",
-       [] {
-         return std::make_unique<FileLogger>(
-             "Logs", FileLogger::LogLocation::sharedDataContainer("group.blocked"));
-       }},
-      {"Unable to create directory ",
-       [this] {
-         ScopedEnv env("XDG_CACHE_HOME", (dir_ / "blocker" / "cache").c_str());
-         return std::make_unique<FileLogger>("Logs", FileLogger::LogLocation::appSandbox());
-       }},
-      {"",  // an unregistered group: no folder at all
-       [] {
-         return std::make_unique<FileLogger>(
-             "Logs", FileLogger::LogLocation::sharedDataContainer("group.unknown"));
-       }}};
-  for (const auto& [printedStart, make] : cases) {
+  using Location = FileLogger::LogLocation;
+  const std::string blockedCache = (dir_ / "blocker" / "cache").string();
+  // The location, the cache folder it is given, whether it prints that it cannot make its folder
+  // (an unregistered group has no folder at all).
+  const std::tuple<Location, const char*, bool> cases[] = {
+      {Location::sharedDataContainer("group.blocked"), nullptr, true},
+      {Location::appSandbox(), blockedCache.c_str(), true},
+      {Location::sharedDataContainer("group.unknown"), nullptr, false}};
+  for (const auto& [location, cache, prints] : cases) {
+    std::optional<ScopedEnv> env;
+    if (cache) env.emplace("XDG_CACHE_HOME", cache);
     ::testing::internal::CaptureStdout();
     std::unique_ptr<FileLogger> logger;
-    ASSERT_NO_THROW(logger = make());
+    ASSERT_NO_THROW(logger = std::make_unique<FileLogger>("Logs", location));
     EXPECT_EQ(logger->filePath(), std::nullopt);
     EXPECT_NO_THROW(logger->log("goes nowhere"));
     const AsyncDispatcher queue = logger->serialQueue();
     logger.reset();
     drain(queue);  // the end marker, too, goes nowhere
     const std::string printed = ::testing::internal::GetCapturedStdout();
-    if (*printedStart) {
-      EXPECT_EQ(printed.rfind(printedStart, 0), 0u) << printed;
+    if (prints) {
+      EXPECT_EQ(printed.rfind("Unable to create directory ", 0), 0u) << printed;
       EXPECT_NE(printed.find("blocker"), std::string::npos) << "names the path: " << printed;
       EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << printed;
       EXPECT_EQ(printed.back(), '\n');

@@ -22,22 +22,6 @@ namespace fs = std::filesystem;
 using testing::readFile;
 using testing::writeFile;
 
-// The described log file, literally: the whole content in memory, rewritten in full after
-// every append.
-struct WholeFileModel {
-  std::string content;
-  std::int64_t currentSize;
-  std::int64_t maxSize;
-
-  bool append(const std::string& bytes) {  // false for `full`
-    if (currentSize + static_cast<std::int64_t>(bytes.size()) >= 3 * maxSize) return false;
-    const std::string chunk = content.empty() ? bytes : ",\n" + bytes;
-    content += chunk;
-    currentSize += static_cast<std::int64_t>(chunk.size());
-    return true;
-  }
-};
-
 // Appends `bytes` as given, or after scratch space the way the log file hands over encoded
 // events (the separator then goes into that space).
 void appendVia(LogFileStorage& storage, const std::string& bytes, bool scratch) {
@@ -75,7 +59,7 @@ TEST_F(LogFileStorageTest, BoundIsThreeTimesMaxSizeExclusiveAndAppendsMatchTheWh
             LogFileError::Code::full);
 
   writeFile(path, "");
-  WholeFileModel model{"", 0, 200};
+  testing::LogFileModel model{"", 0, 3 * 200};
   LogFileStorage storage(path, 0, 200, recorder());
   std::mt19937 random(7);
   for (int i = 0; i < 200; ++i) {
@@ -88,7 +72,7 @@ TEST_F(LogFileStorageTest, BoundIsThreeTimesMaxSizeExclusiveAndAppendsMatchTheWh
     }
   }
   EXPECT_EQ(readFile(path), model.content);
-  EXPECT_EQ(storage.currentSize(), model.currentSize);
+  EXPECT_EQ(storage.currentSize(), model.size);
 }
 
 TEST_F(LogFileStorageTest, InitialLoadCountsTheFileTwiceAndARefusedOneLetsTheNextAppendReplaceIt) {
