@@ -67,7 +67,7 @@ namespace {
 
 using testing::decodeOutcome;
 using testing::decodingError;
-using testing::encodingError;
+using testing::raised;
 using Table = std::unordered_map<std::string, std::vector<double>>;
 using Int64 = std::int64_t;
 using Decode = std::string (*)(std::string_view, const JSONDecoder&);
@@ -210,19 +210,20 @@ TEST(Codable, EncodingErrorsNameTheValueAndItsPath) {
       {-HUGE_VAL, "-inf", "Unable to encode -Double.infinity directly in JSON."}};
   for (const auto& [value, rendered, debugDescription] : cases) {
     const double v = value;
-    const EncodingError error = encodingError([v] {
+    const EncodingError error = raised<EncodingError>([v] {
       JSONEncoder().encode(std::map<std::string, double>{{"x", v}});
     });
     EXPECT_EQ(error.value(), rendered);
     EXPECT_EQ(error.context().debugDescription, debugDescription);
     EXPECT_EQ(codingPathString(error.context().codingPath), "x");
   }
-  EXPECT_EQ(encodingError([] { JSONEncoder().encode(std::numeric_limits<float>::infinity()); })
-                .context()
-                .debugDescription,
-            "Unable to encode Float.infinity directly in JSON.");
+  EXPECT_EQ(
+      raised<EncodingError>([] { JSONEncoder().encode(std::numeric_limits<float>::infinity()); })
+          .context()
+          .debugDescription,
+      "Unable to encode Float.infinity directly in JSON.");
   // An enumerator without a raw value.
-  const EncodingError noRawValue = encodingError([] {
+  const EncodingError noRawValue = raised<EncodingError>([] {
     JSONEncoder().encode(std::vector<Quality>{Quality::sd, static_cast<Quality>(9)});
   });
   EXPECT_EQ(noRawValue.value(), "9");
@@ -287,7 +288,7 @@ TEST(Codable, FractionalSecondsStrategyIsOneSharedValueWritingMillisecondsInUTC)
                   .date.timeIntervalSince1970(),
               1704164645.1, 1e-6);
   for (double since1970 : {std::nan(""), HUGE_VAL, 1e15, -1e15}) {
-    const EncodingError error = encodingError([&] { encoder.encode(stamped(since1970)); });
+    const EncodingError error = raised<EncodingError>([&] { encoder.encode(stamped(since1970)); });
     EXPECT_EQ(codingPathString(error.context().codingPath), "date") << since1970;
   }
   for (const char* text :

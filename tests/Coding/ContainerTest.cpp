@@ -56,7 +56,7 @@ namespace {
 
 using testing::decodeOutcome;
 using testing::decodingError;
-using testing::encodingError;
+using testing::raised;
 
 TEST(Containers, HandWrittenCodingRoundTripsThroughTextAndTrees) {
   const Tagged t{false, {1, 2}, 5};
@@ -149,7 +149,7 @@ TEST(Containers, PathsOutliveTheKeysCallersPass) {
   const EncodingOptions encodingOptions;
   Encoder encoder(out, encodingOptions);
   KeyedEncodingContainer inner = encoder.container().nestedContainer(std::string("k") + "ey");
-  const EncodingError error = encodingError([&] { inner.encode(std::nan(""), "x"); });
+  const EncodingError error = raised<EncodingError>([&] { inner.encode(std::nan(""), "x"); });
   EXPECT_EQ(codingPathString(error.context().codingPath), "key.x");
 }
 
