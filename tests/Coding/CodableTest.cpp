@@ -27,17 +27,6 @@ struct Stamped {
 };
 ZORLAN_CODABLE(Stamped, date);
 
-// A type with its own members.
-struct Celsius {
-  double degrees = 0;
-  void encode(Encoder& encoder) const { encoder.encode(std::to_string(degrees) + "C"); }
-  static Celsius decode(const Decoder& decoder) {
-    std::string text = decoder.decode<std::string>();
-    if (text.empty() || text.back() != 'C') decoder.throwDataCorrupted("Not a temperature.");
-    return Celsius{std::stod(text.substr(0, text.size() - 1))};
-  }
-};
-
 enum class Quality { sd, hd, uhd };
 ZORLAN_CODABLE_ENUM(Quality, sd, hd, uhd);
 enum class Level : std::uint8_t { low, high };
@@ -84,8 +73,6 @@ TEST(Codable, ValuesOfEachKindRoundTripThroughTheirText) {
   EXPECT_EQ(decoder.decode<Rail>(json), rail);
   EXPECT_EQ(decoder.decode<Artwork>(R"({"url":"u","aspectRatio":1,"label":null})").label,
             std::nullopt);
-  EXPECT_EQ(encoder.encodeToString(Celsius{21.5}), R"("21.500000C")");
-  EXPECT_EQ(decoder.decode<Celsius>(R"("3C")").degrees, 3.0);
   EXPECT_EQ(decoder.decode<std::set<int>>("[3,1,3]"), (std::set<int>{1, 3}));
   EXPECT_EQ(decoder.decode<Table>(R"({"a":[1.5],"b":[]})"), (Table{{"a", {1.5}}, {"b", {}}}));
   JSONEncoder sorted;
@@ -135,8 +122,6 @@ TEST(Codable, DecodingErrorsNameTheirKindPathAndReason) {
        "typeMismatch [label] Expected to decode String but found number instead."},
       {decodeOutcome<Rail>, R"({"title":"t","items":[],"counts":{"a":"1"}})",
        "typeMismatch [counts.a] Expected to decode Int32 but found a string instead."},
-      {decodeOutcome<std::vector<Celsius>>, R"(["1C","2F"])",
-       "dataCorrupted [1] Not a temperature."},
       {decodeOutcome<Table>, R"({"a":[1,"x"]})",
        "typeMismatch [a.1] Expected to decode Double but found a string instead."},
       {decodeOutcome<Data>, R"("AAE")", "dataCorrupted [] Encountered Data is not valid Base64."},

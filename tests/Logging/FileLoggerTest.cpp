@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <boost/json/parse.hpp>
 #include <future>
 #include <mutex>
 
@@ -19,16 +18,6 @@ using testing::readFile;
 using testing::ScopedEnv;
 
 constexpr double kJan31At235959 = 1706745599.0;  // 2024-01-31T23:59:59Z
-
-// The messages of a log file, as a reader sees them: the file wrapped in brackets.
-std::vector<std::string> messages(const fs::path& path) {
-  const boost::json::value events = boost::json::parse("[" + readFile(path) + "]");
-  std::vector<std::string> result;
-  for (const auto& event : events.as_array()) {
-    result.emplace_back(event.at("message").as_string());
-  }
-  return result;
-}
 
 // A date source the test moves by hand; safe to read from the logger's queue, also after the
 // test's clock is gone (the end marker is encoded after the logger's destruction).
@@ -215,7 +204,7 @@ TEST_F(FileLoggerTest, EverythingQueuedBeforeDestructionIsWrittenThenTheEndMarke
   logger->logger().add(sink);
   logger->log("a");
   drain(queue);
-  EXPECT_EQ(messages(path), std::vector<std::string>{"a"});
+  EXPECT_EQ(testing::logMessages(path), std::vector<std::string>{"a"});
   {
     QueueGate gate(queue);
     logger->log("b");
@@ -223,7 +212,7 @@ TEST_F(FileLoggerTest, EverythingQueuedBeforeDestructionIsWrittenThenTheEndMarke
     logger.reset();  // destroyed while "b" and "c" wait behind the gate
   }
   drain(queue);
-  EXPECT_EQ(messages(path), (std::vector<std::string>{"a", "b", "c", "--- END ---"}));
+  EXPECT_EQ(testing::logMessages(path), (std::vector<std::string>{"a", "b", "c", "--- END ---"}));
   // Its base logger sees public events without type or source.
   EXPECT_EQ(sink->seen, (std::vector<std::string>{
                             "a||public||FileLogEvent", "b||public||FileLogEvent",

@@ -12,25 +12,15 @@
 #include "support/LoggingTestSupport.hpp"
 #include "zorlan/Logging/FileLogger.hpp"
 #include "zorlan/Logging/LogFile.hpp"
-#include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zorlan {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::LogFileModel;
+using testing::logMessages;
 using testing::readFile;
 using LogFileConcurrencyTest = testing::ScratchFolderTest;
-
-// The messages of a log file; fails the test when the file does not parse.
-std::vector<std::string> messagesIn(const fs::path& path) {
-  auto contents = readLogFile(readFile(path));
-  EXPECT_FALSE(contents.error) << *contents.error;
-  EXPECT_FALSE(contents.truncatedAt);
-  std::vector<std::string> messages;
-  for (const auto& entry : contents.entries) messages.push_back(entry.message);
-  return messages;
-}
 
 std::string event(const std::string& message) { return R"({"message":")" + message + R"("})"; }
 
@@ -70,7 +60,7 @@ TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
     }
     for (auto& thread : threads) thread.join();
   }
-  const auto messages = messagesIn(path);
+  const auto messages = logMessages(path);
   ASSERT_EQ(messages.size(), static_cast<std::size_t>(kThreads * kEvents));
   std::vector<int> next(kThreads, 0);
   expectEachWriterInOrder(messages, next);
@@ -192,7 +182,7 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
     rounds.arrive_and_wait();
   }
   for (auto& thread : threads) thread.join();
-  const auto messages = messagesIn(path);
+  const auto messages = logMessages(path);
   EXPECT_EQ(messages.size(), static_cast<std::size_t>(fitting));
   std::vector<int> next(kThreads, 0);
   expectEachWriterInOrder(messages, next, 100);
@@ -244,12 +234,12 @@ TEST_F(LogFileConcurrencyTest, LoggersOpeningOneFileShareItsWriter) {
     other.join();
   }
   for (auto& queue : queues) queue->sync([] {});
-  std::vector<std::string> written = messagesIn(*paths[0]);
+  std::vector<std::string> written = logMessages(*paths[0]);
   EXPECT_EQ(std::erase(written, "--- END ---"), 2u);
   std::vector<int> next(2, 0);
   expectEachWriterInOrder(written, next);
   EXPECT_EQ(next, (std::vector<int>{kMessages, kMessages}));
-  EXPECT_EQ(messagesIn(*paths[1]), std::vector<std::string>{"--- END ---"});
+  EXPECT_EQ(logMessages(*paths[1]), std::vector<std::string>{"--- END ---"});
   FileLogger::unregisterSharedDataContainer("group.shared");
 }
 
@@ -279,9 +269,9 @@ TEST_F(LogFileConcurrencyTest, FileDeletedOrReplacedFromOutsideIsWrittenAnew) {
     file->append(event("3"));
     EXPECT_EQ(::testing::internal::GetCapturedStdout(),
               "log file deleted or replaced on disk, writing it anew at: " + path.string() + "\n");
-    EXPECT_EQ(messagesIn(path), (std::vector<std::string>{"1", "2", "3"}));
+    EXPECT_EQ(logMessages(path), (std::vector<std::string>{"1", "2", "3"}));
     file->append(event("4"));
-    EXPECT_EQ(messagesIn(path), (std::vector<std::string>{"1", "2", "3", "4"}));
+    EXPECT_EQ(logMessages(path), (std::vector<std::string>{"1", "2", "3", "4"}));
   }
   setLogFilePathCheckInterval(interval);
   Logger::shared().setVerbosity(verbosity);

@@ -8,7 +8,6 @@
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Logging/Log.hpp"
-#include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zorlan {
 namespace {
@@ -23,17 +22,6 @@ class LogTest : public testing::ScratchFolderTest {
         std::make_shared<UniformLogConfig>(levels));
     Log::setup(file, asBehaviorReader(*relay_));
     return file;
-  }
-  // The events in the file, once its queue has written everything.
-  std::vector<LogFileEntry> events(const fs::path& file) {
-    auto contents = readLogFile(testing::readFile(file));
-    EXPECT_FALSE(contents.error);
-    return contents.entries;
-  }
-  std::vector<std::string> messages(const fs::path& file) {
-    std::vector<std::string> written;
-    for (const auto& e : events(file)) written.push_back(e.message);
-    return written;
   }
 
   std::unique_ptr<rx::BehaviorRelay<std::shared_ptr<const LogConfig>>> relay_;
@@ -67,7 +55,7 @@ TEST_F(LogTest, ComposesPrefixMarkAndMessageForEveryCategory) {
     for (const char* text : {"d", "i", "\u26A0\uFE0F w", "\u274C e"})
       expected.push_back(prefix + text);
   }
-  EXPECT_EQ(messages(file), expected);
+  EXPECT_EQ(testing::logMessages(file), expected);
 }
 
 TEST_F(LogTest, FileThresholdMatrix) {
@@ -84,7 +72,7 @@ TEST_F(LogTest, FileThresholdMatrix) {
     // debug = 2, ..., error = 5; none and trace let everything through.
     expected.erase(expected.begin(),
                    expected.begin() + std::clamp(static_cast<int>(threshold) - 2, 0, 3));
-    EXPECT_EQ(messages(file), expected) << "threshold " << rawValue(threshold);
+    EXPECT_EQ(testing::logMessages(file), expected) << "threshold " << rawValue(threshold);
   }
 }
 
@@ -95,7 +83,7 @@ TEST_F(LogTest, RunTimeLevelReportsTheFacadesLocationAndSkipsNoneAndTrace) {
   Log::shared().log(Caller{}, LogLevel::error, "via log");
   const int line = __LINE__ + 1;
   Log::shared().error(Caller{}, "direct");
-  auto written = events(file);
+  auto written = testing::logEntries(file);
   ASSERT_EQ(written.size(), 2u);
   EXPECT_EQ(written[0].object.at("file"), "Logging/Log");
   EXPECT_EQ(written[0].object.at("line"), 129);
@@ -119,7 +107,7 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrRelease
   Log::playback().info(Caller{}, "shown");
   Log::setup(std::nullopt, asBehaviorReader(*relay_));  // no file: keeps the first file logger
   Log::qoe().info(Caller{}, "still to the file");
-  EXPECT_EQ(messages(file),
+  EXPECT_EQ(testing::logMessages(file),
             (std::vector<std::string>{"\U0001F3AC shown", "\U0001F575\uFE0F still to the file"}));
   // Each setup with a file replaces the file logger; what it replaced, and
   // its open file, go once nothing uses them.
@@ -129,7 +117,7 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrRelease
     Log::shared().error(Caller{}, "setup " + std::to_string(i));
   }
   EXPECT_LE(openDescriptors(), before + 2);
-  EXPECT_EQ(events(dir_ / "app-99.log").size(), 1u);
+  EXPECT_EQ(testing::logEntries(dir_ / "app-99.log").size(), 1u);
 }
 
 // Records what reaches a logger, tagged with the logger's name.

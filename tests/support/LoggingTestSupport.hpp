@@ -11,8 +11,10 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "zorlan/Dispatch/FileIOQueue.hpp"
+#include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zorlan::testing {
 
@@ -23,6 +25,19 @@ inline std::string readFile(const std::filesystem::path& path) {
 
 inline void writeFile(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// The events of a log file as a reader sees them; a test failure when it does not read whole.
+inline std::vector<LogFileEntry> logEntries(const std::filesystem::path& path) {
+  LogFileContents contents = readLogFile(readFile(path));
+  EXPECT_FALSE(contents.error) << *contents.error;
+  EXPECT_FALSE(contents.truncatedAt);
+  return std::move(contents.entries);
+}
+inline std::vector<std::string> logMessages(const std::filesystem::path& path) {
+  std::vector<std::string> messages;
+  for (const auto& entry : logEntries(path)) messages.push_back(entry.message);
+  return messages;
 }
 
 // The described log file, literally: the whole content in memory, rewritten in full after every
