@@ -49,12 +49,8 @@ TEST(JSONWriter, ClockReadingsMatchTheShortestRoundTripForm) {
 }
 
 TEST(JSONWriter, StringEscapes) {
-  struct Case {
-    std::string raw;
-    const char* escaped;
-    const char* withoutEscapingSlashes;
-  };
-  const Case cases[] = {
+  // The text, written, and written without escaping slashes.
+  const std::tuple<std::string, const char*, const char*> cases[] = {
       {"a/b", R"("a\/b")", R"("a/b")"},
       {"q\"b\\", R"("q\"b\\")", R"("q\"b\\")"},
       {"\n\r\t\b\f", R"("\n\r\t\b\f")", R"("\n\r\t\b\f")"},
@@ -66,15 +62,15 @@ TEST(JSONWriter, StringEscapes) {
   keepSlashes.withoutEscapingSlashes = true;
   // Plain text is skipped in words of eight bytes: every case also sits at every offset.
   const std::string plain = "plain text around it, long enough";
-  for (const Case& c : cases) {
+  for (const auto& [raw, escaped, withoutEscapingSlashes] : cases) {
     for (std::size_t before = 0; before <= 9; ++before) {
       const std::string head = plain.substr(0, before), tail = plain.substr(before, 11);
-      auto wrap = [&](std::string escaped) {
-        return '"' + head + escaped.substr(1, escaped.size() - 2) + tail + '"';
+      auto wrap = [&head, &tail](std::string written) {
+        return '"' + head + written.substr(1, written.size() - 2) + tail + '"';
       };
-      boost::json::value v = boost::json::string(head + c.raw + tail);
-      EXPECT_EQ(writeJSON(v), wrap(c.escaped)) << before;
-      EXPECT_EQ(writeJSON(v, keepSlashes), wrap(c.withoutEscapingSlashes)) << before;
+      boost::json::value v = boost::json::string(head + raw + tail);
+      EXPECT_EQ(writeJSON(v), wrap(escaped)) << before;
+      EXPECT_EQ(writeJSON(v, keepSlashes), wrap(withoutEscapingSlashes)) << before;
     }
   }
   // Keys are escaped the same way.

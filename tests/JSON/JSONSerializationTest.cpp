@@ -22,6 +22,7 @@ ZORLAN_CODABLE(Channel, name, number, rating, launched);
 
 namespace {
 
+using std::string_literals::operator""s;
 enum class Outcome { dictionary, notJSON, readingError };
 constexpr Outcome kOK = Outcome::dictionary, kNotDictionary = Outcome::notJSON,
                   kBad = Outcome::readingError;
@@ -35,25 +36,19 @@ struct Reading {
 
 const JSONReadingOptions kFragments{.fragmentsAllowed = true};
 
+// clang-format off
 const Reading kReadings[] = {
-    {"object", R"({"a":1})", {}, kOK},
-    {"empty object", "{}", {}, kOK},
+    {"object", R"({"a":1})", {}, kOK}, {"empty object", "{}", {}, kOK},
     {"object in white space", " \n{ } \t", {}, kOK},
     {"object after a UTF-8 mark", "\xEF\xBB\xBF{}", {}, kOK},
-    {"array", "[1,2]", {}, kNotDictionary},
-    {"array of objects", "[{}]", {}, kNotDictionary},
-    {"array with fragments allowed", "[]", kFragments, kNotDictionary},
-    {"number", "5", {}, kBad},
-    {"string", "\"a\"", {}, kBad},
-    {"null", "null", {}, kBad},
+    {"array", "[1,2]", {}, kNotDictionary}, {"array of objects", "[{}]", {}, kNotDictionary},
+    {"array with fragments allowed", "[]", kFragments, kNotDictionary}, {"number", "5", {}, kBad},
+    {"string", "\"a\"", {}, kBad}, {"null", "null", {}, kBad},
     {"number with fragments allowed", "5", kFragments, kNotDictionary},
     {"null with fragments allowed", "null", kFragments, kNotDictionary},
-    {"string with fragments allowed", "\"a\"", kFragments, kNotDictionary},
-    {"empty", "", {}, kBad},
-    {"empty with fragments allowed", "", kFragments, kBad},
-    {"unclosed", R"({"a":1)", {}, kBad},
-    {"trailing garbage", "{} {}", {}, kBad},
-    {"UTF-16 mark", "\xFF\xFE{\0}\0", {}, kBad},
+    {"string with fragments allowed", "\"a\"", kFragments, kNotDictionary}, {"empty", "", {}, kBad},
+    {"empty with fragments allowed", "", kFragments, kBad}, {"unclosed", R"({"a":1)", {}, kBad},
+    {"trailing garbage", "{} {}", {}, kBad}, {"UTF-16 mark", "\xFF\xFE{\0}\0"s, {}, kBad},
     {"comment", "{/* c */}", {}, kBad},
     {"comment allowed", "{/* c */\"a\":1 // d\n}", {.allowComments = true}, kOK},
     {"trailing comma", "{\"a\":1,}", {}, kBad},
@@ -61,6 +56,7 @@ const Reading kReadings[] = {
     {"trailing comma allowed, comment not", "{\"a\":1,/**/}", {.allowTrailingCommas = true}, kBad},
     {"512 levels", "{\"a\":" + std::string(511, '[') + std::string(511, ']') + "}", {}, kOK},
     {"513 levels", "{\"a\":" + std::string(512, '[') + std::string(512, ']') + "}", {}, kBad}};
+// clang-format on
 
 TEST(JSONSerialization, ReadingGivesADictionaryOrTheRightError) {
   for (const Reading& r : kReadings) {
@@ -90,11 +86,9 @@ TEST(JSONSerialization, ReadsTheDictionaryWithItsValues) {
 
 TEST(JSONSerialization, ZeroWithAHugeExponentIsZero) {
   // Not NaN, which would make the dictionary unequal to itself.
-  const std::pair<const char*, const char*> cases[] = {
-      {R"({"n":0e400})", R"({"n":0})"},
-      {R"({"n":-0.000e999})", R"({"n":-0})"},
-      {R"({"n":[0E+309]})", R"({"n":[0]})"},
-  };
+  const std::pair<const char*, const char*> cases[] = {{R"({"n":0e400})", R"({"n":0})"},
+                                                       {R"({"n":-0.000e999})", R"({"n":-0})"},
+                                                       {R"({"n":[0E+309]})", R"({"n":[0]})"}};
   for (const auto& [text, written] : cases) {
     SCOPED_TRACE(text);
     JSONDictionary d = JSONSerialization::json(std::string_view(text));
@@ -107,10 +101,11 @@ TEST(JSONSerialization, ZeroWithAHugeExponentIsZero) {
 }
 
 TEST(JSONSerialization, AReadingErrorSaysWhereAndWhy) {
-  try {
-    JSONSerialization::json(std::string_view(R"({"a": x})"));
-    ADD_FAILURE() << "read";
-  } catch (const JSONReadingError& error) {
+  const auto readingError = [](std::string_view text) {
+    return testing::raised<JSONReadingError>([&] { JSONSerialization::json(text); });
+  };
+  {
+    const JSONReadingError error = readingError(R"({"a": x})");
     EXPECT_EQ(error.offset(), 6u);
     EXPECT_EQ(error.errorDomain(), "NSCocoaErrorDomain");
     EXPECT_EQ(error.errorCode(), 3840);
@@ -118,15 +113,9 @@ TEST(JSONSerialization, AReadingErrorSaysWhereAndWhy) {
     EXPECT_THROW(std::rethrow_exception(error.underlyingErrors()[0]), std::system_error);
     EXPECT_NE(std::string(error.what()).find("around byte 6"), std::string::npos) << error.what();
   }
-  try {
-    JSONSerialization::json(std::string_view("7"));
-    ADD_FAILURE() << "read";
-  } catch (const JSONReadingError& error) {
-    EXPECT_EQ(
-        error.reason(),
-        "JSON text did not start with array or object and option to allow fragments not set.");
-    EXPECT_TRUE(error.underlyingErrors().empty());
-  }
+  EXPECT_EQ(readingError("7").reason(),
+            "JSON text did not start with array or object and option to allow fragments not set.");
+  EXPECT_TRUE(readingError("7").underlyingErrors().empty());
   EXPECT_STREQ(JSONSerializationError::returnTypeNotJSON().what(),
                "JSONSerializationError.returnTypeNotJSON");
 }

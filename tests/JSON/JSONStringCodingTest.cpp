@@ -27,14 +27,10 @@ using E = StringEncoding;
 constexpr auto none = std::nullopt;
 
 TEST(JSONStringCoding, TextAndItsBytesInEachEncodingBothWays) {
-  struct Case {
-    std::string utf8;
-    StringEncoding encoding;
-    std::optional<std::string> bytes;  // absent: not representable
-  };
-  // Ill-formed UTF-8 is not text in any encoding.
+  // The text, the encoding, its bytes (absent: not representable). Ill-formed UTF-8 is not
+  // text in any encoding.
   // clang-format off
-  const Case cases[] = {
+  const std::tuple<std::string, StringEncoding, std::optional<std::string>> cases[] = {
       {"", E::utf16, "\xFE\xFF"s}, {"", E::utf16BigEndian, ""}, {"\0\x7F"s, E::ascii, "\0\x7F"s},
       {"caf\xC3\xA9", E::ascii, none}, {"caf\xC3\xA9", E::isoLatin1, "caf\xE9"},
       {"\xC3\xBF", E::isoLatin1, "\xFF"}, {"\xC4\x80", E::isoLatin1, none},
@@ -45,11 +41,11 @@ TEST(JSONStringCoding, TextAndItsBytesInEachEncodingBothWays) {
       {"\xF0\x9F\x98\x80", E::utf8, "\xF0\x9F\x98\x80"}, {"\xC0\xAF", E::utf8, none},
       {"\xED\xA0\x80", E::utf16BigEndian, none}, {"\xC3", E::ascii, none}};
   // clang-format on
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(toString(c.encoding)) + " " + c.utf8);
-    EXPECT_EQ(encodeText(c.utf8, c.encoding), c.bytes);
-    if (c.bytes) {
-      EXPECT_EQ(decodeText(*c.bytes, c.encoding), c.utf8);
+  for (const auto& [utf8, encoding, bytes] : cases) {
+    SCOPED_TRACE(std::string(toString(encoding)) + " " + utf8);
+    EXPECT_EQ(encodeText(utf8, encoding), bytes);
+    if (bytes) {
+      EXPECT_EQ(decodeText(*bytes, encoding), utf8);
     }
   }
   // Bytes that are not text in the encoding, and marks.
@@ -69,12 +65,8 @@ TEST(JSONStringCoding, TextAndItsBytesInEachEncodingBothWays) {
 }
 
 TEST(JSONStringEncoder, ReadsTheJSONBytesAsTextInTheEncoding) {
-  struct Case {
-    std::string value;
-    StringEncoding encoding;
-    std::optional<std::string> text;  // absent: JSONStringCodingError
-  };
-  const Case cases[] = {
+  // The value, the encoding, the text (absent: JSONStringCodingError).
+  const std::tuple<std::string, StringEncoding, std::optional<std::string>> cases[] = {
       {"Zo\xC3\xAB/1", E::utf8, "\"Zo\xC3\xAB\\/1\""},  // the default encoder's JSON
       {"cafe", E::ascii, "\"cafe\""},
       {"caf\xC3\xA9", E::ascii, none},
@@ -87,12 +79,12 @@ TEST(JSONStringEncoder, ReadsTheJSONBytesAsTextInTheEncoding) {
       {"a", E::utf16BigEndian, none},           // three bytes
       {"x\xD8\xA0x", E::utf16BigEndian, none},  // 0xD8A0, a lone high surrogate
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(toString(c.encoding)) + " " + c.value);
-    if (c.text) {
-      EXPECT_EQ(JSONStringEncoder().encode(c.value, c.encoding), *c.text);
+  for (const auto& [value, encoding, text] : cases) {
+    SCOPED_TRACE(std::string(toString(encoding)) + " " + value);
+    if (text) {
+      EXPECT_EQ(JSONStringEncoder().encode(value, encoding), *text);
     } else {
-      EXPECT_THROW(JSONStringEncoder().encode(c.value, c.encoding), JSONStringCodingError);
+      EXPECT_THROW(JSONStringEncoder().encode(value, encoding), JSONStringCodingError);
     }
   }
   // The encoder's own errors pass through unchanged.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <unordered_set>
@@ -267,16 +268,11 @@ TEST(TypedJSON, RepresentationIsWhatTheEncodedBytesReadAs) {
 }
 
 TEST(TypedJSON, RoughlyEqualWalksTreesComparingNumbersStrictlyWithinTheTolerance) {
-  struct Case {
-    const char* lhs;
-    const char* rhs;
-    double within;
-    bool expected;
-  };
-  // A difference equal to the tolerance is too much; lengths of arrays are not compared.
+  // Left, right, tolerance, expected. A difference equal to the tolerance is too much; lengths of
+  // arrays are not compared.
   const char* const shared = R"({"a":{"b":[1.0,2.0]},"c":"x"})";
   // clang-format off
-  const Case cases[] = {
+  const std::tuple<const char*, const char*, double, bool> cases[] = {
       {"1.0", "1.05", 0.1, true}, {"1.0", "1.05", 0.05, false}, {"2.0", "2.5", 0.5, false},
       {"2.5", "2.0", 0.51, true}, {"-1.0", "1.0", 2.5, true}, {"3.0", "3.0", 0.0, false},
       {R"("a")", R"("a")", 0.0, true}, {R"("a")", R"("A")", 100.0, false},
@@ -294,15 +290,14 @@ TEST(TypedJSON, RoughlyEqualWalksTreesComparingNumbersStrictlyWithinTheTolerance
       {"[1]", R"({"0":1})", 100.0, false}, {"[]", "{}", 100.0, false}, {"null", "null", 0.0, true},
       {"null", "[]", 100.0, false}};
   // clang-format on
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.lhs) + " vs " + c.rhs + " within " + std::to_string(c.within));
-    const TypedJSON lhs = parseTyped(c.lhs);
-    const TypedJSON rhs = parseTyped(c.rhs);
-    EXPECT_EQ(lhs.roughlyEqual(rhs, c.within), c.expected);
-    EXPECT_EQ(zorlan::roughlyEqual(lhs, rhs, c.within), c.expected);
+  for (const auto& [left, right, within, expected] : cases) {
+    SCOPED_TRACE(std::string(left) + " vs " + right + " within " + std::to_string(within));
+    const TypedJSON lhs = parseTyped(left), rhs = parseTyped(right);
+    EXPECT_EQ(lhs.roughlyEqual(rhs, within), expected);
+    EXPECT_EQ(zorlan::roughlyEqual(lhs, rhs, within), expected);
     if (lhs.leaf() && rhs.leaf()) {
-      EXPECT_EQ(lhs.leaf()->roughlyEqual(*rhs.leaf(), c.within), c.expected);
-      EXPECT_EQ(zorlan::roughlyEqual(*lhs.leaf(), *rhs.leaf(), c.within), c.expected);
+      EXPECT_EQ(lhs.leaf()->roughlyEqual(*rhs.leaf(), within), expected);
+      EXPECT_EQ(zorlan::roughlyEqual(*lhs.leaf(), *rhs.leaf(), within), expected);
     }
   }
 }
@@ -396,13 +391,8 @@ TEST(TypedJSON, CopiesAreIndependentTrees) {
 }
 
 TEST(TypedJSON, RenamingAndProvideDefaultLeaveTheReceiverAlone) {
-  struct Case {
-    const char* json;
-    const char* renamed;  // "a" to "b"
-    const char* keptDefault;
-    const char* overwritten;
-  };
-  const Case cases[] = {
+  // The tree; renamed "a" to "b"; with default "k" provided, kept and overwritten.
+  const std::array<const char*, 4> cases[] = {
       {R"({"a":1,"b":2})", R"({"b":1})", R"({"a":1,"b":2,"k":[0]})", R"({"a":1,"b":2,"k":[0]})"},
       {R"({"b":2,"k":5})", R"({"b":2,"k":5})", R"({"b":2,"k":5})", R"({"b":2,"k":[0]})"},
       // A null member still moves and is still present.
@@ -412,14 +402,14 @@ TEST(TypedJSON, RenamingAndProvideDefaultLeaveTheReceiverAlone) {
       {R"("a")", R"("a")", R"("a")", R"("a")"},
       {"null", "null", "null", "null"}};
   const TypedJSON fallback = TypedJSON::array({0});
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.json);
-    const TypedJSON tree = parseTyped(c.json);
-    EXPECT_EQ(sortedText(tree.renaming("a", "b")), c.renamed);
-    EXPECT_EQ(sortedText(TypedJSON(tree).renaming("a", "b")), c.renamed);
-    EXPECT_EQ(sortedText(tree.provideDefault("k", fallback)), c.keptDefault);
-    EXPECT_EQ(sortedText(tree.provideDefault("k", fallback, true)), c.overwritten);
-    EXPECT_EQ(sortedText(tree), sortedText(parseTyped(c.json)));
+  for (const auto& [json, renamed, keptDefault, overwritten] : cases) {
+    SCOPED_TRACE(json);
+    const TypedJSON tree = parseTyped(json);
+    EXPECT_EQ(sortedText(tree.renaming("a", "b")), renamed);
+    EXPECT_EQ(sortedText(TypedJSON(tree).renaming("a", "b")), renamed);
+    EXPECT_EQ(sortedText(tree.provideDefault("k", fallback)), keptDefault);
+    EXPECT_EQ(sortedText(tree.provideDefault("k", fallback, true)), overwritten);
+    EXPECT_EQ(sortedText(tree), sortedText(parseTyped(json)));
   }
   EXPECT_EQ(sortedText(parseTyped(R"({"a":{"x":1}})").renaming("a", "a")), R"({"a":{"x":1}})");
 }
@@ -475,24 +465,21 @@ TypedJSON chain(bool objects, int depth, TypedJSON leaf) {
 
 TEST(TypedJSON, TreesOfAnyDepthAreDestroyedComparedHashedAndCopied) {
   constexpr int kDeep = 200'000;
-  struct Bottoms {
-    TypedJSON left, right;
-    bool equal, roughlyEqual;  // within 0.1
-  };
-  const Bottoms pairs[] = {
+  // Bottoms of two chains, whether the chains are equal and roughly equal within 0.1.
+  const std::tuple<TypedJSON, TypedJSON, bool, bool> pairs[] = {
       {1.0, 1.0, true, true},
       {1.0, 1.05, false, true},
       {TypedJSON::object({{"a", 1}}), TypedJSON::object({{"b", 1}}), false, false},
       {TypedJSON::array({1}), TypedJSON::array({1, 2}), false, true}};
   for (bool objects : {false, true}) {
     SCOPED_TRACE(objects ? "objects" : "arrays");
-    for (const Bottoms& p : pairs) {
+    for (const auto& [leftBottom, rightBottom, equal, roughlyEqual] : pairs) {
       // Built apart: they share nothing.
-      const TypedJSON left = chain(objects, kDeep, p.left);
-      const TypedJSON right = chain(objects, kDeep, p.right);
-      EXPECT_EQ(left == right, p.equal);
-      EXPECT_EQ(left.hashValue() == right.hashValue(), p.equal);
-      EXPECT_EQ(left.roughlyEqual(right, 0.1), p.roughlyEqual);
+      const TypedJSON left = chain(objects, kDeep, leftBottom);
+      const TypedJSON right = chain(objects, kDeep, rightBottom);
+      EXPECT_EQ(left == right, equal);
+      EXPECT_EQ(left.hashValue() == right.hashValue(), equal);
+      EXPECT_EQ(left.roughlyEqual(right, 0.1), roughlyEqual);
     }
     const TypedJSON a = chain(objects, kDeep, 1.0);
     EXPECT_FALSE(a == chain(objects, kDeep - 1, 1.0));

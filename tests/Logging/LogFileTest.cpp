@@ -287,31 +287,27 @@ TEST_F(LogFileStorageTest, LogFileRemovesOnlyFilesAboveThreeTimesTheBoundAndThro
 }
 
 TEST(LogFileReader, SplitsEventsAtCommaNewlineAndKeepsWhatPrecedesAProblem) {
-  struct Case {
-    std::string bytes;
-    std::vector<std::string> messages;
-    std::optional<std::size_t> truncatedAt;
-    bool error;
-  };
+  // The bytes, the messages read, where a cut-off event starts, whether there is an error.
+  using Case = std::tuple<std::string, std::vector<std::string>, std::optional<std::size_t>, bool>;
+  const std::string two =
+      "{\"message\":\"a, b\",\"loggedAt\":1.5},\n{\"message\":\"{x}\",\"loggedAt\":2}";
+  // clang-format off
   const Case cases[] = {
-      {"", {}, std::nullopt, false},
-      {"{\"message\":\"a, b\",\"loggedAt\":1.5},\n{\"message\":\"{x}\",\"loggedAt\":2}",
-       {"a, b", "{x}"},
-       std::nullopt,
-       false},
+      {"", {}, std::nullopt, false}, {two, {"a, b", "{x}"}, std::nullopt, false},
       // A cut-off last event is reported with where it starts.
       {"{\"message\":\"one\",\"loggedAt\":1},\n{\"message\":\"tw", {"one"}, 32, false},
       {"[1,2]", {}, std::nullopt, true},
       {"{\"message\":\"a\"} {\"message\":\"b\"}", {"a"}, std::nullopt, true},
       {"{\"message\":\"a\"},\nnot json at all", {"a"}, std::nullopt, true}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.bytes);
-    const LogFileContents contents = readLogFile(c.bytes);
-    std::vector<std::string> messages;
-    for (const auto& entry : contents.entries) messages.push_back(entry.message);
-    EXPECT_EQ(messages, c.messages);
-    EXPECT_EQ(contents.truncatedAt, c.truncatedAt);
-    EXPECT_EQ(contents.error.has_value(), c.error);
+  // clang-format on
+  for (const auto& [bytes, messages, truncatedAt, error] : cases) {
+    SCOPED_TRACE(bytes);
+    const LogFileContents contents = readLogFile(bytes);
+    std::vector<std::string> read;
+    for (const auto& entry : contents.entries) read.push_back(entry.message);
+    EXPECT_EQ(read, messages);
+    EXPECT_EQ(contents.truncatedAt, truncatedAt);
+    EXPECT_EQ(contents.error.has_value(), error);
   }
   EXPECT_EQ(readLogFile("{\"message\":\"a\",\"loggedAt\":1.5}").entries.at(0).loggedAt, 1.5);
 }
