@@ -16,13 +16,9 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 TEST(PixelAlignedTest, SixRoundingRulesAtScaleOne) {
-  constexpr Rule kRules[] = {Rule::toNearestOrAwayFromZero,
-                             Rule::toNearestOrEven,
-                             Rule::up,
-                             Rule::down,
-                             Rule::towardZero,
-                             Rule::awayFromZero};
   // clang-format off
+  constexpr Rule kRules[] = {Rule::toNearestOrAwayFromZero, Rule::toNearestOrEven, Rule::up,
+                             Rule::down, Rule::towardZero, Rule::awayFromZero};
   const struct {
     double value;
     double expected[6];  // in the order of kRules
