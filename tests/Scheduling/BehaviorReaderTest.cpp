@@ -2,6 +2,7 @@
 // their value; relay bindings log and ignore errors and completion; the log operator.
 #include <gtest/gtest.h>
 
+#include "Rx/RxTestSupport.hpp"
 #include "support/MainQueueFixture.hpp"
 #include "support/RecordingLogSink.hpp"
 #include "zorlan/Platform/Logger.hpp"
@@ -57,12 +58,10 @@ TEST(BehaviorReaderTest, ConversionsMapsAndDistinctReaders) {
   BehaviorReader<int> source(ints);
   auto doubled = source.map([](int v) { return v * 2; });
   auto distinct = source.map([](int v) { return v / 10; }).distinctUntilChanged();
-  Ints changes;
-  rx::Disposable d = distinct.asObservable().subscribe([&](int v) { changes.push_back(v); });
+  auto changes = rx::testing::collect(distinct.asObservable());
   for (int v : {2, 5, 12, 15, 21}) ints.accept(v);
   EXPECT_EQ(doubled.value(), 42);
-  EXPECT_EQ(changes, (Ints{0, 1, 2}));
-  d.dispose();
+  EXPECT_EQ(changes->elements, (Ints{0, 1, 2}));
 }
 
 using testing::RecordingLogSink;

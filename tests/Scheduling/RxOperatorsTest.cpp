@@ -99,18 +99,13 @@ TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhenNothingCameInTime) {
 TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
   rx::PublishSubject<int> source;
   rx::BehaviorRelay<bool> allowed(false);
-  std::vector<int> seen;
-  rx::Disposable d =
-      ignoreUntil(source.asObservable(), allowed.asObservable()).subscribe([&](int v) {
-        seen.push_back(v);
-      });
+  auto seen = rx::testing::collect(ignoreUntil(source.asObservable(), allowed.asObservable()));
   source.onNext(1);
   allowed.accept(true);
   source.onNext(2);
   allowed.accept(false);  // once allowed, stays allowed
   source.onNext(3);
-  EXPECT_EQ(seen, (std::vector<int>{2, 3}));
-  d.dispose();
+  EXPECT_EQ(seen->elements, (std::vector<int>{2, 3}));
 }
 
 TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
@@ -131,12 +126,12 @@ TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
 
 TEST(RxOperatorsTest, FromCallbacks) {
   std::function<void(Result<int>)> complete;
-  auto single = singleFrom<int>([&](std::function<void(Result<int>)> done) { complete = done; });
-  int value = 0;
-  single.subscribe([&](int v) { value = v; });
-  EXPECT_EQ(value, 0);
+  auto single = rx::testing::collect(singleFrom<int>([&](std::function<void(Result<int>)> done) {
+                                       complete = done;
+                                     }).asObservable());
+  EXPECT_TRUE(single->elements.empty());
   complete(Result<int>::success(9));
-  EXPECT_EQ(value, 9);
+  EXPECT_EQ(single->elements, (std::vector<int>{9}));
 
   bool completed = false;
   completableFrom([](std::function<void(std::exception_ptr)> done) {
@@ -293,11 +288,9 @@ TEST_F(OnMainQueueTest, ShareForeverKeepsTheLatestForLaterDrivers) {
 TEST(RxOperatorsTest, SingleShareRunsTheWorkOnceForItsSubscribers) {
   int runs = 0;
   auto work = rx::Single<int>::deferred([&] { return rx::Single<int>::just(++runs); });
-  auto forever = work.share(rx::SubjectLifetimeScope::forever);
-  std::vector<int> seen;
-  forever.subscribe([&](int v) { seen.push_back(v); });
-  forever.subscribe([&](int v) { seen.push_back(v); });
-  EXPECT_EQ(seen, (std::vector<int>{1, 1}));
+  auto forever = work.share(rx::SubjectLifetimeScope::forever).asObservable();
+  EXPECT_EQ(elements(forever), (std::vector<int>{1}));
+  EXPECT_EQ(elements(forever), (std::vector<int>{1}));
   EXPECT_EQ(runs, 1);
 
   rx::PublishSubject<int> pending;
@@ -307,11 +300,11 @@ TEST(RxOperatorsTest, SingleShareRunsTheWorkOnceForItsSubscribers) {
                             .take(1)
                             .asSingle()
                             .share();
-  std::vector<int> both;
-  whileConnected.subscribe([&](int v) { both.push_back(v); });
-  whileConnected.subscribe([&](int v) { both.push_back(v); });
+  auto first = rx::testing::collect(whileConnected.asObservable());
+  auto second = rx::testing::collect(whileConnected.asObservable());
   pending.onNext(9);
-  EXPECT_EQ(both, (std::vector<int>{9, 9}));
+  EXPECT_EQ(first->elements, (std::vector<int>{9}));
+  EXPECT_EQ(second->elements, (std::vector<int>{9}));
   EXPECT_EQ(subscriptions, 1);
 }
 
