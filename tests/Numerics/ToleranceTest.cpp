@@ -21,8 +21,9 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 // isCloseTo admits the bound itself and ignores the precision's sign; roughlyEqual needs the
 // difference strictly below the bound.
 TEST(ToleranceTest, NumbersCloseInclusivelyOrRoughlyEqualStrictly) {
+  // lhs, rhs, within, close, roughly
   // clang-format off
-  const std::tuple<double, double, double, bool, bool> cases[] = {  // lhs, rhs, within, close, roughly
+  const std::tuple<double, double, double, bool, bool> cases[] = {
       {1.5, 1.0, -0.5, true, false}, {1.0, 1.5, 0.5, true, false}, {1.0, 1.5, 0.49, false, false},
       {2.0, 2.0, 0.0, true, false}, {3.0, 3.0, -1.0, true, false}, {-3.0, 3.0, 6.0, true, false},
       {-3.0, 3.0, -5.9, false, false}, {1.0, 1.05, 0.1, true, true},
