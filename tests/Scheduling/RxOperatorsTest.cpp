@@ -2,6 +2,8 @@
 // observables, singles, drivers and signals, and steps run one after another.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "Rx/RxTestSupport.hpp"
 #include "support/MainQueueFixture.hpp"
 #include "zorlan/Dispatch/MainRunLoop.hpp"
@@ -201,43 +203,36 @@ TEST(AsyncSequenceTest, DisposingStopsBeforeTheNextStep) {
   EXPECT_EQ(started, 1);
 }
 
-struct TraitsCase {
-  const char* name;
-  std::function<rx::Observable<int>(rx::Observable<int>, rx::SchedulerPtr)> apply;
-  std::vector<int> lateSubscriberGets;  // replay of the latest, or nothing
-};
-
 TEST(RxOperatorsTest, DriverAndSignalTraitsObserveOnTheSchedulerReplaceErrorsAndShare) {
   auto fallback = [](std::exception_ptr) { return rx::Observable<int>::just(-1); };
   // clang-format off
-  const std::vector<TraitsCase> cases = {
+  using Apply = std::function<rx::Observable<int>(rx::Observable<int>, rx::SchedulerPtr)>;
+  // What a late subscriber gets: a replay of the latest, or nothing.
+  const std::vector<std::tuple<const char*, Apply, std::vector<int>>> cases = {
       {"driver traits, value on error",
        [](auto s, auto on) { return withDriverTraits(s, on, -1); }, {2}},
       {"driver traits, handler on error",
        [&](auto s, auto on) { return withDriverTraits(s, on, fallback); }, {2}},
       {"signal traits", [&](auto s, auto on) { return withSignalTraits(s, on, fallback); }, {}}};
   // clang-format on
-  for (const TraitsCase& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, apply, lateSubscriberGets] : cases) {
+    SCOPED_TRACE(name);
     auto scheduler = rx::TestScheduler::make();
     int subscriptions = 0;
     rx::PublishSubject<int> subject;
     auto traits =
-        c.apply(subject.asObservable().doOn({.onSubscribe = [&] { ++subscriptions; }}), scheduler);
-    std::vector<int> first;
-    std::vector<int> late;
-    rx::DisposeBag bag;
-    traits.subscribe([&](int v) { first.push_back(v); }).disposed(bag);
+        apply(subject.asObservable().doOn({.onSubscribe = [&] { ++subscriptions; }}), scheduler);
+    auto first = rx::testing::collect(traits);
     subject.onNext(1);
     subject.onNext(2);
-    EXPECT_TRUE(first.empty());  // not before the scheduler runs
+    EXPECT_TRUE(first->elements.empty());  // not before the scheduler runs
     scheduler->runDue();
-    traits.subscribe([&](int v) { late.push_back(v); }).disposed(bag);
+    auto late = rx::testing::collect(traits);
     EXPECT_EQ(subscriptions, 1);
-    EXPECT_EQ(late, c.lateSubscriberGets);
+    EXPECT_EQ(late->elements, lateSubscriberGets);
     subject.onError(std::make_exception_ptr(std::runtime_error("x")));
     scheduler->runDue();
-    EXPECT_EQ(first, (std::vector<int>{1, 2, -1}));
+    EXPECT_EQ(first->elements, (std::vector<int>{1, 2, -1}));
   }
 }
 
