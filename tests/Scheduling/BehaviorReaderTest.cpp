@@ -62,6 +62,7 @@ TEST(BehaviorReaderTest, ConversionsMapsAndDistinctReaders) {
   for (int v : {2, 5, 12, 15, 21}) ints.accept(v);
   EXPECT_EQ(doubled.value(), 42);
   EXPECT_EQ(changes->elements, (Ints{0, 1, 2}));
+  changes->subscription.dispose();
 }
 
 using testing::RecordingLogSink;

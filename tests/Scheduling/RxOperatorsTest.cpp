@@ -108,6 +108,7 @@ TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
   allowed.accept(false);  // once allowed, stays allowed
   source.onNext(3);
   EXPECT_EQ(seen->elements, (std::vector<int>{2, 3}));
+  seen->subscription.dispose();
 }
 
 TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
