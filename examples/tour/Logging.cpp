@@ -1,11 +1,12 @@
 // Stop of the tour about the logging facade and its log file.
+#include <unistd.h>
+
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iterator>
-#include <unistd.h>
 
 #include "Tour.hpp"
 #include "zorlan/Logging/Log.hpp"

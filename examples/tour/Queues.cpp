@@ -1,10 +1,11 @@
 // Stops of the tour about dispatch queues.
+#include "zorlan/Scheduling/Queues.hpp"
+
 #include <sstream>
 #include <vector>
 
 #include "Tour.hpp"
 #include "zorlan/Scheduling/Dispatcher.hpp"
-#include "zorlan/Scheduling/Queues.hpp"
 
 namespace tour {
 

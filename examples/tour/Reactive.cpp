@@ -18,7 +18,8 @@ void reactiveValues() {
   heading("A behaviour reader following a relay");
   rx::BehaviorRelay<int> volume(5);
   BehaviorReader<int> reader = asBehaviorReader(volume);  // read-only view for everyone else
-  BehaviorReader<std::string> label = reader.map([](int v) { return std::to_string(v * 10) + "%"; });
+  BehaviorReader<std::string> label =
+      reader.map([](int v) { return std::to_string(v * 10) + "%"; });
 
   rx::DisposeBag bag;
   label.distinctUntilChanged()

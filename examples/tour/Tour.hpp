@@ -19,5 +19,9 @@ void virtualTime();
 void logging();
 // Fuzzy search over a catalogue, an error summary, versions compared.
 void coreValues();
+// A notification posted by one feature and read by another with typed accessors.
+void notificationsBetweenFeatures();
+// A URL's query parameters read as integers, doubles and Booleans.
+void typedQueryValues();
 
 }  // namespace tour

@@ -8,5 +8,7 @@ int main() {
   tour::virtualTime();
   tour::logging();
   tour::coreValues();
+  tour::notificationsBetweenFeatures();
+  tour::typedQueryValues();
   return 0;
 }

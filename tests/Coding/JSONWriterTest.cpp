@@ -15,27 +15,20 @@ namespace zorlan {
 namespace {
 
 TEST(JSONWriter, NumberForms) {
-  struct Case {
-    boost::json::value number;
-    const char* text;
-  };
-  const Case cases[] = {{3.0, "3"},
-                        {-0.0, "-0"},
-                        {1.5, "1.5"},
-                        {1.0 / 3.0, "0.3333333333333333"},
-                        {1e21, "1e+21"},
-                        {1e-7, "1e-07"},
-                        {1.7976931348623157e308, "1.7976931348623157e+308"},
-                        {5e-324, "5e-324"},
-                        {9007199254740991.0, "9007199254740991"},
-                        {std::int64_t{-9223372036854775807 - 1}, "-9223372036854775808"},
-                        {std::uint64_t{18446744073709551615ull}, "18446744073709551615"}};
-  for (const Case& c : cases) EXPECT_EQ(writeJSON(c.number), c.text) << c.text;
+  // clang-format off
+  const std::pair<boost::json::value, const char*> cases[] = {
+      {3.0, "3"}, {-0.0, "-0"}, {1.5, "1.5"}, {1.0 / 3.0, "0.3333333333333333"}, {1e21, "1e+21"},
+      {1e-7, "1e-07"}, {1.7976931348623157e308, "1.7976931348623157e+308"}, {5e-324, "5e-324"},
+      {9007199254740991.0, "9007199254740991"},
+      {std::int64_t{-9223372036854775807 - 1}, "-9223372036854775808"},
+      {std::uint64_t{18446744073709551615ull}, "18446744073709551615"}};
+  // clang-format on
+  for (const auto& [number, text] : cases) EXPECT_EQ(writeJSON(number), text) << text;
 }
 
 TEST(JSONWriter, ClockReadingsMatchTheShortestRoundTripForm) {
-  // Whole microseconds since 1970 take a fast path; it must agree with the
-  // general shortest form everywhere, and other doubles must not take it.
+  // Whole microseconds since 1970 take a fast path; it must agree with the general shortest
+  // form everywhere, and other doubles must not take it.
   std::mt19937_64 random(20261123);
   std::vector<double> samples = {1073741824.000001, 1073741823.999999, 8589934591.999999,
                                  8589934592.5,      1795441664.846416, 1795441664.5,
@@ -56,12 +49,8 @@ TEST(JSONWriter, ClockReadingsMatchTheShortestRoundTripForm) {
 }
 
 TEST(JSONWriter, StringEscapes) {
-  struct Case {
-    std::string raw;
-    const char* escaped;
-    const char* withoutEscapingSlashes;
-  };
-  const Case cases[] = {
+  // The text, written, and written without escaping slashes.
+  const std::tuple<std::string, const char*, const char*> cases[] = {
       {"a/b", R"("a\/b")", R"("a/b")"},
       {"q\"b\\", R"("q\"b\\")", R"("q\"b\\")"},
       {"\n\r\t\b\f", R"("\n\r\t\b\f")", R"("\n\r\t\b\f")"},
@@ -71,18 +60,17 @@ TEST(JSONWriter, StringEscapes) {
   };
   JSONWritingOptions keepSlashes;
   keepSlashes.withoutEscapingSlashes = true;
-  // Plain text is skipped in words of eight bytes: every case also sits at
-  // every offset inside longer plain text.
+  // Plain text is skipped in words of eight bytes: every case also sits at every offset.
   const std::string plain = "plain text around it, long enough";
-  for (const Case& c : cases) {
+  for (const auto& [raw, escaped, withoutEscapingSlashes] : cases) {
     for (std::size_t before = 0; before <= 9; ++before) {
       const std::string head = plain.substr(0, before), tail = plain.substr(before, 11);
-      auto wrap = [&](std::string escaped) {
-        return '"' + head + escaped.substr(1, escaped.size() - 2) + tail + '"';
+      auto wrap = [&head, &tail](std::string written) {
+        return '"' + head + written.substr(1, written.size() - 2) + tail + '"';
       };
-      boost::json::value v = boost::json::string(head + c.raw + tail);
-      EXPECT_EQ(writeJSON(v), wrap(c.escaped)) << before;
-      EXPECT_EQ(writeJSON(v, keepSlashes), wrap(c.withoutEscapingSlashes)) << before;
+      boost::json::value v = boost::json::string(head + raw + tail);
+      EXPECT_EQ(writeJSON(v), wrap(escaped)) << before;
+      EXPECT_EQ(writeJSON(v, keepSlashes), wrap(withoutEscapingSlashes)) << before;
     }
   }
   // Keys are escaped the same way.
@@ -123,28 +111,24 @@ TEST(JSONWriter, PrettyPrintingAndSortedKeys) {
   EXPECT_EQ(writeJSON(boost::json::parse(R"({"\u00e9":1,"z":2,"aa":3,"a":4})"), sorted),
             "{\"a\":4,\"aa\":3,\"z\":2,\"\xc3\xa9\":1}");
   EXPECT_EQ(writeJSON(doc), R"({"b":[1,{"y":true,"x":null}],"a":{},"B":[]})");
-}
-
-TEST(JSONWriter, RefusesTreesTheDecoderCouldNotReadBack) {
-  auto nested = [](std::size_t levels) {
-    boost::json::value tree = boost::json::array();
-    boost::json::value* innermost = &tree;
-    for (std::size_t i = 1; i < levels; ++i) {
-      innermost = &innermost->get_array().emplace_back(boost::json::array());
-    }
-    return tree;
-  };
-  EXPECT_NO_THROW(writeJSON(nested(kMaxCodingDepth)));
-  EXPECT_THROW(writeJSON(nested(kMaxCodingDepth + 1)), EncodingError);
-}
-
-TEST(JSONWriter, EncoderOutputIsCompactWithEscapedSlashesByDefault) {
-  std::map<std::string, std::string> value{{"url", "https://a/b"}};
+  // The encoder writes compact text with escaped slashes unless told otherwise.
+  const std::map<std::string, std::string> value{{"url", "https://a/b"}};
   EXPECT_EQ(JSONEncoder().encodeToString(value), R"({"url":"https:\/\/a\/b"})");
   JSONEncoder encoder;
   encoder.outputFormatting.prettyPrinted = true;
   encoder.outputFormatting.withoutEscapingSlashes = true;
   EXPECT_EQ(encoder.encodeToString(value), "{\n  \"url\" : \"https://a/b\"\n}");
+}
+
+TEST(JSONWriter, RefusesTreesTheDecoderCouldNotReadBack) {
+  boost::json::value tree = boost::json::array();
+  boost::json::value* innermost = &tree;
+  for (std::size_t i = 1; i < kMaxCodingDepth; ++i) {
+    innermost = &innermost->get_array().emplace_back(boost::json::array());
+  }
+  EXPECT_NO_THROW(writeJSON(tree));
+  innermost->get_array().emplace_back(boost::json::array());
+  EXPECT_THROW(writeJSON(tree), EncodingError);
 }
 
 }  // namespace

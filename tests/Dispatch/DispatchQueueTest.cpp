@@ -134,20 +134,19 @@ struct SyncsWhenDestroyed {
 // The main thread's own state is torn down before static destructors and
 // `atexit` handlers run; queues must still work there.
 TEST(DispatchQueueDeathTest, QueuesWorkInStaticDestructorsAndAtExitHandlers) {
-  EXPECT_EXIT(
-      {
-        DispatchQueue("com.zorlan.test.used-before-exit").sync([] {});
-        std::atexit([] { syncOntoQueuesAtExit("atexit handler"); });
-        std::exit(0);
-      },
-      ::testing::ExitedWithCode(0), "atexit handler: 2 syncs ran");
-  EXPECT_EXIT(
-      {
-        DispatchQueue("com.zorlan.test.used-before-exit").sync([] {});
-        static SyncsWhenDestroyed destroyedAtExit;
-        std::exit(0);
-      },
-      ::testing::ExitedWithCode(0), "static destructor: 2 syncs ran");
+  const std::pair<void (*)(), const char*> cases[] = {
+      {[] { std::atexit([] { syncOntoQueuesAtExit("atexit handler"); }); },
+       "atexit handler: 2 syncs ran"},
+      {[] { static SyncsWhenDestroyed destroyedAtExit; }, "static destructor: 2 syncs ran"}};
+  for (const auto& [registerExitWork, printed] : cases) {
+    EXPECT_EXIT(
+        {
+          DispatchQueue("com.zorlan.test.used-before-exit").sync([] {});
+          registerExitWork();
+          std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), printed);
+  }
 }
 
 TEST(DispatchQueueDeathTest, SyncOntoTheRunningQueueStopsInsteadOfHanging) {

@@ -9,12 +9,8 @@ namespace {
 
 template <class T>
 std::string fragmentOutcome(std::string_view json) {
-  try {
-    JSONFragment<T>::decode(Data(json));
-    return "ok";
-  } catch (const DecodingError& error) {
-    return testing::describe(error);
-  }
+  return testing::describe(
+      testing::raised<DecodingError>([&] { JSONFragment<T>::decode(Data(json)); }));
 }
 
 TEST(JSONFragment, ReadsTheValueMemberOfAnObjectWithADefaultDecoder) {
@@ -41,8 +37,6 @@ TEST(JSONFragment, BareValuesAreNotFragmentsAndDecodingErrorsPassThrough) {
   const std::tuple<Outcome, const char*, const char*> cases[] = {
       {fragmentOutcome<bool>, "true",
        "typeMismatch [] Expected to decode Dictionary<String, Any> but found bool instead."},
-      {fragmentOutcome<bool>, "[1]",
-       "typeMismatch [] Expected to decode Dictionary<String, Any> but found an array instead."},
       {fragmentOutcome<int>, "null",
        "valueNotFound [] Expected Dictionary<String, Any> value but found null instead."},
       {fragmentOutcome<int>, R"({"Value":1})",

@@ -27,63 +27,46 @@ using E = StringEncoding;
 constexpr auto none = std::nullopt;
 
 TEST(JSONStringCoding, TextAndItsBytesInEachEncodingBothWays) {
-  struct Case {
-    std::string utf8;
-    StringEncoding encoding;
-    std::optional<std::string> bytes;  // absent: not representable
-  };
-  const Case cases[] = {
-      {"", E::utf16, "\xFE\xFF"s},
-      {"", E::utf16BigEndian, ""},
-      {"\0\x7F"s, E::ascii, "\0\x7F"s},
-      {"caf\xC3\xA9", E::ascii, none},
-      {"caf\xC3\xA9", E::isoLatin1, "caf\xE9"},
-      {"\xC3\xBF", E::isoLatin1, "\xFF"},
-      {"\xC4\x80", E::isoLatin1, none},
-      {"A", E::utf16, "\xFE\xFF\x00\x41"s},
-      {"A", E::utf16LittleEndian, "\x41\x00"s},
+  // The text, the encoding, its bytes (absent: not representable). Ill-formed UTF-8 is not
+  // text in any encoding.
+  // clang-format off
+  const std::tuple<std::string, StringEncoding, std::optional<std::string>> cases[] = {
+      {"", E::utf16, "\xFE\xFF"s}, {"", E::utf16BigEndian, ""}, {"\0\x7F"s, E::ascii, "\0\x7F"s},
+      {"caf\xC3\xA9", E::ascii, none}, {"caf\xC3\xA9", E::isoLatin1, "caf\xE9"},
+      {"\xC3\xBF", E::isoLatin1, "\xFF"}, {"\xC4\x80", E::isoLatin1, none},
+      {"A", E::utf16, "\xFE\xFF\x00\x41"s}, {"A", E::utf16LittleEndian, "\x41\x00"s},
       {"\xE2\x82\xAC", E::utf16BigEndian, "\x20\xAC"},
       {"\xF0\x9F\x98\x80", E::utf16BigEndian, "\xD8\x3D\xDE\x00"s},
       {"\xF0\x9F\x98\x80", E::utf16LittleEndian, "\x3D\xD8\x00\xDE"s},
-      {"\xF0\x9F\x98\x80", E::utf8, "\xF0\x9F\x98\x80"},
-      // Ill-formed UTF-8 is not text in any encoding.
-      {"\xC0\xAF", E::utf8, none},
-      {"\xED\xA0\x80", E::utf16BigEndian, none},
-      {"\xC3", E::ascii, none},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(toString(c.encoding)) + " " + c.utf8);
-    EXPECT_EQ(encodeText(c.utf8, c.encoding), c.bytes);
-    if (c.bytes) {
-      EXPECT_EQ(decodeText(*c.bytes, c.encoding), c.utf8);
+      {"\xF0\x9F\x98\x80", E::utf8, "\xF0\x9F\x98\x80"}, {"\xC0\xAF", E::utf8, none},
+      {"\xED\xA0\x80", E::utf16BigEndian, none}, {"\xC3", E::ascii, none}};
+  // clang-format on
+  for (const auto& [utf8, encoding, bytes] : cases) {
+    SCOPED_TRACE(std::string(toString(encoding)) + " " + utf8);
+    EXPECT_EQ(encodeText(utf8, encoding), bytes);
+    if (bytes) {
+      EXPECT_EQ(decodeText(*bytes, encoding), utf8);
     }
   }
   // Bytes that are not text in the encoding, and marks.
+  // Every Latin-1 byte is a character; UTF-16 without a mark is big-endian.
+  // clang-format off
   const std::tuple<std::string, StringEncoding, std::optional<std::string>> undecoded[] = {
-      {"caf\xE9", E::ascii, none},
-      {"\x80\xFF", E::isoLatin1, "\xC2\x80\xC3\xBF"},  // every byte is a character
-      {"caf\xE9", E::utf8, none},
-      {"\x00\x41\x00"s, E::utf16BigEndian, none},
+      {"caf\xE9", E::ascii, none}, {"\x80\xFF", E::isoLatin1, "\xC2\x80\xC3\xBF"},
+      {"caf\xE9", E::utf8, none}, {"\x00\x41\x00"s, E::utf16BigEndian, none},
       {"\x00\x41\xD8\x3D"s, E::utf16BigEndian, none},
       {"\xDE\x00\xD8\x3D"s, E::utf16BigEndian, none},
-      {"\xFF\xFE\x41\x00"s, E::utf16, "A"},
-      {"\x00\x41"s, E::utf16, "A"},  // no mark: big-endian
-      {"\xFE\xFF\x00\x41"s, E::utf16BigEndian,
-       "\xEF\xBB\xBF"
-       "A"},
-  };
+      {"\xFF\xFE\x41\x00"s, E::utf16, "A"}, {"\x00\x41"s, E::utf16, "A"},
+      {"\xFE\xFF\x00\x41"s, E::utf16BigEndian, "\xEF\xBB\xBF" "A"}};
+  // clang-format on
   for (const auto& [bytes, encoding, utf8] : undecoded) {
     EXPECT_EQ(decodeText(bytes, encoding), utf8) << toString(encoding) << " " << bytes;
   }
 }
 
 TEST(JSONStringEncoder, ReadsTheJSONBytesAsTextInTheEncoding) {
-  struct Case {
-    std::string value;
-    StringEncoding encoding;
-    std::optional<std::string> text;  // absent: JSONStringCodingError
-  };
-  const Case cases[] = {
+  // The value, the encoding, the text (absent: JSONStringCodingError).
+  const std::tuple<std::string, StringEncoding, std::optional<std::string>> cases[] = {
       {"Zo\xC3\xAB/1", E::utf8, "\"Zo\xC3\xAB\\/1\""},  // the default encoder's JSON
       {"cafe", E::ascii, "\"cafe\""},
       {"caf\xC3\xA9", E::ascii, none},
@@ -96,12 +79,12 @@ TEST(JSONStringEncoder, ReadsTheJSONBytesAsTextInTheEncoding) {
       {"a", E::utf16BigEndian, none},           // three bytes
       {"x\xD8\xA0x", E::utf16BigEndian, none},  // 0xD8A0, a lone high surrogate
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(toString(c.encoding)) + " " + c.value);
-    if (c.text) {
-      EXPECT_EQ(JSONStringEncoder().encode(c.value, c.encoding), *c.text);
+  for (const auto& [value, encoding, text] : cases) {
+    SCOPED_TRACE(std::string(toString(encoding)) + " " + value);
+    if (text) {
+      EXPECT_EQ(JSONStringEncoder().encode(value, encoding), *text);
     } else {
-      EXPECT_THROW(JSONStringEncoder().encode(c.value, c.encoding), JSONStringCodingError);
+      EXPECT_THROW(JSONStringEncoder().encode(value, encoding), JSONStringCodingError);
     }
   }
   // The encoder's own errors pass through unchanged.
@@ -111,60 +94,43 @@ TEST(JSONStringEncoder, ReadsTheJSONBytesAsTextInTheEncoding) {
 }
 
 TEST(JSONStringDecoder, DecodesTheTextsBytesInTheEncoding) {
-  enum class Outcome { decoded, codingError, decodingError };
-  struct Case {
-    std::string text;
-    StringEncoding encoding;
-    Outcome outcome;
-  };
-  const Case cases[] = {
-      {"\"\xC3\xA9\"", E::utf8, Outcome::decoded},
-      {"\"\xC3\xA9\"", E::ascii, Outcome::codingError},
-      {"\"\xC3\x83\xC2\xA9\"", E::isoLatin1, Outcome::decoded},  // Ã© is the bytes of é
-      {"\"\xC3\xA9\"", E::isoLatin1, Outcome::decodingError},    // the byte E9 is not JSON
-      {"\"\xE2\x82\xAC\"", E::isoLatin1, Outcome::codingError},
-      // The JSON decoder reads UTF-16, with or without a byte order mark.
-      {"\"\xC3\xA9\"", E::utf16, Outcome::decoded},
-      {"\"\xC3\xA9\"", E::utf16BigEndian, Outcome::decoded},
-      {"\"\xC3\xA9\"", E::utf16LittleEndian, Outcome::decoded},
-      {"\"\xFF\"", E::utf8, Outcome::codingError},  // not text
-      {"{", E::ascii, Outcome::decodingError},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(toString(c.encoding)) + " " + c.text);
-    switch (c.outcome) {
-      case Outcome::decoded:
-        EXPECT_EQ(JSONStringDecoder().decode<std::string>(c.text, c.encoding), "\xC3\xA9");
-        break;
-      case Outcome::codingError:
-        EXPECT_THROW(JSONStringDecoder().decode<std::string>(c.text, c.encoding),
-                     JSONStringCodingError);
-        break;
-      case Outcome::decodingError:
-        EXPECT_THROW(JSONStringDecoder().decode<std::string>(c.text, c.encoding), DecodingError);
-        break;
+  const auto outcome = [](const std::string& text, StringEncoding encoding) -> std::string {
+    try {
+      return JSONStringDecoder().decode<std::string>(text, encoding);
+    } catch (const JSONStringCodingError&) {
+      return "coding error";
+    } catch (const DecodingError&) {
+      return "decoding error";
     }
+  };
+  const std::string e9 = "\"\xC3\xA9\"";  // "é"
+  // The JSON decoder reads UTF-16, with or without a byte order mark.
+  // clang-format off
+  const std::tuple<std::string, StringEncoding, const char*> cases[] = {
+      {e9, E::utf8, "\xC3\xA9"}, {e9, E::ascii, "coding error"},
+      {"\"\xC3\x83\xC2\xA9\"", E::isoLatin1, "\xC3\xA9"},  // Ã© is the bytes of é
+      {e9, E::isoLatin1, "decoding error"},                   // the byte E9 is not JSON
+      {"\"\xE2\x82\xAC\"", E::isoLatin1, "coding error"}, {e9, E::utf16, "\xC3\xA9"},
+      {e9, E::utf16BigEndian, "\xC3\xA9"}, {e9, E::utf16LittleEndian, "\xC3\xA9"},
+      {"\"\xFF\"", E::utf8, "coding error"} /* not text */, {"{", E::ascii, "decoding error"}};
+  // clang-format on
+  for (const auto& [text, encoding, expected] : cases) {
+    EXPECT_EQ(outcome(text, encoding), expected) << toString(encoding) << " " << text;
   }
 }
 
 TEST(JSONStringCoding, TheDecoderReadsWhatTheEncoderWroteUnlessAByteOrderMarkIsAdded) {
   const Profile profile{"Zo\xC3\xAB", 10};  // 24 bytes of JSON
-  const std::pair<StringEncoding, bool> cases[] = {
-      {E::utf8, true},
-      {E::isoLatin1, true},
-      {E::utf16BigEndian, true},
-      {E::utf16LittleEndian, true},
-      // The decoder writes a mark before the code units, so the JSON decoder
-      // reads the encoder's UTF-8 bytes as UTF-16.
-      {E::utf16, false},
-  };
-  for (const auto& [encoding, readsBack] : cases) {
+  // With utf16 the decoder writes a mark before the code units, so the JSON decoder reads the
+  // encoder's UTF-8 bytes as UTF-16.
+  for (const StringEncoding encoding :
+       {E::utf8, E::isoLatin1, E::utf16BigEndian, E::utf16LittleEndian, E::utf16}) {
     SCOPED_TRACE(toString(encoding));
+    const bool readsBack = encoding != E::utf16;
     const std::string text = JSONStringEncoder().encode(profile, encoding);
     if (readsBack) {
       const Profile back = JSONStringDecoder().decode<Profile>(text, encoding);
-      EXPECT_EQ(back.name, profile.name);
-      EXPECT_EQ(back.age, profile.age);
+      EXPECT_EQ(std::tie(back.name, back.age), std::tie(profile.name, profile.age));
     } else {
       EXPECT_THROW(JSONStringDecoder().decode<Profile>(text, encoding), DecodingError);
     }

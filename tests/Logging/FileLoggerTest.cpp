@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <boost/json/parse.hpp>
 #include <future>
 #include <mutex>
 
@@ -19,16 +18,6 @@ using testing::readFile;
 using testing::ScopedEnv;
 
 constexpr double kJan31At235959 = 1706745599.0;  // 2024-01-31T23:59:59Z
-
-// The messages of a log file, as a reader sees them: the file wrapped in brackets.
-std::vector<std::string> messages(const fs::path& path) {
-  const boost::json::value events = boost::json::parse("[" + readFile(path) + "]");
-  std::vector<std::string> result;
-  for (const auto& event : events.as_array()) {
-    result.emplace_back(event.at("message").as_string());
-  }
-  return result;
-}
 
 // A date source the test moves by hand; safe to read from the logger's queue, also after the
 // test's clock is gone (the end marker is encoded after the logger's destruction).
@@ -138,34 +127,28 @@ TEST_F(FileLoggerTest, AFolderItCannotHaveMakesItWriteNowhereWithoutFailing) {
   testing::writeFile(dir_ / "blocker", "not a directory");
   FileLogger::registerSharedDataContainer("group.blocked", dir_ / "blocker");
   FileLogger::registerSharedDataContainer("group.other", dir_ / "other");
-  const std::pair<const char*, std::function<std::unique_ptr<FileLogger>()>> cases[] = {
-      {"Unable to create directory ",
-       [] {
-         return std::make_unique<FileLogger>(
-             "Logs", FileLogger::LogLocation::sharedDataContainer("group.blocked"));
-       }},
-      {"Unable to create directory ",
-       [this] {
-         ScopedEnv env("XDG_CACHE_HOME", (dir_ / "blocker" / "cache").c_str());
-         return std::make_unique<FileLogger>("Logs", FileLogger::LogLocation::appSandbox());
-       }},
-      {"",  // an unregistered group: no folder at all
-       [] {
-         return std::make_unique<FileLogger>(
-             "Logs", FileLogger::LogLocation::sharedDataContainer("group.unknown"));
-       }}};
-  for (const auto& [printedStart, make] : cases) {
+  using Location = FileLogger::LogLocation;
+  const std::string blockedCache = (dir_ / "blocker" / "cache").string();
+  // The location, the cache folder it is given, whether it prints that it cannot make its folder
+  // (an unregistered group has no folder at all).
+  const std::tuple<Location, const char*, bool> cases[] = {
+      {Location::sharedDataContainer("group.blocked"), nullptr, true},
+      {Location::appSandbox(), blockedCache.c_str(), true},
+      {Location::sharedDataContainer("group.unknown"), nullptr, false}};
+  for (const auto& [location, cache, prints] : cases) {
+    std::optional<ScopedEnv> env;
+    if (cache) env.emplace("XDG_CACHE_HOME", cache);
     ::testing::internal::CaptureStdout();
     std::unique_ptr<FileLogger> logger;
-    ASSERT_NO_THROW(logger = make());
+    ASSERT_NO_THROW(logger = std::make_unique<FileLogger>("Logs", location));
     EXPECT_EQ(logger->filePath(), std::nullopt);
     EXPECT_NO_THROW(logger->log("goes nowhere"));
     const AsyncDispatcher queue = logger->serialQueue();
     logger.reset();
     drain(queue);  // the end marker, too, goes nowhere
     const std::string printed = ::testing::internal::GetCapturedStdout();
-    if (*printedStart) {
-      EXPECT_EQ(printed.rfind(printedStart, 0), 0u) << printed;
+    if (prints) {
+      EXPECT_EQ(printed.rfind("Unable to create directory ", 0), 0u) << printed;
       EXPECT_NE(printed.find("blocker"), std::string::npos) << "names the path: " << printed;
       EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << printed;
       EXPECT_EQ(printed.back(), '\n');
@@ -221,7 +204,7 @@ TEST_F(FileLoggerTest, EverythingQueuedBeforeDestructionIsWrittenThenTheEndMarke
   logger->logger().add(sink);
   logger->log("a");
   drain(queue);
-  EXPECT_EQ(messages(path), std::vector<std::string>{"a"});
+  EXPECT_EQ(testing::logMessages(path), std::vector<std::string>{"a"});
   {
     QueueGate gate(queue);
     logger->log("b");
@@ -229,7 +212,7 @@ TEST_F(FileLoggerTest, EverythingQueuedBeforeDestructionIsWrittenThenTheEndMarke
     logger.reset();  // destroyed while "b" and "c" wait behind the gate
   }
   drain(queue);
-  EXPECT_EQ(messages(path), (std::vector<std::string>{"a", "b", "c", "--- END ---"}));
+  EXPECT_EQ(testing::logMessages(path), (std::vector<std::string>{"a", "b", "c", "--- END ---"}));
   // Its base logger sees public events without type or source.
   EXPECT_EQ(sink->seen, (std::vector<std::string>{
                             "a||public||FileLogEvent", "b||public||FileLogEvent",

@@ -1,61 +1,45 @@
+// zorlan/Logging/LogFile.hpp, FileLogger.hpp under several threads: nothing lost or torn,
+// groups of waiting events bounded as one-by-one appends would be, shared writers, and files
+// changed behind the library's back.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <barrier>
-#include <cstdio>
-#include <fstream>
 #include <future>
-#include <iterator>
 #include <thread>
 
 #include "Logging/LogFileStorage.hpp"
+#include "support/LoggingTestSupport.hpp"
 #include "zorlan/Logging/FileLogger.hpp"
 #include "zorlan/Logging/LogFile.hpp"
-#include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zorlan {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string readAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-// The messages of a log file; fails the test when the file does not parse.
-std::vector<std::string> messagesIn(const fs::path& path) {
-  auto contents = readLogFile(readAll(path));
-  EXPECT_FALSE(contents.error) << *contents.error;
-  EXPECT_FALSE(contents.truncatedAt);
-  std::vector<std::string> messages;
-  for (const auto& entry : contents.entries) messages.push_back(entry.message);
-  return messages;
-}
+using testing::LogFileModel;
+using testing::logMessages;
+using testing::readFile;
+using LogFileConcurrencyTest = testing::ScratchFolderTest;
 
 std::string event(const std::string& message) { return R"({"message":")" + message + R"("})"; }
 
-class LogFileConcurrencyTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("zorlan-logfile-mt-" + std::to_string(::getpid()) + "-" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
+// Messages "<writer>:<n>" hold each writer's n in order base, base + 1... (`next` counts them).
+void expectEachWriterInOrder(const std::vector<std::string>& messages, std::vector<int>& next,
+                             int base = 0) {
+  for (const auto& message : messages) {
+    const std::size_t colon = message.find(':');
+    const int t = std::stoi(message.substr(0, colon));
+    ASSERT_TRUE(t >= 0 && t < static_cast<int>(next.size())) << message;
+    EXPECT_EQ(std::stoi(message.substr(colon + 1)), base + next[t]++) << message;
   }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  fs::path dir_;
-};
+}
 
 TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
-  // Half the threads log events, half append encoded ones from their own
-  // thread: every event arrives whole, in each writer's order.
+  // Half the threads log events, half append encoded ones from their own thread: every event
+  // arrives whole, in each writer's order.
   const fs::path path = dir_ / "threads.log";
-  constexpr int kThreads = 4;
-  constexpr int kEvents = 2000;
+  constexpr int kThreads = 4, kEvents = 2000;
   {
     auto file = LogFile::open(path, 52'428'800);
     Logger logger;
@@ -76,44 +60,22 @@ TEST_F(LogFileConcurrencyTest, WritersOnEveryThreadLoseAndTearNothing) {
     }
     for (auto& thread : threads) thread.join();
   }
-  const auto messages = messagesIn(path);
+  const auto messages = logMessages(path);
   ASSERT_EQ(messages.size(), static_cast<std::size_t>(kThreads * kEvents));
   std::vector<int> next(kThreads, 0);
-  for (const auto& message : messages) {
-    auto colon = message.find(':');
-    int t = std::stoi(message.substr(0, colon));
-    EXPECT_EQ(std::stoi(message.substr(colon + 1)), next[t]++);  // per-writer order
-  }
+  expectEachWriterInOrder(messages, next);
 }
 
-// What appending one event at a time leaves: the file's bytes and, per
-// event, whether it was refused as `full`.
-struct OneByOne {
-  std::string content;
-  std::int64_t size = 0;
-  std::int64_t bound = 0;
-  bool append(const std::string& bytes) {
-    if (size + static_cast<std::int64_t>(bytes.size()) >= bound) return false;
-    const std::string chunk = content.empty() ? bytes : ",\n" + bytes;
-    content += chunk;
-    size += static_cast<std::int64_t>(chunk.size());
-    return true;
-  }
-};
-
 TEST_F(LogFileConcurrencyTest, GroupsCrossingTheBoundRefuseWhatOneByOneWould) {
-  // One write for a group of events: each is checked against the size the
-  // ones before it left (a refused event takes no room, a later smaller one
-  // may fit), failures are reported per event in order, and a failed write
-  // fails the group's events as appending each alone would.
-  const fs::path sub = dir_ / "later";
-  const fs::path path = sub / "group.log";
+  // One write for a group of events: each is checked against the size the ones before it left
+  // (a refused event takes no room, a later smaller one may fit), failures are reported per
+  // event in order, and a failed write fails the group's events as appending each alone would.
+  const fs::path sub = dir_ / "later", path = sub / "group.log";
   std::vector<std::string> reports;
   detail::LogFileStorage storage(path, 0, 10, [&](const std::string& line) {
     reports.push_back(line.substr(0, line.find(" at: ")));
   });
-  OneByOne model;
-  model.bound = 30;
+  LogFileModel model{"", 0, 30};
   const auto group = [&](const std::vector<std::string>& events, bool writable) {
     std::vector<std::string> chunks;
     std::vector<detail::LogFileBatchEntry> entries(events.size());
@@ -144,33 +106,30 @@ TEST_F(LogFileConcurrencyTest, GroupsCrossingTheBoundRefuseWhatOneByOneWould) {
     }
     EXPECT_EQ(reports, expected);
     EXPECT_EQ(storage.currentSize(), model.size);
-    EXPECT_EQ(readAll(path), writable ? model.content : "");
+    EXPECT_EQ(readFile(path), writable ? model.content : "");
   };
-  // The folder is missing: every write fails, and the next one carries the
-  // events the failed ones held.
+  // The folder is missing: every write fails, and the next one carries the events the failed
+  // ones held.
   group({"{\"a\":1}", "{\"b\":22}"}, false);
   fs::create_directories(sub);
-  // 17 bytes counted so far (7 + 2 + 8) of 30; then 26: the 10-byte event is
-  // refused, the 3-byte one after it fits (29: the bound counts the event,
-  // not its separator), the next would reach the bound.
+  // 17 bytes counted so far (7 + 2 + 8) of 30; then 26: the 10-byte event is refused, the
+  // 3-byte one after it fits (29: the bound counts the event, not its separator), the next
+  // would reach the bound.
   group({"{\"c\":3}", "{\"d\":4444}", "123", "2"}, true);
   group({"x", "y"}, true);
 }
 
 TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) {
-  // Each round, one thread's write is held up on the file's queue while the
-  // others' events wait, so they go out as one group. Every event is in the
-  // file when its call returns; the group in which the file fills accepts
-  // exactly as many events as appending one at a time would, the rest fail
-  // with `full`; the file holds the accepted events in each thread's order.
-  constexpr int kThreads = 5;
-  constexpr int kRounds = 8;
+  // Each round, one thread's write is held up on the file's queue while the others' events
+  // wait, so they go out as one group. Every event is in the file when its call returns; the
+  // group in which the file fills accepts exactly as many events as appending one at a time
+  // would, the rest fail with `full`; the file holds the accepted events in each thread's order.
+  constexpr int kThreads = 5, kRounds = 8;
   const fs::path path = dir_ / "groups.log";
   auto message = [](int thread, int round) {
     return std::to_string(thread) + ":" + std::to_string(100 + round);
   };
-  OneByOne model;
-  model.bound = 3 * 130;  // 18 events of 19 bytes fit: mid-group in round 4
+  LogFileModel model{"", 0, 3 * 130};  // 18 events of 19 bytes fit: mid-group in round 4
   int fitting = 0;
   while (model.append(event(message(0, 0)))) ++fitting;
   ASSERT_EQ(fitting, 18);
@@ -186,7 +145,7 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
         try {
           file->append(event(text));
           accepted[t].push_back(true);
-          EXPECT_NE(readAll(path).find(text), std::string::npos) << "returned before written";
+          EXPECT_NE(readFile(path).find(text), std::string::npos) << "returned before written";
         } catch (const LogFileError& error) {
           EXPECT_EQ(error.code(), LogFileError::Code::full);
           accepted[t].push_back(false);
@@ -196,12 +155,11 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
     });
   }
   for (int round = 0; round < kRounds; ++round) {
-    // The first thread's write waits for the queue, the others for it. Once
-    // the first write is through, the group's write waits too (when the first
-    // thread got into the queue before the group's hold was posted, as it
-    // almost always does): a caller returning meanwhile would miss its event.
-    std::promise<void> first;
-    std::promise<void> group;
+    // The first thread's write waits for the queue, the others for it. Once the first write is
+    // through, the group's write waits too (when the first thread got into the queue before the
+    // group's hold was posted, as it almost always does): a caller returning meanwhile would
+    // miss its event.
+    std::promise<void> first, group;
     file->queue().async(
         [&file, held = first.get_future().share(), then = group.get_future().share()] {
           held.wait();
@@ -224,14 +182,10 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
     rounds.arrive_and_wait();
   }
   for (auto& thread : threads) thread.join();
-  const auto messages = messagesIn(path);
+  const auto messages = logMessages(path);
   EXPECT_EQ(messages.size(), static_cast<std::size_t>(fitting));
   std::vector<int> next(kThreads, 0);
-  for (const auto& text : messages) {
-    const int t = text[0] - '0';
-    ASSERT_TRUE(t >= 0 && t < kThreads) << text;
-    EXPECT_EQ(text, message(t, next[t]++));
-  }
+  expectEachWriterInOrder(messages, next, 100);
   for (int t = 0; t < kThreads; ++t) {
     // Accepted events come first (a full file stays full); all are in the file.
     const auto firstRefused = std::find(accepted[t].begin(), accepted[t].end(), false);
@@ -241,105 +195,83 @@ TEST_F(LogFileConcurrencyTest, EventsWaitingForAWriteGoOutTogetherUpToTheBound) 
 }
 
 TEST_F(LogFileConcurrencyTest, AppendRightAfterOpeningFollowsTheEventsAlreadyInTheFile) {
-  // The events already in the file are loaded on the file's queue; an append
-  // from the caller's thread must come after them, never over them.
+  // The events already in the file are loaded on the file's queue; an append from the caller's
+  // thread must come after them, never over them.
+  const std::string old = event("old 1") + ",\n" + event("old 2");
   for (int trial = 0; trial < 20; ++trial) {
     const fs::path path = dir_ / ("existing-" + std::to_string(trial) + ".log");
-    std::ofstream(path, std::ios::binary) << event("old 1") << ",\n" << event("old 2");
+    testing::writeFile(path, old);
     auto file = LogFile::open(path, 52'428'800);
     file->append(event("new"));
-    EXPECT_EQ(readAll(path), event("old 1") + ",\n" + event("old 2") + ",\n" + event("new"))
-        << "trial " << trial;
+    EXPECT_EQ(readFile(path), old + ",\n" + event("new")) << "trial " << trial;
   }
 }
 
 TEST_F(LogFileConcurrencyTest, LoggersOpeningOneFileShareItsWriter) {
-  // Two file loggers created within one second name the same file: both
-  // write whole events into it, from their own threads, and neither loses
-  // any. A logger a second later gets a file of its own.
+  // Two file loggers created within one second name the same file: both write whole events into
+  // it, from their own threads, and neither loses any. A logger a second later gets a file of
+  // its own.
   FileLogger::registerSharedDataContainer("group.shared", dir_);
-  const Date second = Date::fromTimeIntervalSince1970(1706745599.0);
-  auto clock = [second](double offset) { return [date = second + offset] { return date; }; };
+  const auto clock = [](double offset) {
+    return [date = Date::fromTimeIntervalSince1970(1706745599.0 + offset)] { return date; };
+  };
+  const auto location = FileLogger::LogLocation::sharedDataContainer("group.shared");
   constexpr int kMessages = 300;
   std::vector<std::optional<AsyncDispatcher>> queues;
   std::vector<std::optional<fs::path>> paths;
   {
-    FileLogger first("Shared", FileLogger::LogLocation::sharedDataContainer("group.shared"),
-                     clock(0.1));
-    FileLogger second("Shared", FileLogger::LogLocation::sharedDataContainer("group.shared"),
-                      clock(0.9));
-    FileLogger next("Shared", FileLogger::LogLocation::sharedDataContainer("group.shared"),
-                    clock(1.0));
+    FileLogger first("Shared", location, clock(0.1)), second("Shared", location, clock(0.9)),
+        next("Shared", location, clock(1.0));
     ASSERT_TRUE(first.filePath() && second.filePath() && next.filePath());
     EXPECT_EQ(*first.filePath(), *second.filePath());
     EXPECT_NE(*first.filePath(), *next.filePath());
     paths = {first.filePath(), next.filePath()};
     queues = {first.serialQueue(), second.serialQueue(), next.serialQueue()};
     std::thread other([&] {
-      for (int i = 0; i < kMessages; ++i) second.log("b" + std::to_string(i));
+      for (int i = 0; i < kMessages; ++i) second.log("1:" + std::to_string(i));
     });
-    for (int i = 0; i < kMessages; ++i) first.log("a" + std::to_string(i));
+    for (int i = 0; i < kMessages; ++i) first.log("0:" + std::to_string(i));
     other.join();
   }
   for (auto& queue : queues) queue->sync([] {});
-  std::vector<std::string> a;
-  std::vector<std::string> b;
-  int ends = 0;
-  for (const auto& message : messagesIn(*paths[0])) {
-    if (message == "--- END ---") {
-      ++ends;
-    } else {
-      (message[0] == 'a' ? a : b).push_back(message.substr(1));
-    }
-  }
-  EXPECT_EQ(ends, 2);
-  ASSERT_EQ(a.size(), static_cast<std::size_t>(kMessages));
-  ASSERT_EQ(b.size(), static_cast<std::size_t>(kMessages));
-  for (int i = 0; i < kMessages; ++i) {
-    EXPECT_EQ(a[static_cast<std::size_t>(i)], std::to_string(i));
-    EXPECT_EQ(b[static_cast<std::size_t>(i)], std::to_string(i));
-  }
-  EXPECT_EQ(messagesIn(*paths[1]), std::vector<std::string>{"--- END ---"});
+  std::vector<std::string> written = logMessages(*paths[0]);
+  EXPECT_EQ(std::erase(written, "--- END ---"), 2u);
+  std::vector<int> next(2, 0);
+  expectEachWriterInOrder(written, next);
+  EXPECT_EQ(next, (std::vector<int>{kMessages, kMessages}));
+  EXPECT_EQ(logMessages(*paths[1]), std::vector<std::string>{"--- END ---"});
   FileLogger::unregisterSharedDataContainer("group.shared");
 }
 
 TEST_F(LogFileConcurrencyTest, FileDeletedOrReplacedFromOutsideIsWrittenAnew) {
-  // Whatever happened to the file at the path, the next write leaves there
-  // every event the file holds, as rewriting the whole file would, and at
-  // verbosity 2 says so.
-  struct Case {
-    const char* name;
-    void (*outside)(const fs::path& path, const fs::path& dir);
-  };
-  const Case cases[] = {
+  // Whatever happened to the file at the path, the next write leaves there every event the file
+  // holds, as rewriting the whole file would, and at verbosity 2 says so.
+  const std::pair<const char*, void (*)(const fs::path&, const fs::path&)> cases[] = {
       {"deleted", [](const fs::path& path, const fs::path&) { fs::remove(path); }},
       {"moved away",
-       [](const fs::path& path, const fs::path& dir) { fs::rename(path, dir / "rotated"); }},
-      {"replaced",
-       [](const fs::path& path, const fs::path& dir) {
-         std::ofstream(dir / "other", std::ios::binary) << "not a log";
+       [](const fs::path& path, const fs::path& dir) { fs::rename(path, dir / "r"); }},
+      {"replaced", [](const fs::path& path, const fs::path& dir) {
+         testing::writeFile(dir / "other", "not a log");
          fs::rename(dir / "other", path);
-       }},
-  };
+       }}};
   const std::uint8_t verbosity = Logger::shared().verbosity();
   Logger::shared().setVerbosity(2);
   const auto interval = logFilePathCheckInterval();
   setLogFilePathCheckInterval(std::chrono::nanoseconds(0));  // ask before every write
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    const fs::path path = dir_ / (std::string(c.name) + ".log");
+  for (const auto& [name, outside] : cases) {
+    SCOPED_TRACE(name);
+    const fs::path path = dir_ / (std::string(name) + ".log");
     auto file = LogFile::open(path, 52'428'800);
     file->append(event("1"));
     file->append(event("2"));
-    c.outside(path, dir_);
+    outside(path, dir_);
     ::testing::internal::CaptureStdout();
     file->append(event("3"));
-    const std::string printed = ::testing::internal::GetCapturedStdout();
-    EXPECT_EQ(messagesIn(path), (std::vector<std::string>{"1", "2", "3"}));
-    EXPECT_EQ(printed,
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
               "log file deleted or replaced on disk, writing it anew at: " + path.string() + "\n");
+    EXPECT_EQ(logMessages(path), (std::vector<std::string>{"1", "2", "3"}));
     file->append(event("4"));
-    EXPECT_EQ(messagesIn(path), (std::vector<std::string>{"1", "2", "3", "4"}));
+    EXPECT_EQ(logMessages(path), (std::vector<std::string>{"1", "2", "3", "4"}));
   }
   setLogFilePathCheckInterval(interval);
   Logger::shared().setVerbosity(verbosity);

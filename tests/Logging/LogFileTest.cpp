@@ -22,22 +22,6 @@ namespace fs = std::filesystem;
 using testing::readFile;
 using testing::writeFile;
 
-// The described log file, literally: the whole content in memory, rewritten in full after
-// every append.
-struct WholeFileModel {
-  std::string content;
-  std::int64_t currentSize;
-  std::int64_t maxSize;
-
-  bool append(const std::string& bytes) {  // false for `full`
-    if (currentSize + static_cast<std::int64_t>(bytes.size()) >= 3 * maxSize) return false;
-    const std::string chunk = content.empty() ? bytes : ",\n" + bytes;
-    content += chunk;
-    currentSize += static_cast<std::int64_t>(chunk.size());
-    return true;
-  }
-};
-
 // Appends `bytes` as given, or after scratch space the way the log file hands over encoded
 // events (the separator then goes into that space).
 void appendVia(LogFileStorage& storage, const std::string& bytes, bool scratch) {
@@ -75,7 +59,7 @@ TEST_F(LogFileStorageTest, BoundIsThreeTimesMaxSizeExclusiveAndAppendsMatchTheWh
             LogFileError::Code::full);
 
   writeFile(path, "");
-  WholeFileModel model{"", 0, 200};
+  testing::LogFileModel model{"", 0, 3 * 200};
   LogFileStorage storage(path, 0, 200, recorder());
   std::mt19937 random(7);
   for (int i = 0; i < 200; ++i) {
@@ -88,7 +72,7 @@ TEST_F(LogFileStorageTest, BoundIsThreeTimesMaxSizeExclusiveAndAppendsMatchTheWh
     }
   }
   EXPECT_EQ(readFile(path), model.content);
-  EXPECT_EQ(storage.currentSize(), model.currentSize);
+  EXPECT_EQ(storage.currentSize(), model.size);
 }
 
 TEST_F(LogFileStorageTest, InitialLoadCountsTheFileTwiceAndARefusedOneLetsTheNextAppendReplaceIt) {
@@ -303,31 +287,27 @@ TEST_F(LogFileStorageTest, LogFileRemovesOnlyFilesAboveThreeTimesTheBoundAndThro
 }
 
 TEST(LogFileReader, SplitsEventsAtCommaNewlineAndKeepsWhatPrecedesAProblem) {
-  struct Case {
-    std::string bytes;
-    std::vector<std::string> messages;
-    std::optional<std::size_t> truncatedAt;
-    bool error;
-  };
+  // The bytes, the messages read, where a cut-off event starts, whether there is an error.
+  using Case = std::tuple<std::string, std::vector<std::string>, std::optional<std::size_t>, bool>;
+  const std::string two =
+      "{\"message\":\"a, b\",\"loggedAt\":1.5},\n{\"message\":\"{x}\",\"loggedAt\":2}";
+  // clang-format off
   const Case cases[] = {
-      {"", {}, std::nullopt, false},
-      {"{\"message\":\"a, b\",\"loggedAt\":1.5},\n{\"message\":\"{x}\",\"loggedAt\":2}",
-       {"a, b", "{x}"},
-       std::nullopt,
-       false},
+      {"", {}, std::nullopt, false}, {two, {"a, b", "{x}"}, std::nullopt, false},
       // A cut-off last event is reported with where it starts.
       {"{\"message\":\"one\",\"loggedAt\":1},\n{\"message\":\"tw", {"one"}, 32, false},
       {"[1,2]", {}, std::nullopt, true},
       {"{\"message\":\"a\"} {\"message\":\"b\"}", {"a"}, std::nullopt, true},
       {"{\"message\":\"a\"},\nnot json at all", {"a"}, std::nullopt, true}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.bytes);
-    const LogFileContents contents = readLogFile(c.bytes);
-    std::vector<std::string> messages;
-    for (const auto& entry : contents.entries) messages.push_back(entry.message);
-    EXPECT_EQ(messages, c.messages);
-    EXPECT_EQ(contents.truncatedAt, c.truncatedAt);
-    EXPECT_EQ(contents.error.has_value(), c.error);
+  // clang-format on
+  for (const auto& [bytes, messages, truncatedAt, error] : cases) {
+    SCOPED_TRACE(bytes);
+    const LogFileContents contents = readLogFile(bytes);
+    std::vector<std::string> read;
+    for (const auto& entry : contents.entries) read.push_back(entry.message);
+    EXPECT_EQ(read, messages);
+    EXPECT_EQ(contents.truncatedAt, truncatedAt);
+    EXPECT_EQ(contents.error.has_value(), error);
   }
   EXPECT_EQ(readLogFile("{\"message\":\"a\",\"loggedAt\":1.5}").entries.at(0).loggedAt, 1.5);
 }

@@ -2,11 +2,12 @@
 // sinks, and what reaches its log file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "support/LoggingTestSupport.hpp"
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Logging/Log.hpp"
-#include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zorlan {
 namespace {
@@ -22,17 +23,6 @@ class LogTest : public testing::ScratchFolderTest {
     Log::setup(file, asBehaviorReader(*relay_));
     return file;
   }
-  // The events in the file, once its queue has written everything.
-  std::vector<LogFileEntry> events(const fs::path& file) {
-    auto contents = readLogFile(testing::readFile(file));
-    EXPECT_FALSE(contents.error);
-    return contents.entries;
-  }
-  std::vector<std::string> messages(const fs::path& file) {
-    std::vector<std::string> written;
-    for (const auto& e : events(file)) written.push_back(e.message);
-    return written;
-  }
 
   std::unique_ptr<rx::BehaviorRelay<std::shared_ptr<const LogConfig>>> relay_;
 };
@@ -47,34 +37,25 @@ TEST_F(LogTest, NothingIsWrittenBeforeSetup) {
 
 TEST_F(LogTest, ComposesPrefixMarkAndMessageForEveryCategory) {
   fs::path file = setUp(LogLevelConfig::all);
-  struct Case {
-    Log& (*category)();
-    const char* prefix;
-  };
-  const Case cases[] = {{&Log::shared, ""},
-                        {&Log::content, "\U0001F30F "},
-                        {&Log::localization, "\U0001F4D6 "},
-                        {&Log::analytics, "\U0001F4C8 "},
-                        {&Log::onboarding, "\U0001F464 "},
-                        {&Log::paywall, "\U0001F4B0 "},
-                        {&Log::playback, "\U0001F3AC "},
-                        {&Log::chromecast, "[cast] "},
-                        {&Log::shareplay, "\U0001F465 "},
-                        {&Log::ctvActivation, "\U0001F4FA\u2194\uFE0F\U0001F4F1 "},
-                        {&Log::downloads, "\U0001F4BE "},
-                        {&Log::qoe, "\U0001F575\uFE0F "}};
+  // clang-format off
+  const std::pair<Log& (*)(), std::string> cases[] = {
+      {&Log::shared, ""}, {&Log::content, "\U0001F30F "}, {&Log::localization, "\U0001F4D6 "},
+      {&Log::analytics, "\U0001F4C8 "}, {&Log::onboarding, "\U0001F464 "},
+      {&Log::paywall, "\U0001F4B0 "}, {&Log::playback, "\U0001F3AC "},
+      {&Log::chromecast, "[cast] "}, {&Log::shareplay, "\U0001F465 "},
+      {&Log::ctvActivation, "\U0001F4FA\u2194\uFE0F\U0001F4F1 "}, {&Log::downloads, "\U0001F4BE "},
+      {&Log::qoe, "\U0001F575\uFE0F "}};
+  // clang-format on
   std::vector<std::string> expected;
-  for (const Case& c : cases) {
-    c.category().debug(Caller{}, "d");
-    c.category().info(Caller{}, "i");
-    c.category().warning(Caller{}, "w");
-    c.category().error(Caller{}, "e");
-    expected.push_back(std::string(c.prefix) + "d");
-    expected.push_back(std::string(c.prefix) + "i");
-    expected.push_back(std::string(c.prefix) + "\u26A0\uFE0F w");
-    expected.push_back(std::string(c.prefix) + "\u274C e");
+  for (const auto& [category, prefix] : cases) {
+    category().debug(Caller{}, "d");
+    category().info(Caller{}, "i");
+    category().warning(Caller{}, "w");
+    category().error(Caller{}, "e");
+    for (const char* text : {"d", "i", "\u26A0\uFE0F w", "\u274C e"})
+      expected.push_back(prefix + text);
   }
-  EXPECT_EQ(messages(file), expected);
+  EXPECT_EQ(testing::logMessages(file), expected);
 }
 
 TEST_F(LogTest, FileThresholdMatrix) {
@@ -87,12 +68,11 @@ TEST_F(LogTest, FileThresholdMatrix) {
     Log::shared().info(Caller{}, "info");
     Log::shared().warning(Caller{}, "warning");
     Log::shared().error(Caller{}, "error");
-    std::vector<std::string> expected;
-    if (threshold <= LogLevel::debug) expected.push_back("debug");
-    if (threshold <= LogLevel::info) expected.push_back("info");
-    if (threshold <= LogLevel::warning) expected.push_back("\u26A0\uFE0F warning");
-    expected.push_back("\u274C error");
-    EXPECT_EQ(messages(file), expected) << "threshold " << rawValue(threshold);
+    std::vector<std::string> expected = {"debug", "info", "\u26A0\uFE0F warning", "\u274C error"};
+    // debug = 2, ..., error = 5; none and trace let everything through.
+    expected.erase(expected.begin(),
+                   expected.begin() + std::clamp(static_cast<int>(threshold) - 2, 0, 3));
+    EXPECT_EQ(testing::logMessages(file), expected) << "threshold " << rawValue(threshold);
   }
 }
 
@@ -103,7 +83,7 @@ TEST_F(LogTest, RunTimeLevelReportsTheFacadesLocationAndSkipsNoneAndTrace) {
   Log::shared().log(Caller{}, LogLevel::error, "via log");
   const int line = __LINE__ + 1;
   Log::shared().error(Caller{}, "direct");
-  auto written = events(file);
+  auto written = testing::logEntries(file);
   ASSERT_EQ(written.size(), 2u);
   EXPECT_EQ(written[0].object.at("file"), "Logging/Log");
   EXPECT_EQ(written[0].object.at("line"), 129);
@@ -127,7 +107,7 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrRelease
   Log::playback().info(Caller{}, "shown");
   Log::setup(std::nullopt, asBehaviorReader(*relay_));  // no file: keeps the first file logger
   Log::qoe().info(Caller{}, "still to the file");
-  EXPECT_EQ(messages(file),
+  EXPECT_EQ(testing::logMessages(file),
             (std::vector<std::string>{"\U0001F3AC shown", "\U0001F575\uFE0F still to the file"}));
   // Each setup with a file replaces the file logger; what it replaced, and
   // its open file, go once nothing uses them.
@@ -137,7 +117,7 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrRelease
     Log::shared().error(Caller{}, "setup " + std::to_string(i));
   }
   EXPECT_LE(openDescriptors(), before + 2);
-  EXPECT_EQ(events(dir_ / "app-99.log").size(), 1u);
+  EXPECT_EQ(testing::logEntries(dir_ / "app-99.log").size(), 1u);
 }
 
 // Records what reaches a logger, tagged with the logger's name.

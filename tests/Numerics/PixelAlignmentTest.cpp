@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <optional>
+#include <tuple>
 
 #include "zorlan/Numerics/PixelAlignment.hpp"
 #include "zorlan/Numerics/Resolution.hpp"
@@ -16,13 +17,9 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 TEST(PixelAlignedTest, SixRoundingRulesAtScaleOne) {
-  constexpr Rule kRules[] = {Rule::toNearestOrAwayFromZero,
-                             Rule::toNearestOrEven,
-                             Rule::up,
-                             Rule::down,
-                             Rule::towardZero,
-                             Rule::awayFromZero};
   // clang-format off
+  constexpr Rule kRules[] = {Rule::toNearestOrAwayFromZero, Rule::toNearestOrEven, Rule::up,
+                             Rule::down, Rule::towardZero, Rule::awayFromZero};
   const struct {
     double value;
     double expected[6];  // in the order of kRules
@@ -44,11 +41,7 @@ TEST(PixelAlignedTest, SixRoundingRulesAtScaleOne) {
 
 TEST(PixelAlignedTest, SnapsValuesSizesAndRectsToTheScalesGrid) {
   // clang-format off
-  const struct {
-    double value, scale;
-    Rule rule;
-    double expected;
-  } cases[] = {
+  const std::tuple<double, double, Rule, double> cases[] = {  // value, scale, rule, expected
       {10.26, 2, Rule::toNearestOrAwayFromZero, 10.5},
       {10.25, 2, Rule::toNearestOrAwayFromZero, 10.5},
       {10.25, 2, Rule::toNearestOrEven, 10.0},  // 20.5 -> 20
@@ -59,9 +52,9 @@ TEST(PixelAlignedTest, SnapsValuesSizesAndRectsToTheScalesGrid) {
       {10.26, kInf, Rule::toNearestOrAwayFromZero, 0}, {kNaN, 2, Rule::toNearestOrAwayFromZero, 0},
       {0.3, -2, Rule::toNearestOrAwayFromZero, 0.5}};  // -0.6 -> -1 -> 0.5
   // clang-format on
-  for (const auto& c : cases) {
-    EXPECT_EQ(pixelAligned(c.value, c.scale, c.rule), c.expected)
-        << c.value << " at " << c.scale << " rule " << static_cast<int>(c.rule);
+  for (const auto& [value, scale, rule, expected] : cases) {
+    EXPECT_EQ(pixelAligned(value, scale, rule), expected)
+        << value << " at " << scale << " rule " << static_cast<int>(rule);
   }
   EXPECT_EQ(pixelAligned(10.26, 2.0), 10.5);  // to nearest, ties away, by default
   // Each component by the same rule.

@@ -5,6 +5,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -20,12 +21,9 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 // isCloseTo admits the bound itself and ignores the precision's sign; roughlyEqual needs the
 // difference strictly below the bound.
 TEST(ToleranceTest, NumbersCloseInclusivelyOrRoughlyEqualStrictly) {
-  struct Case {
-    double lhs, rhs, within;
-    bool close, roughly;
-  };
+  // lhs, rhs, within, close, roughly
   // clang-format off
-  const Case cases[] = {
+  const std::tuple<double, double, double, bool, bool> cases[] = {
       {1.5, 1.0, -0.5, true, false}, {1.0, 1.5, 0.5, true, false}, {1.0, 1.5, 0.49, false, false},
       {2.0, 2.0, 0.0, true, false}, {3.0, 3.0, -1.0, true, false}, {-3.0, 3.0, 6.0, true, false},
       {-3.0, 3.0, -5.9, false, false}, {1.0, 1.05, 0.1, true, true},
@@ -33,10 +31,10 @@ TEST(ToleranceTest, NumbersCloseInclusivelyOrRoughlyEqualStrictly) {
       {kNaN, 1.0, 1e300, false, false}, {kNaN, kNaN, 1e300, false, false},
       {kInf, kInf, 1, false, false}};
   // clang-format on
-  for (const auto& c : cases) {
-    SCOPED_TRACE(::testing::Message() << c.lhs << " vs " << c.rhs << " within " << c.within);
-    EXPECT_EQ(isCloseTo(c.lhs, c.rhs, c.within), c.close);
-    EXPECT_EQ(roughlyEqual(c.lhs, c.rhs, c.within), c.roughly);
+  for (const auto& [lhs, rhs, within, close, roughly] : cases) {
+    SCOPED_TRACE(::testing::Message() << lhs << " vs " << rhs << " within " << within);
+    EXPECT_EQ(isCloseTo(lhs, rhs, within), close);
+    EXPECT_EQ(roughlyEqual(lhs, rhs, within), roughly);
   }
   EXPECT_TRUE(roughlyEqual(1.0f, 1.25f, 0.3));
   EXPECT_FALSE(roughlyEqual(1.0f, 1.25f, 0.25));

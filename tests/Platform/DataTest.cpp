@@ -1,6 +1,8 @@
 // zorlan/Platform/Data.hpp: bytes, their text, and base64 both ways.
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "zorlan/Platform/Data.hpp"
 
 namespace zorlan {
@@ -8,20 +10,17 @@ namespace {
 
 TEST(Data, Base64BothWaysAndMalformedTextIsAbsent) {
   // RFC 4648 test vectors plus bytes that use the last two alphabet letters.
-  struct Case {
-    std::string bytes;
-    const char* base64;
-  };
-  const Case cases[] = {{"", ""},
-                        {"f", "Zg=="},
-                        {"fo", "Zm8="},
-                        {"foob", "Zm9vYg=="},
-                        {"foobar", "Zm9vYmFy"},
-                        {std::string("\x00\x01\x02\xfa\xff", 5), "AAEC+v8="},
-                        {std::string("\xfb\xff\xbf", 3), "+/+/"}};
-  for (const Case& c : cases) {
-    EXPECT_EQ(Data(c.bytes).base64EncodedString(), c.base64);
-    EXPECT_EQ(Data::fromBase64(c.base64), Data(c.bytes)) << c.base64;
+  const std::pair<std::string, const char*> cases[] = {
+      {"", ""},
+      {"f", "Zg=="},
+      {"fo", "Zm8="},
+      {"foob", "Zm9vYg=="},
+      {"foobar", "Zm9vYmFy"},
+      {std::string("\x00\x01\x02\xfa\xff", 5), "AAEC+v8="},
+      {std::string("\xfb\xff\xbf", 3), "+/+/"}};
+  for (const auto& [bytes, base64] : cases) {
+    EXPECT_EQ(Data(bytes).base64EncodedString(), base64);
+    EXPECT_EQ(Data::fromBase64(base64), Data(bytes)) << base64;
   }
   // Malformed text is absent.
   for (const char* text : {"Zg", "Zm9", "Z===", "=Zm9", "Zg==Zg==", "Zm9v\n", "Zm9-", "Zm9_",

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <tuple>
 
 #include "zorlan/Platform/Date.hpp"
 #include "zorlan/Platform/ISO8601.hpp"
@@ -35,12 +36,7 @@ TEST(Date, NowFollowsTheSystemClock) {
 }
 
 TEST(ISO8601, Formats) {
-  struct Case {
-    double since1970;
-    const char* plain;
-    const char* fractional;
-  };
-  const Case cases[] = {
+  const std::tuple<double, const char*, const char*> cases[] = {
       {0.0, "1970-01-01T00:00:00Z", "1970-01-01T00:00:00.000Z"},
       {1704164645.678, "2024-01-02T03:04:05Z", "2024-01-02T03:04:05.678Z"},
       {-1.5, "1969-12-31T23:59:58Z", "1969-12-31T23:59:58.500Z"},
@@ -48,10 +44,9 @@ TEST(ISO8601, Formats) {
       {0.9996, "1970-01-01T00:00:00Z", "1970-01-01T00:00:01.000Z"},
       {-62167219200.0, "0000-01-01T00:00:00Z", "0000-01-01T00:00:00.000Z"},
   };
-  for (const Case& c : cases) {
-    Date date = Date::fromTimeIntervalSince1970(c.since1970);
-    EXPECT_EQ(iso8601::format(date), c.plain);
-    EXPECT_EQ(iso8601::format(date, true), c.fractional);
+  for (const auto& [since1970, plain, fractional] : cases) {
+    EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970)), plain);
+    EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970), true), fractional);
   }
 }
 
@@ -64,22 +59,18 @@ TEST(ISO8601, FormatsDatesWithAFourDigitYearOnly) {
 }
 
 TEST(ISO8601, ParsesAndRefuses) {
-  struct Case {
-    const char* text;
-    bool fractional;
-    double since1970;
-  };
-  const Case parsed[] = {{"2001-01-01T00:00:00Z", false, 978307200.0},
-                         {"2023-11-15T00:13:20+02:00", false, 1700000000.0},
-                         {"2024-02-29T12:00:00Z", false, 1709208000.0},
-                         {"2024-01-02T03:04:05.678Z", true, 1704164645.678},
-                         {"2024-01-02T03:04:05.5+01:00", true, 1704161045.5},
-                         {"2024-01-02T03:04:05.123456Z", true, 1704164645.123456},
-                         {"2024-01-01T23:04:05.100-04:00", true, 1704164645.1}};
-  for (const Case& c : parsed) {
-    const std::optional<Date> date = iso8601::parse(c.text, c.fractional);
-    ASSERT_TRUE(date) << c.text;
-    EXPECT_NEAR(date->timeIntervalSince1970(), c.since1970, 1e-6) << c.text;
+  const std::tuple<const char*, bool, double> parsed[] = {
+      {"2001-01-01T00:00:00Z", false, 978307200.0},
+      {"2023-11-15T00:13:20+02:00", false, 1700000000.0},
+      {"2024-02-29T12:00:00Z", false, 1709208000.0},
+      {"2024-01-02T03:04:05.678Z", true, 1704164645.678},
+      {"2024-01-02T03:04:05.5+01:00", true, 1704161045.5},
+      {"2024-01-02T03:04:05.123456Z", true, 1704164645.123456},
+      {"2024-01-01T23:04:05.100-04:00", true, 1704164645.1}};
+  for (const auto& [text, fractional, since1970] : parsed) {
+    const std::optional<Date> date = iso8601::parse(text, fractional);
+    ASSERT_TRUE(date) << text;
+    EXPECT_NEAR(date->timeIntervalSince1970(), since1970, 1e-6) << text;
   }
   // The fraction is required by the fractional form and refused by the plain one.
   for (const char* text : {"2024-01-02T03:04:05Z", "2024-01-02T03:04:05.Z"}) {

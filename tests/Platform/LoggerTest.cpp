@@ -3,34 +3,20 @@
 
 #include <boost/json/serialize.hpp>
 
+#include "support/RecordingLogSink.hpp"
 #include "zorlan/Platform/Logger.hpp"
 
 namespace zorlan {
 namespace {
 
-class RecordingSink : public LogSink {
- public:
-  RecordingSink(std::vector<std::string>& names, std::string name)
-      : names_(names), name_(std::move(name)) {}
-  void log(const LogEvent& event) noexcept override {
-    names_.push_back(name_ + ":" + std::string(event.message()));
-    levels.push_back(event.level());
-    sources.push_back(event.source());
-  }
-  std::vector<LoggerLevel> levels;
-  std::vector<std::optional<LogSource>> sources;
-
- private:
-  std::vector<std::string>& names_;
-  std::string name_;
-};
+using testing::RecordingLogSink;
 
 TEST(LoggerTest, SwitchedOffUntilEnabledThenEverySinkInOrderOfAdding) {
   Logger logger;
   std::vector<std::string> seen;
-  auto first = std::make_shared<RecordingSink>(seen, "first");
+  auto first = std::make_shared<RecordingLogSink>(seen, "first");
   logger.add(first);
-  logger.add(std::make_shared<RecordingSink>(seen, "second"));
+  logger.add(std::make_shared<RecordingLogSink>(seen, "second"));
   logger.log("sender", LoggerLevel::info, "", "dropped", true, {}, 1, "f", "fn");
   EXPECT_TRUE(seen.empty());
   logger.setEnabled(true);

@@ -71,11 +71,9 @@ TEST(MediaTimeTest, ArithmeticOnNumbersIsExactAtTheCommonTimescale) {
 }
 
 TEST(MediaTimeTest, ArithmeticWithSpecialTimes) {
-  struct Case {
-    MediaTime lhs, rhs, sum, difference;
-  };
   const MediaTime one(1, 1);
-  const Case cases[] = {
+  const MediaTime cases[][4] = {
+      // lhs, rhs, sum, difference
       {kInvalid, one, kInvalid, kInvalid},
       {kInvalid, kIndefinite, kInvalid, kInvalid},
       {kIndefinite, one, kIndefinite, kIndefinite},
@@ -85,10 +83,9 @@ TEST(MediaTimeTest, ArithmeticWithSpecialTimes) {
       {kPlusInf, kMinusInf, kInvalid, kPlusInf},
       {kMinusInf, kMinusInf, kMinusInf, kInvalid},
   };
-  for (std::size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    const auto& c = cases[i];
-    EXPECT_EQ(c.lhs + c.rhs, c.sum) << "case " << i;
-    EXPECT_EQ(c.lhs - c.rhs, c.difference) << "case " << i;
+  for (const auto& [lhs, rhs, sum, difference] : cases) {
+    EXPECT_EQ(lhs + rhs, sum) << lhs.seconds() << " " << rhs.seconds();
+    EXPECT_EQ(lhs - rhs, difference) << lhs.seconds() << " " << rhs.seconds();
   }
   EXPECT_EQ(abs(kIndefinite), kIndefinite);
   EXPECT_FALSE(abs(kInvalid).isValid());

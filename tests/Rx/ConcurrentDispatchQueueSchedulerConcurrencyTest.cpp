@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -17,21 +18,16 @@ TEST(ConcurrentDispatchQueueSchedulerConcurrencyTest, ActionsRunInParallelOnTheG
   // Two actions that each wait for the other can only finish in parallel.
   ConcurrentDispatchQueueScheduler scheduler(DispatchQoS::userInitiated);
   EXPECT_EQ(scheduler.queue(), DispatchQueue::global(DispatchQoS::userInitiated));
-  std::atomic<int> arrived{0};
-  std::promise<void> first;
-  std::promise<void> second;
-  auto meet = [&](std::promise<void>& done) {
-    return [&] {
-      arrived.fetch_add(1);
-      while (arrived.load() < 2) std::this_thread::yield();
-      done.set_value();
-      return Disposable();
-    };
+  std::latch met(2);
+  std::latch finished(2);
+  auto meet = [&] {
+    met.arrive_and_wait();
+    finished.count_down();
+    return Disposable();
   };
-  scheduler.schedule(meet(first));
-  scheduler.schedule(meet(second));
-  first.get_future().wait();
-  second.get_future().wait();
+  scheduler.schedule(meet);
+  scheduler.schedule(meet);
+  finished.wait();
 }
 
 TEST(ConcurrentDispatchQueueSchedulerConcurrencyTest, PeriodicFiringsNeverOverlap) {

@@ -47,7 +47,6 @@ TEST(SerialDispatchQueueSchedulerTest, QoSFormTargetsTheGlobalQueueWithTheDefaul
   EXPECT_EQ(scheduler.queue().label(), "rx.global_dispatch_queue.serial");
   EXPECT_EQ(scheduler.queue().target(), DispatchQueue::global(DispatchQoS::utility));
   EXPECT_TRUE(scheduler.queue().isSerial());
-  EXPECT_EQ(scheduler.leeway(), RxTimeInterval::zero());
   SerialDispatchQueueScheduler unspecified(DispatchQoS::unspecified);
   EXPECT_EQ(unspecified.queue().target(), DispatchQueue::global());
   // Two schedulers never share their internal queue.

@@ -62,30 +62,24 @@ TEST(SubjectConcurrencyTest, TwoWritersOnOneRelay) {
     DisposeBag bag;
     std::atomic<int> inside{0};
     std::atomic<bool> overlapped{false};
+    auto observe = [&](const Observable<int>& sequence, auto onNext, auto... onCompleted) {
+      sequence.subscribe(onNext, {}, onCompleted...).disposed(bag);
+    };
     int last = -1;  // written by one observer's calls only
-    relay.asObservable()
-        .subscribe([&](int v) {
-          if (inside.fetch_add(1) != 0) overlapped = true;
-          last = v;
-          inside.fetch_sub(1);
-        })
-        .disposed(bag);
+    observe(relay.asObservable(), [&](int v) {
+      if (inside.fetch_add(1) != 0) overlapped = true;
+      last = v;
+      inside.fetch_sub(1);
+    });
     int counted = 0;
-    relay.asObservable()
-        .scan(0, [](int n, int) { return n + 1; })
-        .subscribe([&](int n) { counted = n; })
-        .disposed(bag);
+    observe(relay.asObservable().scan(0, [](int n, int) { return n + 1; }),
+            [&](int n) { counted = n; });
     int taken = 0;
     bool takeCompleted = false;
-    relay.asObservable()
-        .take(100)
-        .subscribe([&](int) { ++taken; }, {}, [&] { takeCompleted = true; })
-        .disposed(bag);
+    observe(
+        relay.asObservable().take(100), [&](int) { ++taken; }, [&] { takeCompleted = true; });
     int distinct = -1;
-    relay.asObservable()
-        .distinctUntilChanged()
-        .subscribe([&](int v) { distinct = v; })
-        .disposed(bag);
+    observe(relay.asObservable().distinctUntilChanged(), [&](int v) { distinct = v; });
     BehaviorReader<int> reader = asBehaviorReader(relay.asObservable(), -1);
     std::atomic<bool> go{false};
     auto writer = [&](int base) {

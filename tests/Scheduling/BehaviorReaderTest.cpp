@@ -2,7 +2,9 @@
 // their value; relay bindings log and ignore errors and completion; the log operator.
 #include <gtest/gtest.h>
 
+#include "Rx/RxTestSupport.hpp"
 #include "support/MainQueueFixture.hpp"
+#include "support/RecordingLogSink.hpp"
 #include "zorlan/Platform/Logger.hpp"
 #include "zorlan/Rx/Completable.hpp"
 #include "zorlan/Scheduling/BehaviorReader.hpp"
@@ -56,35 +58,23 @@ TEST(BehaviorReaderTest, ConversionsMapsAndDistinctReaders) {
   BehaviorReader<int> source(ints);
   auto doubled = source.map([](int v) { return v * 2; });
   auto distinct = source.map([](int v) { return v / 10; }).distinctUntilChanged();
-  Ints changes;
-  rx::Disposable d = distinct.asObservable().subscribe([&](int v) { changes.push_back(v); });
+  auto changes = rx::testing::collect(distinct.asObservable());
   for (int v : {2, 5, 12, 15, 21}) ints.accept(v);
   EXPECT_EQ(doubled.value(), 42);
-  EXPECT_EQ(changes, (Ints{0, 1, 2}));
-  d.dispose();
+  EXPECT_EQ(changes->elements, (Ints{0, 1, 2}));
+  changes->subscription.dispose();
 }
 
-struct RecordingSink : LogSink {
-  void log(const LogEvent& event) noexcept override {
-    lines.emplace_back(event.message());
-    levels.push_back(event.level());
-    functions.push_back(event.source() ? event.source()->function : "");
-    sourceLines.push_back(event.source() ? event.source()->line : 0);
-  }
-  Lines lines;
-  std::vector<LoggerLevel> levels;
-  Lines functions;
-  Ints sourceLines;
-};
+using testing::RecordingLogSink;
 
 // The recorder on the shared logger, emptied.
-std::shared_ptr<RecordingSink> sharedRecorder() {
+std::shared_ptr<RecordingLogSink> sharedRecorder() {
   static auto sink = [] {
-    auto s = std::make_shared<RecordingSink>();
+    auto s = std::make_shared<RecordingLogSink>();
     Logger::shared().add(s);
     return s;
   }();
-  *sink = RecordingSink();
+  *sink = RecordingLogSink();
   return sink;
 }
 
@@ -106,16 +96,17 @@ TEST(RelayBindingTest, ErrorsAndCompletionAreLoggedAndIgnored) {
   publishObserver.onCompleted();
   publishObserver.onNext(5);
   EXPECT_EQ(received, 5);
-  EXPECT_EQ(sink->lines,
+  EXPECT_EQ(sink->messages,
             (Lines{"BehaviorRelay binding received error: socket closed but will ignore.",
                    "BehaviorRelay binding received completion but will ignore.",
                    "PublishRelay binding received error: gone but will ignore.",
                    "PublishRelay binding received completion but will ignore."}));
   EXPECT_EQ(sink->levels, std::vector<LoggerLevel>(4, LoggerLevel::error));
-  EXPECT_EQ(sink->functions, Lines(4, "asObserver()"));
+  for (const auto& source : sink->sources)
+    EXPECT_EQ(source.value_or(LogSource{}).function, "asObserver()");
 
   // A reader keeps its value when its source fails; a source that completes is not an error.
-  *sink = RecordingSink();
+  *sink = RecordingLogSink();
   rx::PublishSubject<int> source;
   BehaviorReader<int> reader(source.asObservable(), 1);
   source.onNext(2);
@@ -125,14 +116,14 @@ TEST(RelayBindingTest, ErrorsAndCompletionAreLoggedAndIgnored) {
   EXPECT_EQ(reader.value(), 3);
   BehaviorReader<int> finite(rx::Observable<int>::just(5), 0);
   EXPECT_EQ(finite.value(), 5);
-  EXPECT_EQ(sink->lines,
+  EXPECT_EQ(sink->messages,
             (Lines{"BehaviorRelay binding received error: feed lost but will ignore."}));
 }
 
 TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
   Logger logger;
   logger.setEnabled(true);
-  auto sink = std::make_shared<RecordingSink>();
+  auto sink = std::make_shared<RecordingLogSink>();
   logger.add(sink);
   rx::PublishSubject<int> subject;
   Ints seen;
@@ -143,7 +134,7 @@ TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
   d.dispose();
   EXPECT_EQ(seen, (Ints{1}));
   EXPECT_EQ(sink->levels[0], LoggerLevel::info);
-  EXPECT_EQ(sink->sourceLines[0], line);
+  EXPECT_EQ(sink->sources[0].value_or(LogSource{}).line, line);
   // Singles and completables log too; ending by itself disposes the subscription.
   int value = 0;
   log(rx::Single<int>::just(8), "Test", "single", logger).subscribe([&](int v) { value = v; });
@@ -153,9 +144,9 @@ TEST(LogOperatorTest, WritesSubscribedAndDisposingWithTheCallersLocation) {
       .subscribe([] {}, [&](std::exception_ptr) { failed = true; });
   EXPECT_EQ(value, 8);
   EXPECT_TRUE(failed);
-  EXPECT_EQ(sink->lines, (Lines{"catalog -> subscribed", "catalog -> disposing",
-                                "single -> subscribed", "single -> disposing",
-                                "completable -> subscribed", "completable -> disposing"}));
+  EXPECT_EQ(sink->messages, (Lines{"catalog -> subscribed", "catalog -> disposing",
+                                   "single -> subscribed", "single -> disposing",
+                                   "completable -> subscribed", "completable -> disposing"}));
 }
 
 using ReaderOnMainQueueTest = testing::MainQueueFixture;

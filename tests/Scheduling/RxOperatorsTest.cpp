@@ -2,6 +2,8 @@
 // observables, singles, drivers and signals, and steps run one after another.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "Rx/RxTestSupport.hpp"
 #include "support/MainQueueFixture.hpp"
 #include "zorlan/Dispatch/MainRunLoop.hpp"
@@ -99,18 +101,14 @@ TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhenNothingCameInTime) {
 TEST(RxOperatorsTest, IgnoreUntilHoldsBackUntilAllowed) {
   rx::PublishSubject<int> source;
   rx::BehaviorRelay<bool> allowed(false);
-  std::vector<int> seen;
-  rx::Disposable d =
-      ignoreUntil(source.asObservable(), allowed.asObservable()).subscribe([&](int v) {
-        seen.push_back(v);
-      });
+  auto seen = rx::testing::collect(ignoreUntil(source.asObservable(), allowed.asObservable()));
   source.onNext(1);
   allowed.accept(true);
   source.onNext(2);
   allowed.accept(false);  // once allowed, stays allowed
   source.onNext(3);
-  EXPECT_EQ(seen, (std::vector<int>{2, 3}));
-  d.dispose();
+  EXPECT_EQ(seen->elements, (std::vector<int>{2, 3}));
+  seen->subscription.dispose();
 }
 
 TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
@@ -131,12 +129,12 @@ TEST(RxOperatorsTest, ResultTurnsTheErrorIntoAFailureValue) {
 
 TEST(RxOperatorsTest, FromCallbacks) {
   std::function<void(Result<int>)> complete;
-  auto single = singleFrom<int>([&](std::function<void(Result<int>)> done) { complete = done; });
-  int value = 0;
-  single.subscribe([&](int v) { value = v; });
-  EXPECT_EQ(value, 0);
+  auto single = rx::testing::collect(singleFrom<int>([&](std::function<void(Result<int>)> done) {
+                                       complete = done;
+                                     }).asObservable());
+  EXPECT_TRUE(single->elements.empty());
   complete(Result<int>::success(9));
-  EXPECT_EQ(value, 9);
+  EXPECT_EQ(single->elements, (std::vector<int>{9}));
 
   bool completed = false;
   completableFrom([](std::function<void(std::exception_ptr)> done) {
@@ -206,43 +204,36 @@ TEST(AsyncSequenceTest, DisposingStopsBeforeTheNextStep) {
   EXPECT_EQ(started, 1);
 }
 
-struct TraitsCase {
-  const char* name;
-  std::function<rx::Observable<int>(rx::Observable<int>, rx::SchedulerPtr)> apply;
-  std::vector<int> lateSubscriberGets;  // replay of the latest, or nothing
-};
-
 TEST(RxOperatorsTest, DriverAndSignalTraitsObserveOnTheSchedulerReplaceErrorsAndShare) {
   auto fallback = [](std::exception_ptr) { return rx::Observable<int>::just(-1); };
   // clang-format off
-  const std::vector<TraitsCase> cases = {
+  using Apply = std::function<rx::Observable<int>(rx::Observable<int>, rx::SchedulerPtr)>;
+  // What a late subscriber gets: a replay of the latest, or nothing.
+  const std::vector<std::tuple<const char*, Apply, std::vector<int>>> cases = {
       {"driver traits, value on error",
        [](auto s, auto on) { return withDriverTraits(s, on, -1); }, {2}},
       {"driver traits, handler on error",
        [&](auto s, auto on) { return withDriverTraits(s, on, fallback); }, {2}},
       {"signal traits", [&](auto s, auto on) { return withSignalTraits(s, on, fallback); }, {}}};
   // clang-format on
-  for (const TraitsCase& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, apply, lateSubscriberGets] : cases) {
+    SCOPED_TRACE(name);
     auto scheduler = rx::TestScheduler::make();
     int subscriptions = 0;
     rx::PublishSubject<int> subject;
     auto traits =
-        c.apply(subject.asObservable().doOn({.onSubscribe = [&] { ++subscriptions; }}), scheduler);
-    std::vector<int> first;
-    std::vector<int> late;
-    rx::DisposeBag bag;
-    traits.subscribe([&](int v) { first.push_back(v); }).disposed(bag);
+        apply(subject.asObservable().doOn({.onSubscribe = [&] { ++subscriptions; }}), scheduler);
+    auto first = rx::testing::collect(traits);
     subject.onNext(1);
     subject.onNext(2);
-    EXPECT_TRUE(first.empty());  // not before the scheduler runs
+    EXPECT_TRUE(first->elements.empty());  // not before the scheduler runs
     scheduler->runDue();
-    traits.subscribe([&](int v) { late.push_back(v); }).disposed(bag);
+    auto late = rx::testing::collect(traits);
     EXPECT_EQ(subscriptions, 1);
-    EXPECT_EQ(late, c.lateSubscriberGets);
+    EXPECT_EQ(late->elements, lateSubscriberGets);
     subject.onError(std::make_exception_ptr(std::runtime_error("x")));
     scheduler->runDue();
-    EXPECT_EQ(first, (std::vector<int>{1, 2, -1}));
+    EXPECT_EQ(first->elements, (std::vector<int>{1, 2, -1}));
   }
 }
 
@@ -293,11 +284,9 @@ TEST_F(OnMainQueueTest, ShareForeverKeepsTheLatestForLaterDrivers) {
 TEST(RxOperatorsTest, SingleShareRunsTheWorkOnceForItsSubscribers) {
   int runs = 0;
   auto work = rx::Single<int>::deferred([&] { return rx::Single<int>::just(++runs); });
-  auto forever = work.share(rx::SubjectLifetimeScope::forever);
-  std::vector<int> seen;
-  forever.subscribe([&](int v) { seen.push_back(v); });
-  forever.subscribe([&](int v) { seen.push_back(v); });
-  EXPECT_EQ(seen, (std::vector<int>{1, 1}));
+  auto forever = work.share(rx::SubjectLifetimeScope::forever).asObservable();
+  EXPECT_EQ(elements(forever), (std::vector<int>{1}));
+  EXPECT_EQ(elements(forever), (std::vector<int>{1}));
   EXPECT_EQ(runs, 1);
 
   rx::PublishSubject<int> pending;
@@ -307,11 +296,11 @@ TEST(RxOperatorsTest, SingleShareRunsTheWorkOnceForItsSubscribers) {
                             .take(1)
                             .asSingle()
                             .share();
-  std::vector<int> both;
-  whileConnected.subscribe([&](int v) { both.push_back(v); });
-  whileConnected.subscribe([&](int v) { both.push_back(v); });
+  auto first = rx::testing::collect(whileConnected.asObservable());
+  auto second = rx::testing::collect(whileConnected.asObservable());
   pending.onNext(9);
-  EXPECT_EQ(both, (std::vector<int>{9, 9}));
+  EXPECT_EQ(first->elements, (std::vector<int>{9}));
+  EXPECT_EQ(second->elements, (std::vector<int>{9}));
   EXPECT_EQ(subscriptions, 1);
 }
 

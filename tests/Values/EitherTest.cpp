@@ -3,11 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "zorlan/Coding/JSONDecoder.hpp"
-#include "zorlan/Coding/JSONEncoder.hpp"
+#include "support/JSONCodingTestSupport.hpp"
 #include "zorlan/Values/EitherCoding.hpp"
 
 namespace zorlan {
@@ -16,32 +13,14 @@ namespace {
 using IntOrString = Either<int, std::string>;
 using Twins = Either<int, int>;
 using Kind = DecodingError::Kind;
-using Path = std::vector<std::string>;
+using testing::decodingError;
 constexpr const char* kKeysMessage = "Invalid number of keys found, expected one.";
 
 std::string json(const auto& value) { return JSONEncoder().encodeToString(value); }
 
-template <class T>
-DecodingError decodingError(std::string_view text) {
-  try {
-    JSONDecoder().decode<T>(text);
-  } catch (const DecodingError& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no error for " << text;
-  return DecodingError::dataCorrupted({});
-}
-
-Path pathOf(const DecodingError& error) {
-  Path keys;
-  for (const CodingKey& key : error.context().codingPath) keys.push_back(key.stringValue);
-  return keys;
-}
-
 TEST(EitherTest, CasesHoldTheirPayloadsAndCompareByCase) {
   EXPECT_EQ(*IntOrString::left(5).leftValue(), 5);
-  EXPECT_TRUE(IntOrString::left(5).isLeft());
-  EXPECT_EQ(IntOrString::left(5).rightValue(), nullptr);
+  EXPECT_TRUE(IntOrString::left(5).isLeft() && !IntOrString::left(5).rightValue());
   EXPECT_EQ(IntOrString::right("x").leftValue(), nullptr);
   EXPECT_EQ(*IntOrString::right("x").rightValue(), "x");
   EXPECT_EQ(IntOrString(), IntOrString::left(0));
@@ -90,25 +69,20 @@ TEST(EitherTest, CodesEachCaseUnderItsKeyWithThePayloadUnderUnderscoreZero) {
 TEST(EitherTest, DecodingErrors) {
   // None or both keys: a type mismatch at the object's path; payload errors pass out unchanged.
   // clang-format off
-  const struct {
-    const char* text;
-    Kind kind;
-    Path path;
-  } cases[] = {
-      {R"({"left":{"_0":1},"right":{"_0":2}})", Kind::typeMismatch, {}},
-      {R"({})", Kind::typeMismatch, {}}, {R"({"_0":1})", Kind::typeMismatch, {}},
-      {R"({"left":1})", Kind::typeMismatch, {"left"}},  // the payload is not nested under "_0"
-      {R"({"left":{}})", Kind::keyNotFound, {"left"}},
-      {R"({"right":{"_0":2}})", Kind::typeMismatch, {"right", "_0"}},
-      {R"({"left":{"_0":"1"}})", Kind::typeMismatch, {"left", "_0"}},
-      {"[1]", Kind::typeMismatch, {}}};
+  const std::tuple<const char*, Kind, const char*> cases[] = {
+      {R"({"left":{"_0":1},"right":{"_0":2}})", Kind::typeMismatch, ""},
+      {R"({})", Kind::typeMismatch, ""}, {R"({"_0":1})", Kind::typeMismatch, ""},
+      {R"({"left":1})", Kind::typeMismatch, "left"},  // the payload is not nested under "_0"
+      {R"({"left":{}})", Kind::keyNotFound, "left"},
+      {R"({"right":{"_0":2}})", Kind::typeMismatch, "right._0"},
+      {R"({"left":{"_0":"1"}})", Kind::typeMismatch, "left._0"}, {"[1]", Kind::typeMismatch, ""}};
   // clang-format on
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text);
-    const DecodingError error = decodingError<IntOrString>(c.text);
-    EXPECT_EQ(error.kind(), c.kind);
-    EXPECT_EQ(pathOf(error), c.path);
-    const bool keyCount = c.text[0] == '{' && c.path.empty();
+  for (const auto& [text, kind, path] : cases) {
+    SCOPED_TRACE(text);
+    const DecodingError error = decodingError<IntOrString>(text);
+    EXPECT_EQ(error.kind(), kind);
+    EXPECT_EQ(codingPathString(error.context().codingPath), path);
+    const bool keyCount = text[0] == '{' && !*path;
     EXPECT_EQ(error.context().debugDescription == kKeysMessage, keyCount);
     if (keyCount) {
       EXPECT_EQ(error.type(), "Either<Int32, String>");
@@ -117,7 +91,7 @@ TEST(EitherTest, DecodingErrors) {
   const DecodingError nested =
       decodingError<std::vector<IntOrString>>(R"([{"left":{"_0":1}},{"other":{}}])");
   EXPECT_EQ(nested.context().debugDescription, kKeysMessage);
-  EXPECT_EQ(pathOf(nested), (Path{"Index 1"}));
+  EXPECT_EQ(codingPathString(nested.context().codingPath), "1");
 }
 
 }  // namespace

@@ -4,24 +4,28 @@
 
 #include <boost/json/parse.hpp>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
+#include "support/JSONCodingTestSupport.hpp"
 #include "support/LogCapture.hpp"
-#include "zorlan/Coding/Codable.hpp"
 #include "zorlan/Values/Safe.hpp"
 
 namespace zorlan {
 namespace {
 
 using testing::LogCapture;
-using Kind = DecodingError::Kind;
 
 const std::string kPrefix =
     "\u274C \U0001F92E\U0001F92E\U0001F92E server data is unexpected or corrupt, failed to "
     "decode element.";
 const std::string kDecodingErrorPrefix = kPrefix + "\nError: ";
 const std::string kOtherErrorPrefix = kPrefix + " Error: ";
+
+// A report of a decoding error: the prefix, the error's kind, and the key path at the end.
+void expectDecodingReport(const std::string& message, const std::string& kind,
+                          const std::string& key) {
+  EXPECT_TRUE(message.starts_with(kDecodingErrorPrefix + kind + "(")) << message;
+  EXPECT_TRUE(message.ends_with(", key: " + key)) << message;
+}
 
 // Runs `body` on the keyed container of the JSON object `json`.
 template <class F>
@@ -70,21 +74,18 @@ TEST(SafeTest, ReportOfADecodingErrorIsOneErrorLineWithDescriptionAndPath) {
     return decodeSafely<std::vector<int>>(k, "items");
   });
   // The description is the one a strict decode of the same member throws.
-  std::string description;
-  try {
-    withContainer(
-        json, [](const KeyedDecodingContainer& k) { return k.decode<std::vector<int>>("items"); });
-  } catch (const DecodingError& error) {
-    description = error.description();
-  }
+  const std::string description = testing::raised<DecodingError>([&] {
+                                    withContainer(json, [](const KeyedDecodingContainer& k) {
+                                      return k.decode<std::vector<int>>("items");
+                                    });
+                                  }).description();
   EXPECT_NE(description.find("items"), std::string::npos);
   const auto events = log.events();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].level, LoggerLevel::error);
   EXPECT_EQ(events[0].message, kDecodingErrorPrefix + description + ", key: items.1");
-  EXPECT_EQ(events[0].file, "Wrappers/Safe");
-  EXPECT_EQ(events[0].line, 28);
-  EXPECT_EQ(events[0].function, "init(from:)");
+  EXPECT_EQ(std::tie(events[0].file, events[0].line, events[0].function),
+            std::tuple("Wrappers/Safe", 28, "init(from:)"));
 }
 
 TEST(SafeTest, PathsOfNestedMembersAndOfDescribedElements) {
@@ -101,60 +102,48 @@ TEST(SafeTest, PathsOfNestedMembersAndOfDescribedElements) {
   const auto messages = log.messages();
   ASSERT_EQ(messages.size(), 2u);
   // The missing key names the element; the mistyped member is one level deeper.
-  EXPECT_TRUE(messages[0].starts_with(kDecodingErrorPrefix + "keyNotFound("));
-  EXPECT_TRUE(messages[0].ends_with(", key: page.shows.1")) << messages[0];
-  EXPECT_TRUE(messages[1].starts_with(kDecodingErrorPrefix + "typeMismatch("));
-  EXPECT_TRUE(messages[1].ends_with(", key: page.shows.2.year")) << messages[1];
+  expectDecodingReport(messages[0], "keyNotFound", "page.shows.1");
+  expectDecodingReport(messages[1], "typeMismatch", "page.shows.2.year");
 }
 
 TEST(SafeTest, TheMemberItselfIsNotLossy) {
   // What each lossy decode makes of a member that is missing, null or of the wrong kind: the
-  // DecodingError kind thrown, or whether a value came back.
-  struct Outcome {
-    std::optional<Kind> thrown;
-    bool present = false;
+  // kind of DecodingError thrown, or whether a value came back; and how many reports the
+  // single-value decode (always absent here) makes.
+  const auto outcome = [](const char* json, auto decode) -> std::string {
+    try {
+      return withContainer(json, decode).has_value() ? "present" : "absent";
+    } catch (const DecodingError& error) {
+      const std::string described = testing::describe(error);
+      return described.substr(0, described.find(' '));
+    }
   };
   // clang-format off
-  const struct {
-    const char* json;
-    Outcome safely, arrayIfPresent;
-    std::size_t reportsOfSingle;  // decodeSafelyIfPresent<int>, always absent here
-  } cases[] = {
-      {R"({})", {Kind::keyNotFound}, {std::nullopt, false}, 0},
-      {R"({"items": null})", {Kind::valueNotFound}, {std::nullopt, false}, 0},
-      {R"({"items": "1, 2"})", {Kind::typeMismatch}, {Kind::typeMismatch}, 1},
-      {R"({"items": {"0": 1}})", {Kind::typeMismatch}, {Kind::typeMismatch}, 1}};
+  const std::tuple<const char*, const char*, const char*, std::size_t> cases[] = {
+      {R"({})", "keyNotFound", "absent", 0}, {R"({"items": null})", "valueNotFound", "absent", 0},
+      {R"({"items": "1, 2"})", "typeMismatch", "typeMismatch", 1},
+      {R"({"items": {"0": 1}})", "typeMismatch", "typeMismatch", 1}};
   // clang-format on
-  const auto outcomeOf = [](const char* json, auto decode) {
-    Outcome outcome;
-    try {
-      outcome.present = withContainer(json, decode).has_value();
-    } catch (const DecodingError& error) {
-      outcome.thrown = error.kind();
-    }
-    return outcome;
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.json);
+  for (const auto& [json, safely, arrayIfPresent, reportsOfSingle] : cases) {
+    SCOPED_TRACE(json);
     LogCapture log;
-    EXPECT_EQ(outcomeOf(c.json,
-                        [](const KeyedDecodingContainer& k) {
-                          return std::optional(decodeSafely<std::vector<int>>(k, "items"));
-                        })
-                  .thrown,
-              c.safely.thrown);
-    const Outcome arrayIfPresent = outcomeOf(c.json, [](const KeyedDecodingContainer& k) {
-      return decodeSafelyIfPresent<std::vector<int>>(k, "items");
-    });
-    EXPECT_EQ(arrayIfPresent.thrown, c.arrayIfPresent.thrown);
-    EXPECT_EQ(arrayIfPresent.present, c.arrayIfPresent.present);
+    EXPECT_EQ(outcome(json,
+                      [](const KeyedDecodingContainer& k) {
+                        return std::optional(decodeSafely<std::vector<int>>(k, "items"));
+                      }),
+              safely);
+    EXPECT_EQ(outcome(json,
+                      [](const KeyedDecodingContainer& k) {
+                        return decodeSafelyIfPresent<std::vector<int>>(k, "items");
+                      }),
+              arrayIfPresent);
     EXPECT_TRUE(log.events().empty());  // the array decodes report nothing here
-    const Outcome single = outcomeOf(c.json, [](const KeyedDecodingContainer& k) {
-      return decodeSafelyIfPresent<int>(k, "items");
-    });
-    EXPECT_EQ(single.thrown, std::nullopt);
-    EXPECT_FALSE(single.present);
-    EXPECT_EQ(log.events().size(), c.reportsOfSingle);
+    EXPECT_EQ(outcome(json,
+                      [](const KeyedDecodingContainer& k) {
+                        return decodeSafelyIfPresent<int>(k, "items");
+                      }),
+              "absent");
+    EXPECT_EQ(log.events().size(), reportsOfSingle);
   }
 }
 
@@ -175,10 +164,8 @@ TEST(SafeTest, SingleValues) {
                 });
   const auto messages = log.messages();
   ASSERT_EQ(messages.size(), 2u);
-  EXPECT_TRUE(messages[0].starts_with(kDecodingErrorPrefix + "typeMismatch("));
-  EXPECT_TRUE(messages[0].ends_with(", key: rating"));
-  EXPECT_TRUE(messages[1].starts_with(kDecodingErrorPrefix + "valueNotFound("));
-  EXPECT_TRUE(messages[1].ends_with(", key: none"));
+  expectDecodingReport(messages[0], "typeMismatch", "rating");
+  expectDecodingReport(messages[1], "valueNotFound", "none");
   EXPECT_EQ(Safe<int>(5).value(), 5);
   EXPECT_EQ(Safe<int>(std::nullopt).value(), std::nullopt);
   EXPECT_EQ(Safe<int>().value(), std::nullopt);
@@ -206,9 +193,8 @@ TEST(SafeTest, OtherExceptionsAreReportedOnOneLineAtTheirOwnSourceLine) {
   const auto events = log.events();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_EQ(events[0].message, kOtherErrorPrefix + "catalog service returned garbage");
-  EXPECT_EQ(events[0].line, 36);
-  EXPECT_EQ(events[0].function, "init(from:)");
-  EXPECT_EQ(events[0].file, "Wrappers/Safe");
+  EXPECT_EQ(std::tie(events[0].file, events[0].line, events[0].function),
+            std::tuple("Wrappers/Safe", 36, "init(from:)"));
   EXPECT_EQ(events[1].message, kOtherErrorPrefix + "int");
   EXPECT_EQ(events[1].line, 36);
   // The JSON number is a decoding error of the string the type reads first.

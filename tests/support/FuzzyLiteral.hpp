@@ -1,16 +1,9 @@
-// Fuzzy scoring and fuzzy search written literally, step by step, from the
-// algorithm's description, as a careful implementer would: the term is
-// lower-cased and cut into characters once per search, the candidate is
-// lower-cased as a whole text for the first-character rule (checked before
-// anything else), its characters are compared one by one by their lower-cased
-// forms, and the dynamic programme keeps one row, reused from candidate to
-// candidate (filled from the last position backwards, so each new entry
-// still sees the previous row's entries at and before it). Candidates of
-// plain ASCII take a byte-by-byte path. The best earlier entry is searched
-// for afresh at each matching position, as described.
-//
-// The tests check the library's scorer against it bit for bit, and the
-// benchmarks time the library against it.
+// Fuzzy scoring and fuzzy search written literally, step by step, from the algorithm's
+// description: term and candidate lower-cased (the candidate as a whole for the first-character
+// rule, checked first, then character by character), one dynamic-programme row reused from
+// candidate to candidate and filled from the last position backwards, a byte-by-byte path for
+// plain ASCII, and the best earlier entry searched afresh at each matching position. The tests
+// check the library's scorer against it bit for bit; the benchmarks time the library against it.
 #pragma once
 
 #include <algorithm>
@@ -26,18 +19,15 @@
 
 namespace zorlan::literal {
 
-// A character's lower-cased form, composed, so that canonically equivalent
-// characters compare equal.
+// A character's lower-cased form, composed, so that canonically equivalent characters are equal.
 inline std::string lowerForm(std::string_view text) {
   return unicode::normalizedNFC(unicode::lowercased(text));
 }
 
 // Whether every byte of `text` is a character of its own: ASCII without CR LF.
 inline bool isPlainAscii(std::string_view text) {
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) >= 0x80) return false;
-  }
-  return text.find("\r\n") == std::string_view::npos;
+  return std::none_of(text.begin(), text.end(), [](char c) { return c & 0x80; }) &&
+         text.find("\r\n") == std::string_view::npos;
 }
 
 class Matcher {
@@ -66,10 +56,8 @@ class Matcher {
     }
     if (lowered_.find(forms_.front()) == std::string::npos) return std::nullopt;
     // The candidate's characters, each lower-cased on its own.
-    std::size_t n = 0;
-    if (ascii) {
-      n = lowered_.size();
-    } else {
+    std::size_t n = lowered_.size();
+    if (!ascii) {
       const std::vector<std::string_view> characters = unicode::characters(candidate);
       n = characters.size();
       if (characterForms_.size() < n) characterForms_.resize(n);
@@ -81,8 +69,8 @@ class Matcher {
     const auto valueOf = [](const std::optional<float>& entry) {
       return entry ? *entry : kMostNegative;
     };
-    // 4. For each term character, the new row replaces the previous one from
-    // the last position backwards.
+    // 4. For each term character, the new row replaces the previous one from the last
+    // position backwards.
     for (std::size_t t = 0; t < forms_.size(); ++t) {
       for (std::size_t j = n; j-- > 0;) {
         const bool matches = ascii ? bytes_[t] == static_cast<unsigned char>(lowered_[j])
@@ -95,12 +83,8 @@ class Matcher {
         for (std::size_t i = 1; i <= j; ++i) {
           if (valueOf(row_[k]) <= valueOf(row_[i])) k = i;
         }
-        if (!row_[k]) {
-          row_[j] = 1.0f;
-        } else {
-          const float gap = static_cast<float>(static_cast<long>(j) - static_cast<long>(k) - 1);
-          row_[j] = (*row_[k] + 1.0f) - std::sqrt(gap);
-        }
+        const float gap = static_cast<float>(static_cast<long>(j) - static_cast<long>(k) - 1);
+        row_[j] = row_[k] ? (*row_[k] + 1.0f) - std::sqrt(gap) : 1.0f;
       }
     }
     // 5. The greatest present entry, by strict greater-than.

@@ -1,9 +1,10 @@
-// Helpers for the coding and JSON tests: a decoding error as one comparable
+// Helpers for the coding and JSON tests: a codable fixture, a decoding error as one comparable
 // line, the error a decode or encode raises, and typed trees as sorted text.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,14 @@
 
 namespace zorlan::testing {
 
+struct Artwork {
+  std::string url;
+  double aspectRatio = 0;
+  std::optional<std::string> label;
+  bool operator==(const Artwork&) const = default;
+};
+ZORLAN_CODABLE(Artwork, url, aspectRatio, label);
+
 // "kind [path] debugDescription": kind, coding path and text in one line.
 inline std::string describe(const DecodingError& error) {
   static constexpr const char* kNames[] = {"typeMismatch", "valueNotFound", "keyNotFound",
@@ -21,16 +30,22 @@ inline std::string describe(const DecodingError& error) {
          codingPathString(error.context().codingPath) + "] " + error.context().debugDescription;
 }
 
-// The error decoding `json` as T raises; a test failure when there is none.
-template <class T>
-DecodingError decodingError(std::string_view json, const JSONDecoder& decoder = JSONDecoder()) {
+// The error of type E `run` raises; a test failure (and a throw) when there is none.
+template <class E, class F>
+E raised(F&& run) {
   try {
-    decoder.decode<T>(json);
-  } catch (const DecodingError& error) {
+    run();
+  } catch (const E& error) {
     return error;
   }
-  ADD_FAILURE() << "no error for " << json;
-  return DecodingError::dataCorrupted({});
+  ADD_FAILURE() << "no error";
+  throw std::logic_error("no error");
+}
+
+// The error decoding `json` as T raises.
+template <class T>
+DecodingError decodingError(std::string_view json, const JSONDecoder& decoder = JSONDecoder()) {
+  return raised<DecodingError>([&] { decoder.decode<T>(json); });
 }
 
 // "ok" when `json` decodes as T, else the error described.
@@ -42,18 +57,6 @@ std::string decodeOutcome(std::string_view json, const JSONDecoder& decoder = JS
   } catch (const DecodingError& error) {
     return describe(error);
   }
-}
-
-// The error `encode` raises; a test failure when there is none.
-template <class F>
-EncodingError encodingError(F&& encode) {
-  try {
-    encode();
-  } catch (const EncodingError& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no error";
-  return EncodingError::invalidValue("", {});
 }
 
 inline TypedJSON parseTyped(std::string_view json) { return JSONDecoder().decode<TypedJSON>(json); }

@@ -1,7 +1,6 @@
-// LogCapture: records the events the library writes through `Log`, for tests
-// of what is logged. Creating one runs `Log::setup` without a log file, with
-// every category at the given levels, and listens on the new console logger;
-// the events come back in the order they were written.
+// LogCapture: records the events the library writes through `Log`, for tests of what is logged.
+// Creating one runs `Log::setup` without a log file, with every category at the given levels,
+// and listens on the new console logger; the events come back in the order they were written.
 #pragma once
 
 #include <memory>
@@ -25,15 +24,15 @@ struct CapturedLogEvent {
 class LogCapture {
  public:
   explicit LogCapture(LogLevelConfig levels = LogLevelConfig::all)
-      : events_(std::make_shared<Events>()) {
+      : sink_(std::make_shared<Sink>()) {
     Log::setup(std::nullopt, BehaviorReader<std::shared_ptr<const LogConfig>>::just(
                                  std::make_shared<UniformLogConfig>(levels)));
-    Log::consoleLogger()->add(std::make_shared<Sink>(events_));
+    Log::consoleLogger()->add(sink_);
   }
 
   std::vector<CapturedLogEvent> events() const {
-    std::lock_guard lock(events_->mutex);
-    return events_->list;
+    std::lock_guard lock(sink_->mutex);
+    return sink_->events;
   }
   std::vector<std::string> messages() const {
     std::vector<std::string> out;
@@ -42,26 +41,18 @@ class LogCapture {
   }
 
  private:
-  struct Events {
-    std::mutex mutex;
-    std::vector<CapturedLogEvent> list;
-  };
   struct Sink : LogSink {
-    explicit Sink(std::shared_ptr<Events> events) : events(std::move(events)) {}
     void log(const LogEvent& event) noexcept override {
-      CapturedLogEvent captured{event.level(), std::string(event.message()), {}, 0, {}};
-      if (const auto& source = event.source()) {
-        captured.file = source->file;
-        captured.line = source->line;
-        captured.function = source->function;
-      }
-      std::lock_guard lock(events->mutex);
-      events->list.push_back(std::move(captured));
+      const auto& source = event.source();
+      std::lock_guard lock(mutex);
+      events.push_back({event.level(), std::string(event.message()), source ? source->file : "",
+                        source ? source->line : 0, source ? source->function : ""});
     }
-    std::shared_ptr<Events> events;
+    std::mutex mutex;
+    std::vector<CapturedLogEvent> events;
   };
 
-  std::shared_ptr<Events> events_;
+  std::shared_ptr<Sink> sink_;
 };
 
 }  // namespace zorlan::testing

@@ -1,6 +1,13 @@
 // URL: a parsed URL reference (RFC 3986) as a value, with the accessors the
-// library's routing, caching and coding use. Components beyond these come
-// from the underlying Boost.URL view.
+// library's routing, caching and coding use, typed reads of query parameters
+// and the refresh date of the file a file URL names. Components beyond these
+// come from the underlying Boost.URL view.
+//
+//   URL link = *URL::fromString("myapp://play?id=42&hd=true");
+//   std::optional<std::int64_t> id = link.queryValue<std::int64_t>("id");  // 42
+//   URL cached = *URL::fileURL("/var/cache/app/poster.jpg");
+//   cached.setLifetime(3600);        // fresh for an hour
+//   if (cached.needsRefresh()) ...   // once the hour has passed
 #pragma once
 
 #include <boost/url/url.hpp>
@@ -12,7 +19,18 @@
 #include <string>
 #include <string_view>
 
+#include "zorlan/Platform/Date.hpp"
+
 namespace zorlan {
+
+// One parameter of a query: the percent-decoded text before the first "=" and
+// after it, the value absent for a bare name without "=". "+" stays "+".
+struct URLQueryItem {
+  std::string name;
+  std::optional<std::string> value;
+
+  friend bool operator==(const URLQueryItem&, const URLQueryItem&) = default;
+};
 
 class URL {
  public:
@@ -45,6 +63,47 @@ class URL {
   // The fragment without "#" (still percent-encoded), absent when there is none.
   std::optional<std::string> fragment() const;
 
+  // Like fromString, for text that is not percent-encoded yet: every byte
+  // outside the characters a fragment may hold (unreserved, sub-delims, ":",
+  // "@", "/", "?") and "#" is percent-encoded first, "%" included, so spaces
+  // and non-ASCII text are allowed while "?" and "#" still start the query
+  // and the fragment. Absent when the result is not a URL reference.
+  static std::optional<URL> fromUnencodedString(std::string_view text);
+
+  // Query parameters. Names are compared exactly, after percent-decoding;
+  // when a name repeats, the first item wins.
+  //
+  // The first item named `name`; absent without a query or such an item.
+  std::optional<URLQueryItem> queryItem(std::string_view name) const;
+  // True when queryItem(name) finds an item, with or without a value.
+  bool hasParameter(std::string_view name) const { return findParameter(name).found; }
+  // The item's value read as T, absent when the item or its value is absent
+  // or the value does not read as T:
+  // - std::string: the decoded value as it stands.
+  // - std::int64_t: an optional "+" or "-" and decimal digits, nothing else,
+  //   within the 64-bit range.
+  // - double: the C-locale text-to-double conversion (as strtod: decimal and
+  //   hexadecimal forms, "inf", "infinity", "nan", a leading "+"), which must
+  //   use up the whole value; leading white space is refused, as for
+  //   integers; a value too large gives infinity.
+  // - bool: exactly "true" or "false".
+  template <class T = std::string>
+  std::optional<T> queryValue(std::string_view name) const;
+
+  // The refresh date of the file at this URL's path, kept in the extended
+  // attribute "user.com.corvath.cache.disk.permanent.refreshDate" (8 bytes,
+  // a native-order double of seconds since 1970); symbolic links are
+  // followed. Absent when the file has none or it cannot be read.
+  std::optional<Date> refreshDate() const;
+  // Writes the refresh date (absent removes it). An unchanged date is not
+  // rewritten; failures (no file, a file system without user attributes)
+  // leave the file as it was, silently.
+  void setRefreshDate(std::optional<Date> date) const;
+  // Sets the refresh date to now plus `seconds` (absent removes it).
+  void setLifetime(std::optional<double> seconds) const;
+  // True for a file URL whose refresh date lies strictly before now.
+  bool needsRefresh() const;
+
   // The parsed components (Boost.URL), valid as long as this URL lives.
   boost::urls::url_view components() const noexcept { return url_; }
 
@@ -57,9 +116,31 @@ class URL {
   }
 
  private:
+  // The first item named `name` in the encoded query; its value still encoded.
+  struct Parameter {
+    bool found = false;
+    bool hasValue = false;
+    std::string_view encodedValue;
+  };
+  Parameter findParameter(std::string_view name) const noexcept;
+
   explicit URL(boost::urls::url url) : url_(std::move(url)) {}
   boost::urls::url url_;
 };
+
+template <class T>
+std::optional<T> URL::queryValue(std::string_view) const {
+  static_assert(sizeof(T) == 0, "URL::queryValue reads std::string, std::int64_t, double or bool");
+  return std::nullopt;
+}
+template <>
+std::optional<std::string> URL::queryValue<std::string>(std::string_view name) const;
+template <>
+std::optional<std::int64_t> URL::queryValue<std::int64_t>(std::string_view name) const;
+template <>
+std::optional<double> URL::queryValue<double>(std::string_view name) const;
+template <>
+std::optional<bool> URL::queryValue<bool>(std::string_view name) const;
 
 }  // namespace zorlan
 
