@@ -23,7 +23,8 @@ std::string_view rawValue(ProcessInfoKeys key) noexcept {
   return "XCODE_RUNNING_FOR_PREVIEWS";
 }
 
-std::optional<ProcessInfoKeys> processInfoKeysFromRawValue(std::string_view raw) noexcept {
+template <>
+std::optional<ProcessInfoKeys> fromRawValue<ProcessInfoKeys>(std::string_view raw) {
   for (ProcessInfoKeys key : kAllProcessInfoKeys) {
     if (rawValue(key) == raw) return key;
   }

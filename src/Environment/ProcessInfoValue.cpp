@@ -26,7 +26,8 @@ std::string_view rawValue(ProcessInfoValue value) noexcept {
                                                             : "quenConfigOverrideURL";
 }
 
-std::optional<ProcessInfoValue> processInfoValueFromRawValue(std::string_view raw) noexcept {
+template <>
+std::optional<ProcessInfoValue> fromRawValue<ProcessInfoValue>(std::string_view raw) {
   for (auto value :
        {ProcessInfoValue::velmorConfigOverrideURL, ProcessInfoValue::quenConfigOverrideURL}) {
     if (rawValue(value) == raw) return value;
@@ -57,7 +58,8 @@ std::string_view rawValue(PlaybackURL url) noexcept {
              : detail::deployment::multipleAudioSubtitlesPlaylist();
 }
 
-std::optional<PlaybackURL> playbackURLFromRawValue(std::string_view raw) noexcept {
+template <>
+std::optional<PlaybackURL> fromRawValue<PlaybackURL>(std::string_view raw) {
   for (auto url : {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}) {
     if (rawValue(url) == raw) return url;
   }

@@ -19,11 +19,11 @@ TEST(ProcessInfoTest, KeysHaveExactlyTheirCaseSensitiveRawValues) {
       {ProcessInfoKeys::runningForPreviews, "XCODE_RUNNING_FOR_PREVIEWS"}};
   for (const auto& [key, raw] : table) {
     EXPECT_EQ(rawValue(key), raw);
-    EXPECT_EQ(processInfoKeysFromRawValue(raw), key) << raw;
+    EXPECT_EQ(fromRawValue<ProcessInfoKeys>(raw), key) << raw;
   }
   for (const char* other : {"xcode_running_for_previews", "Zorlan:testConfigurationModel",
                             "SimulatorVideoURLOverride ", ""}) {
-    EXPECT_FALSE(processInfoKeysFromRawValue(other)) << '"' << other << '"';
+    EXPECT_FALSE(fromRawValue<ProcessInfoKeys>(other)) << '"' << other << '"';
   }
 }
 

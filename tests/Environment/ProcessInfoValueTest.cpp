@@ -9,17 +9,17 @@ namespace zorlan {
 namespace {
 
 TEST(ProcessInfoValueTest, RawValuesAreExact) {
-  EXPECT_EQ(processInfoValueFromRawValue("velmorConfigOverrideURL"),
+  EXPECT_EQ(fromRawValue<ProcessInfoValue>("velmorConfigOverrideURL"),
             ProcessInfoValue::velmorConfigOverrideURL);
-  EXPECT_EQ(processInfoValueFromRawValue("quenConfigOverrideURL"),
+  EXPECT_EQ(fromRawValue<ProcessInfoValue>("quenConfigOverrideURL"),
             ProcessInfoValue::quenConfigOverrideURL);
-  EXPECT_FALSE(processInfoValueFromRawValue("VelmorConfigOverrideURL"));
+  EXPECT_FALSE(fromRawValue<ProcessInfoValue>("VelmorConfigOverrideURL"));
   for (auto url : {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}) {
     const std::string raw(rawValue(url));
     EXPECT_TRUE(raw.starts_with("https://")) << raw;
-    EXPECT_EQ(playbackURLFromRawValue(raw), url);
-    EXPECT_FALSE(playbackURLFromRawValue(raw + "/"));
-    EXPECT_FALSE(playbackURLFromRawValue("HTTPS" + raw.substr(5)));
+    EXPECT_EQ(fromRawValue<PlaybackURL>(raw), url);
+    EXPECT_FALSE(fromRawValue<PlaybackURL>(raw + "/"));
+    EXPECT_FALSE(fromRawValue<PlaybackURL>("HTTPS" + raw.substr(5)));
   }
 }
 

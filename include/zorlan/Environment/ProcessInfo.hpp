@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "zorlan/Platform/RawValue.hpp"
+
 namespace zorlan {
 
 // The launch-environment variable names, in this order, with their raw values:
@@ -38,7 +40,8 @@ inline constexpr ProcessInfoKeys kAllProcessInfoKeys[] = {
 // The variable name of `key`.
 std::string_view rawValue(ProcessInfoKeys key) noexcept;
 // The key with exactly that variable name (case-sensitive); absent otherwise.
-std::optional<ProcessInfoKeys> processInfoKeysFromRawValue(std::string_view raw) noexcept;
+template <>
+std::optional<ProcessInfoKeys> fromRawValue<ProcessInfoKeys>(std::string_view raw);
 
 // The value of `key`'s variable in the process environment; absent when the
 // variable is not set (an empty value is present and empty).

@@ -14,6 +14,8 @@
 #include <string>
 #include <string_view>
 
+#include "zorlan/Platform/RawValue.hpp"
+
 namespace zorlan {
 
 // The brands' configuration overrides, in this order, with their raw values:
@@ -23,7 +25,8 @@ enum class ProcessInfoValue { velmorConfigOverrideURL, quenConfigOverrideURL };
 
 std::string_view rawValue(ProcessInfoValue value) noexcept;
 // The value with exactly that raw value (case-sensitive); absent otherwise.
-std::optional<ProcessInfoValue> processInfoValueFromRawValue(std::string_view raw) noexcept;
+template <>
+std::optional<ProcessInfoValue> fromRawValue<ProcessInfoValue>(std::string_view raw);
 
 // The value's `string`: the brand's full QA configuration address, the
 // concatenation of
@@ -53,6 +56,7 @@ enum class PlaybackURL { basicNonDRMAsset, containsMultipleAudioSubtitles };
 // The stream's full HTTPS playlist address.
 std::string_view rawValue(PlaybackURL url) noexcept;
 // The stream with exactly that address; absent for any other text.
-std::optional<PlaybackURL> playbackURLFromRawValue(std::string_view raw) noexcept;
+template <>
+std::optional<PlaybackURL> fromRawValue<PlaybackURL>(std::string_view raw);
 
 }  // namespace zorlan
