@@ -214,7 +214,11 @@ rx::Observable<T> withSignalTraits(
       .share(0, rx::SubjectLifetimeScope::whileConnected);
 }
 
-// A driver shared for the life of the process: connected once, never dropped.
+// A driver shared for the life of the process: one replay buffer, kept
+// forever, so a subscriber arriving after all others left gets the last
+// element at once. The source itself is subscribed while anyone listens:
+// when the last subscriber leaves, the source's subscription ends, and the
+// next subscriber subscribes it again.
 template <class T>
 rx::Driver<T> shareForever(const rx::Driver<T>& source) {
   return rx::Driver<T>::fromInfallibleSource(
