@@ -102,6 +102,11 @@ std::optional<URL> URL::fromString(std::string_view text) {
   if (text.empty()) return std::nullopt;
   auto parsed = boost::urls::parse_uri_reference(text);
   if (!parsed) return std::nullopt;
+  // After an authority the path must be empty or start with "/" (RFC 3986).
+  // Boost.URL 1.81 ends a port at its last digit and takes the rest as a
+  // path ("http://h:80x/" as port 80, path "x/"), so that is refused here.
+  std::string_view path = parsed->encoded_path();
+  if (parsed->has_authority() && !path.empty() && path.front() != '/') return std::nullopt;
   return URL(boost::urls::url(*parsed));
 }
 

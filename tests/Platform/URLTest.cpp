@@ -62,8 +62,9 @@ TEST(URL, Components) {
 }
 
 TEST(URL, RefusesTextThatIsNotAURL) {
-  for (const char* text : {"", "has space", "https://a/b c", "http://[::1", "100%", "https://h/%zz",
-                           "a\tb", "https://h/\x01", "caf\xc3\xa9"}) {
+  for (const char* text :
+       {"", "has space", "https://a/b c", "http://[::1", "100%", "https://h/%zz", "a\tb",
+        "https://h/\x01", "caf\xc3\xa9", "http://h:port/", "http://h:80x/"}) {
     EXPECT_FALSE(URL::fromString(text)) << text;
   }
 }
