@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "Base/HotPath.hpp"
 #include "zorlan/Coding/Codable.hpp"
@@ -23,9 +24,39 @@ constexpr std::int64_t kLogFileMaxSize = 52'428'800;  // 50 MiB
 std::atomic<Logger*> gConsoleLogger{nullptr};
 std::atomic<Logger*> gFileLogger{nullptr};
 
+// One logger, copied out under a lock held for a reference-count increment.
+// (std::atomic<std::shared_ptr> in libstdc++ 12 releases its internal lock
+// with relaxed ordering after a load, so a load and a later store are not
+// ordered: a race on weakly ordered processors, and what thread sanitizers
+// report.) Spins, yielding, as the critical section is a few instructions.
+class LoggerSlot {
+ public:
+  std::shared_ptr<Logger> load() const noexcept {
+    lock();
+    std::shared_ptr<Logger> copy = logger_;
+    locked_.store(false, std::memory_order_release);
+    return copy;
+  }
+  void store(std::shared_ptr<Logger> logger) noexcept {
+    lock();
+    logger_.swap(logger);
+    locked_.store(false, std::memory_order_release);
+    // The replaced logger is released here, outside the lock.
+  }
+
+ private:
+  void lock() const noexcept {
+    while (locked_.exchange(true, std::memory_order_acquire)) {
+      while (locked_.load(std::memory_order_relaxed)) std::this_thread::yield();
+    }
+  }
+  mutable std::atomic<bool> locked_{false};
+  std::shared_ptr<Logger> logger_;
+};
+
 struct LoggerSlots {
-  std::atomic<std::shared_ptr<Logger>> console;
-  std::atomic<std::shared_ptr<Logger>> file;
+  LoggerSlot console;
+  LoggerSlot file;
 };
 
 // Never destroyed: threads may still log while the process exits.
@@ -36,10 +67,9 @@ LoggerSlots& slots() {
 
 // Makes `logger` the one in `slot`; the one it replaces goes once the
 // messages using it are through.
-void install(std::atomic<std::shared_ptr<Logger>>& slot, std::atomic<Logger*>& present,
-             std::shared_ptr<Logger> logger) {
+void install(LoggerSlot& slot, std::atomic<Logger*>& present, std::shared_ptr<Logger> logger) {
   Logger* raw = logger.get();
-  slot.store(std::move(logger), std::memory_order_release);
+  slot.store(std::move(logger));
   present.store(raw, std::memory_order_release);
 }
 
@@ -84,12 +114,8 @@ Log& Log::ctvActivation() { return category(9); }
 Log& Log::downloads() { return category(10); }
 Log& Log::qoe() { return category(11); }
 
-std::shared_ptr<Logger> Log::consoleLogger() noexcept {
-  return slots().console.load(std::memory_order_acquire);
-}
-std::shared_ptr<Logger> Log::fileLogger() noexcept {
-  return slots().file.load(std::memory_order_acquire);
-}
+std::shared_ptr<Logger> Log::consoleLogger() noexcept { return slots().console.load(); }
+std::shared_ptr<Logger> Log::fileLogger() noexcept { return slots().file.load(); }
 
 bool Log::anyTarget(LogLevelConfig thresholds, LogLevel level) noexcept {
   return (thresholds.console <= level && gConsoleLogger.load(std::memory_order_acquire)) ||
@@ -106,13 +132,12 @@ ZORLAN_HOT void Log::writeComposed(LogLevel level, std::string_view sender,
   int count = 0;
   const LogLevelConfig thresholds = config_.value();
   if (thresholds.console <= level) {
-    if (auto console = slots().console.load(std::memory_order_acquire)) {
+    if (auto console = slots().console.load()) {
       targets[count++] = std::move(console);
     }
   }
   if (thresholds.file <= level) {
-    if (auto file = slots().file.load(std::memory_order_acquire))
-      targets[count++] = std::move(file);
+    if (auto file = slots().file.load()) targets[count++] = std::move(file);
   }
   if (count == 0) return;
   // The line: prefix, mark and message joined by single spaces. Composed on

@@ -52,6 +52,10 @@ class Log {
   // opens (50 MiB bound), the file logger, replacing earlier ones (a file
   // that fails to open keeps the earlier file logger); then rebinds every
   // category to `config`, so later changes reach all of them at once.
+  // Replacing the loggers is safe while other threads log, but the rebinding
+  // rewrites the category objects in place: call `setup` at launch, before
+  // other threads log through the categories (live changes go through
+  // `config`, which any thread may change at any time).
   static void setup(const std::optional<std::filesystem::path>& fileLocation,
                     const BehaviorReader<std::shared_ptr<const LogConfig>>& config);
 
