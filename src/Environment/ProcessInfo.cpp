@@ -25,10 +25,7 @@ std::string_view rawValue(ProcessInfoKeys key) noexcept {
 
 template <>
 std::optional<ProcessInfoKeys> fromRawValue<ProcessInfoKeys>(std::string_view raw) {
-  for (ProcessInfoKeys key : kAllProcessInfoKeys) {
-    if (rawValue(key) == raw) return key;
-  }
-  return std::nullopt;
+  return findByRawValue(kAllProcessInfoKeys, raw);
 }
 
 namespace {

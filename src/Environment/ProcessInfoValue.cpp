@@ -28,11 +28,8 @@ std::string_view rawValue(ProcessInfoValue value) noexcept {
 
 template <>
 std::optional<ProcessInfoValue> fromRawValue<ProcessInfoValue>(std::string_view raw) {
-  for (auto value :
-       {ProcessInfoValue::velmorConfigOverrideURL, ProcessInfoValue::quenConfigOverrideURL}) {
-    if (rawValue(value) == raw) return value;
-  }
-  return std::nullopt;
+  return findByRawValue(
+      {ProcessInfoValue::velmorConfigOverrideURL, ProcessInfoValue::quenConfigOverrideURL}, raw);
 }
 
 const std::string& configurationAddress(ProcessInfoValue value) {
@@ -60,10 +57,8 @@ std::string_view rawValue(PlaybackURL url) noexcept {
 
 template <>
 std::optional<PlaybackURL> fromRawValue<PlaybackURL>(std::string_view raw) {
-  for (auto url : {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}) {
-    if (rawValue(url) == raw) return url;
-  }
-  return std::nullopt;
+  return findByRawValue(
+      {PlaybackURL::basicNonDRMAsset, PlaybackURL::containsMultipleAudioSubtitles}, raw);
 }
 
 }  // namespace zorlan

@@ -8,10 +8,7 @@ std::string_view rawValue(ActivityType type) noexcept {
 
 template <>
 std::optional<ActivityType> fromRawValue<ActivityType>(std::string_view raw) {
-  for (ActivityType type : {ActivityType::home, ActivityType::details}) {
-    if (rawValue(type) == raw) return type;
-  }
-  return std::nullopt;
+  return findByRawValue({ActivityType::home, ActivityType::details}, raw);
 }
 
 UserActivity::UserActivity(ActivityType type)

@@ -5,6 +5,7 @@
 //   std::optional<UserInfoKey> key = fromRawValue<UserInfoKey>("contentId");
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -12,5 +13,15 @@ namespace zorlan {
 
 template <class E>
 std::optional<E> fromRawValue(std::string_view raw);
+
+// The enumerator among `all` whose `rawValue` (found by argument-dependent
+// lookup) is exactly `raw`: the usual body of a fromRawValue specialisation.
+template <class E, std::size_t N>
+std::optional<E> findByRawValue(const E (&all)[N], std::string_view raw) {
+  for (E e : all) {
+    if (rawValue(e) == raw) return e;
+  }
+  return std::nullopt;
+}
 
 }  // namespace zorlan
