@@ -152,6 +152,19 @@ struct Coding<boost::json::value> {
   }
 };
 
+// A JSON object (an untyped dictionary) passes through unchanged; anything
+// else is a type mismatch.
+template <>
+struct Coding<boost::json::object> {
+  static void encode(const boost::json::object& value, Encoder& encoder) {
+    encoder.json() = boost::json::value(value, encoder.json().storage());
+  }
+  static boost::json::object decode(const Decoder& decoder) {
+    if (!decoder.json().is_object()) decoder.throwTypeMismatch("Dictionary<String, Any>");
+    return boost::json::object(decoder.json().get_object(), boost::json::storage_ptr());
+  }
+};
+
 // Absent encodes as null; null decodes as absent.
 template <class T>
 struct Coding<std::optional<T>> {
