@@ -23,5 +23,7 @@ void coreValues();
 void notificationsBetweenFeatures();
 // A URL's query parameters read as integers, doubles and Booleans.
 void typedQueryValues();
+// A stored setting of an older layout read back through a property.
+void storedSettings();
 
 }  // namespace tour
