@@ -106,7 +106,7 @@ TEST_F(PersistentStoreTest, ALifetimeWithoutAURLRecordsNothingAndTheValueReadsBa
 }
 
 TEST_F(PersistentStoreTest, OldBytesMigrateUndecodableOnesAreReportedOnceAndReadAbsent) {
-  LogCapture log;
+  testing::LogCapture log;
   defaults->set("old", PropertyListValue(Data(R"({"n":"cy","age":4})")));
   EXPECT_EQ(store.get<Profile>("old"), (Profile{"cy", 4}));
 

@@ -21,7 +21,8 @@ TypedJSON json(std::string_view text) { return JSONDecoder().decode<TypedJSON>(t
 // so a test sees which migrations ran, in what order.
 Migration step(SemVer from, SemVer to, std::string tag) {
   return Migration{from, to, {[tag](TypedJSON tree) {
-                     TypedJSON trail = tree["trail"].value_or(TypedJSON::array({}));
+                     const TypedJSON* existing = tree.member("trail");
+                     TypedJSON trail = existing ? *existing : TypedJSON::array({});
                      trail.mutableElements()->push_back(TypedJSON(tag));
                      tree.set("trail", trail);
                      return tree;
@@ -117,7 +118,7 @@ TEST(SchemaMigrationTest, NestedValuesMigrateAfterTheirEnclosingValueEachByItsOw
 }
 
 TEST(SchemaMigrationTest, StampsObjectsGovernedByVersionsAboveZero) {
-  MigrationSchema artwork{SemVer(1, 2, 3)};
+  MigrationSchema artwork{SemVer(1, 2, 3), {}};
   MigrationSchema item{SemVer(), {},
                        Def::object({{"art", Def::schema(artwork)}, {"arts", Def::array(Def::schema(artwork))}})};
   TypedJSON out = versionStamped(

@@ -228,7 +228,7 @@ T persistableDecode(const Data& bytes) {
 // `override` when there is one, otherwise `value`: a plain selection, the
 // same in every build.
 template <class T>
-T withDebugOverride(T value, std::optional<T> override) {
+T withDebugOverride(T value, std::type_identity_t<std::optional<T>> override) {
   return override ? std::move(*override) : std::move(value);
 }
 
