@@ -73,21 +73,21 @@ struct DefaultPersistence {
     return stampedBytes(JSONEncoder().encode(value), schema());
   }
   static T decode(const Data& bytes) requires IsDecodable<T> {
-    return decodeMigrating<T>(bytes, schema());
+    return decodeMigrating<T>(bytes, &schema);
   }
 
   // The default decoding: T straight from the bytes; when that fails, the
-  // bytes as a typed tree (its error passes out), migrated under `schema`,
+  // bytes as a typed tree (its error passes out), migrated under `schema()`,
   // encoded and decoded as T again. A DecodingError of that last decode
-  // comes out as MigrationError.
+  // comes out as MigrationError. The schema is not made on the direct path.
   template <class U>
-  static U decodeMigrating(const Data& bytes, const MigrationSchema& schema) {
+  static U decodeMigrating(const Data& bytes, MigrationSchema (*schema)()) {
     try {
       return JSONDecoder().decode<U>(bytes);
     } catch (const DecodingError&) {
       // Not the current layout (or not JSON): migrate and try again below.
     }
-    const Data migrated = migratedBytes(bytes, schema);
+    const Data migrated = migratedBytes(bytes, schema());
     try {
       return JSONDecoder().decode<U>(migrated);
     } catch (DecodingError& error) {
@@ -168,7 +168,7 @@ struct PersistableTraits<std::vector<T, Alloc>> : detail::DefaultPersistence<std
   }
   static std::vector<T, Alloc> decode(const Data& bytes) {
     return detail::DefaultPersistence<std::vector<T, Alloc>>::template decodeMigrating<std::vector<T, Alloc>>(
-        bytes, schema());
+        bytes, &schema);
   }
 };
 
@@ -186,7 +186,7 @@ struct DictionaryPersistence : detail::DefaultPersistence<Map> {
   }
   static Data encode(const Map& value) { return detail::stampedBytes(JSONEncoder().encode(value), schema()); }
   static Map decode(const Data& bytes) {
-    return detail::DefaultPersistence<Map>::template decodeMigrating<Map>(bytes, schema());
+    return detail::DefaultPersistence<Map>::template decodeMigrating<Map>(bytes, &schema);
   }
 };
 template <Persistable V, class Compare, class Alloc>
