@@ -68,15 +68,24 @@ class DefaultsError : public std::runtime_error {
 //
 // Thread safety: all operations may be called from any thread. Reads take a
 // shared lock on the cache and never touch SQLite unless the half-second
-// check is due; writes are serialised.
+// check is due (one reader does it, the others keep reading; it is skipped
+// while a write is under way); writes are serialised. A write holds the
+// suite's write lock until its observers have been called, so a write from
+// another thread waits for them: a handler may write this suite itself, but
+// must not wait for another thread that writes it.
 class Defaults : public std::enable_shared_from_this<Defaults> {
  public:
   // The directory settings live in when the application names none:
   // `$XDG_CONFIG_HOME/<applicationIdentifier>`, or
   // `$HOME/.config/<applicationIdentifier>` when XDG_CONFIG_HOME is unset or
-  // not absolute.
+  // not absolute (the password database's home directory when HOME is unset
+  // or not absolute). The identifier is percent-encoded as suite names are.
+  // Throws std::invalid_argument for an empty identifier and
+  // std::runtime_error when no home directory is known.
   static std::filesystem::path defaultDirectory(std::string_view applicationIdentifier);
-  // The file that holds `suiteName` under `directory`.
+  // The file that holds `suiteName` under `directory`: the name with every
+  // byte outside [A-Za-z0-9._-] percent-encoded ("a/b" gives "a%2Fb.sqlite",
+  // ".." gives "...sqlite"), so it never leaves `directory`.
   static std::filesystem::path databasePath(const std::filesystem::path& directory,
                                             std::string_view suiteName);
 
@@ -129,8 +138,13 @@ class Defaults : public std::enable_shared_from_this<Defaults> {
 
   // --- Writing (through to disk, then to the cache, then to observers) ---
 
-  // Stores `value` under `key`, replacing any value. Throws DefaultsError
-  // when the database cannot be written; the cache is then unchanged.
+  // Stores `value` under `key`, replacing any value, in one transaction.
+  // Throws DefaultsError when the database cannot be written, and
+  // std::invalid_argument for a value nested more than 64 arrays or
+  // dictionaries deep; nothing changes then. When a handler called for this
+  // write throws, the write stands, the other observers are still called,
+  // and the first exception then leaves `set` (the same holds for the
+  // removals and `synchronize`).
   void set(std::string_view key, PropertyListValue value);
   // Removes the value under `key`; nothing happens when there is none.
   void removeObject(std::string_view key);
@@ -150,10 +164,17 @@ class Defaults : public std::enable_shared_from_this<Defaults> {
 
   // The value under `key` now (absent when none), then after every write of
   // this key (by this object or, once seen, by another process), including
-  // writes of an equal value and removals (absent). Elements are delivered
-  // synchronously on the writing thread, in the order of the writes, or on
-  // the suite's polling queue for outside changes. A handler may read and
-  // write this suite. Never errors or completes.
+  // writes of an equal value and removals (absent). Every observer sees the
+  // changes of a key in the order they were committed. Elements are
+  // delivered synchronously on the writing thread before the write returns;
+  // outside changes on the suite's polling queue, in `synchronize()`, or by
+  // the next write, whichever comes first. A handler may read and write this
+  // suite: its write is delivered to every observer once the element being
+  // delivered has reached them all (so no observer sees the two out of
+  // order), before the outer write returns. A subscription does not keep
+  // the suite open: once the last reference to it goes, no more elements
+  // come. Never errors or completes; a handler that throws ends its own
+  // subscription.
   rx::Observable<std::optional<PropertyListValue>> observe(std::string_view key) const;
 
  private:
