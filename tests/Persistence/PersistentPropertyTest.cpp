@@ -72,6 +72,8 @@ TEST_F(PersistentPropertyTest, TheReactiveValueFollowsTheStoreAndTheDefault) {
   MainRunLoop::runUntilIdle();
   EXPECT_EQ(volume.value(), 8);
   EXPECT_EQ(announcements, 1);
+  watching.dispose();
+  announced.dispose();
 }
 
 TEST_F(PersistentPropertyTest, SynchronizeBindsBothWaysStartingFromTheStoredValue) {
