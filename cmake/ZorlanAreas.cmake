@@ -17,6 +17,8 @@ set(ZORLAN_AREA_USES_Text Base Platform)
 set(ZORLAN_AREA_USES_Numerics Base Rx Platform Logging)
 set(ZORLAN_AREA_USES_JSON Base Platform Coding Numerics)
 set(ZORLAN_AREA_USES_Environment Base Dispatch Rx Platform Logging)
+list(APPEND ZORLAN_AREAS StateMachine)
+set(ZORLAN_AREA_USES_StateMachine Base Dispatch Rx Scheduling Values)
 
 # What every area's objects need: the headers, the language level and the
 # third-party libraries the library links.

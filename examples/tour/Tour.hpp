@@ -23,5 +23,7 @@ void coreValues();
 void notificationsBetweenFeatures();
 // A URL's query parameters read as integers, doubles and Booleans.
 void typedQueryValues();
+// A playback flow driven by a state machine, drawn as DOT text.
+void playbackFlow();
 
 }  // namespace tour

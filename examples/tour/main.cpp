@@ -10,5 +10,6 @@ int main() {
   tour::coreValues();
   tour::notificationsBetweenFeatures();
   tour::typedQueryValues();
+  tour::playbackFlow();
   return 0;
 }
