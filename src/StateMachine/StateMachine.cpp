@@ -3,8 +3,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "zorlan/Scheduling/RxOperators.hpp"
-
 namespace zorlan {
 
 std::shared_ptr<StateMachine> StateMachine::make(std::shared_ptr<BaseState> initialState) {
@@ -131,19 +129,6 @@ void StateMachine::abandon() noexcept {
   moving_ = false;
   unpushed_ = nullptr;
   failure_ = nullptr;
-}
-
-rx::Driver<StateMachine::Change> StateMachine::Reactive::stateChanged() const {
-  std::weak_ptr<const StateMachine> weakMachine = machine_;
-  rx::Observable<Change> pairs =
-      relay_.asObservable().flatMap([weakMachine](const std::shared_ptr<BaseState>& state) {
-        std::shared_ptr<BaseState> top;
-        if (auto machine = weakMachine.lock(); machine && !machine->history_.isEmpty()) {
-          top = machine->history_.items.back();
-        }
-        return rx::Driver<Change>::just(Change{std::move(top), state}).asObservable();
-      });
-  return unwrap(rx::asDriver(asOptional(pairs), std::optional<Change>()));
 }
 
 }  // namespace zorlan

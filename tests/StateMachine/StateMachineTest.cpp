@@ -2,7 +2,10 @@
 // stepping back, lifetimes, moves asked for by observers; the DOT drawing.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <initializer_list>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
