@@ -25,5 +25,7 @@ void notificationsBetweenFeatures();
 void typedQueryValues();
 // A stored setting of an older layout read back through a property.
 void storedSettings();
+// A playback flow driven by a state machine, drawn as DOT text.
+void playbackFlow();
 
 }  // namespace tour

@@ -11,5 +11,6 @@ int main() {
   tour::notificationsBetweenFeatures();
   tour::typedQueryValues();
   tour::storedSettings();
+  tour::playbackFlow();
   return 0;
 }
