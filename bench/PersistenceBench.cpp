@@ -7,7 +7,6 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <unordered_map>
@@ -20,14 +19,10 @@ namespace {
 
 using namespace zorlan;
 
-std::filesystem::path scratchDirectory() {
-  static const std::filesystem::path dir = [] {
-    std::filesystem::path d =
-        std::filesystem::temp_directory_path() / ("zorlan-bench-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(d);
-    std::atexit([] { std::filesystem::remove_all(scratchDirectory()); });
-    return d;
-  }();
+// The benchmarks' files, removed when main returns.
+const std::filesystem::path& scratchDirectory() {
+  static const std::filesystem::path dir =
+      std::filesystem::temp_directory_path() / ("zorlan-bench-" + std::to_string(::getpid()));
   return dir;
 }
 
@@ -141,10 +136,14 @@ BENCHMARK(BM_StoreGetForProperty);
 }  // namespace
 
 int main(int argc, char** argv) {
-  return zorlan::bench::runBenchmarks(
+  std::filesystem::create_directories(scratchDirectory());
+  const int status = zorlan::bench::runBenchmarks(
       argc, argv,
       {{"store_get_cached_vs_map", "BM_StoreGetCached", "BM_MapFindCopy"},
        {"store_set_vs_sqlite", "BM_StoreSet", "BM_SQLiteUpsert"},
        {"decode_migrating_vs_direct", "BM_DecodeMigrating", "BM_DecodeDirect"},
        {"property_read_vs_store_get", "BM_PropertyRead", "BM_StoreGetForProperty"}});
+  std::error_code ignored;
+  std::filesystem::remove_all(scratchDirectory(), ignored);
+  return status;
 }

@@ -15,9 +15,9 @@ Data stampedBytes(Data plain, const MigrationSchema& schema) {
   return JSONEncoder().encode(versionStamped(std::move(tree), schema));
 }
 
-Data migratedBytes(const Data& bytes, const MigrationSchema& schema) {
-  TypedJSON tree = JSONDecoder().decode<TypedJSON>(bytes);
-  return JSONEncoder().encode(migrated(std::move(tree), schema));
+boost::json::value migratedJSON(const boost::json::value& document, const MigrationSchema& schema) {
+  TypedJSON tree = JSONDecoder().decodeFromJSON<TypedJSON>(document);
+  return JSONEncoder().encodeToJSON(migrated(std::move(tree), schema));
 }
 
 }  // namespace detail

@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "zorlan/Coding/Codable.hpp"
+#include "zorlan/Coding/DecodingProbe.hpp"
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
 #include "zorlan/Coding/PlatformCodings.hpp"
@@ -51,9 +52,9 @@ concept HasPersistableSchema = requires {
 // adds any (the tree is then re-encoded: member order and numbers are the
 // typed tree's).
 Data stampedBytes(Data plain, const MigrationSchema& schema);
-// Parses bytes as a typed tree (its DecodingError passes out), migrates it
-// under the schema and encodes it again.
-Data migratedBytes(const Data& bytes, const MigrationSchema& schema);
+// The document as a typed tree, migrated under the schema and encoded again
+// (as a tree: the same document its JSON text would parse to).
+boost::json::value migratedJSON(const boost::json::value& document, const MigrationSchema& schema);
 
 // The persistence every codable type gets: `schema` from T::schema() when
 // T declares one, else the default schema; `encode` and `decode` by the
@@ -82,14 +83,22 @@ struct DefaultPersistence {
   // comes out as MigrationError. The schema is not made on the direct path.
   template <class U>
   static U decodeMigrating(const Data& bytes, MigrationSchema (*schema)()) {
-    try {
-      return JSONDecoder().decode<U>(bytes);
-    } catch (const DecodingError&) {
-      // Not the current layout (or not JSON): migrate and try again below.
+    const auto& raw = bytes.bytes();
+    const std::string_view text(reinterpret_cast<const char*>(raw.data()), raw.size());
+    // Parsed once, for the direct attempt and the migration both.
+    const boost::json::value document = JSONDecoder::parse(text, makeParseArena(text.size()));
+    // A document that certainly does not decode skips the attempt (and the
+    // cost of its exception): an older layout is the usual reason to be here.
+    if (!certainlyFailsToDecode<U>(document)) {
+      try {
+        return JSONDecoder().decodeFromJSON<U>(document);
+      } catch (const DecodingError&) {
+        // Not the current layout: migrate and try again below.
+      }
     }
-    const Data migrated = migratedBytes(bytes, schema());
+    const boost::json::value migrated = migratedJSON(document, schema());
     try {
-      return JSONDecoder().decode<U>(migrated);
+      return JSONDecoder().decodeFromJSON<U>(migrated);
     } catch (DecodingError& error) {
       throw MigrationError(std::move(error), codingTypeName<U>());
     }
