@@ -53,7 +53,7 @@ struct IsOptionalFragment<std::optional<T>> : std::bool_constant<isJSONFragment<
 template <class T>
 PropertyListValue toStoredValue(const T& value);
 template <class T>
-std::optional<T> fromStoredValue(const PropertyListValue& stored);
+std::optional<T> fromStoredValue(PropertyListValue&& stored);
 }  // namespace detail
 
 // Lifetimes are seconds from the moment of writing; absent means none.
@@ -170,7 +170,7 @@ class PersistentStore {
 
  private:
   template <class T>
-  static std::optional<T> decodeStored(const std::optional<PropertyListValue>& stored);
+  static std::optional<T> decodeStored(std::optional<PropertyListValue> stored);
   template <class T>
   static T decodeBytes(const Data& bytes);
   void writeBytes(std::string_view key, Data bytes, Lifetime lifetime);
@@ -267,15 +267,15 @@ T PersistentStore::decodeBytes(const Data& bytes) {
 }
 
 template <class T>
-std::optional<T> PersistentStore::decodeStored(const std::optional<PropertyListValue>& stored) {
+std::optional<T> PersistentStore::decodeStored(std::optional<PropertyListValue> stored) {
   if (!stored) return std::nullopt;
   if constexpr (isPersistableCoreType<T>) {
     if constexpr (detail::IsOptionalValue<T>::value) {
-      auto inner = detail::fromStoredValue<typename T::value_type>(*stored);
+      auto inner = detail::fromStoredValue<typename T::value_type>(std::move(*stored));
       if (!inner) return std::nullopt;
       return T(std::move(*inner));
     } else {
-      return detail::fromStoredValue<T>(*stored);
+      return detail::fromStoredValue<T>(std::move(*stored));
     }
   } else {
     const Data* bytes = stored->get<Data>();
@@ -301,15 +301,15 @@ PropertyListValue toStoredValue(const T& value) {
 }
 
 template <class T>
-std::optional<T> fromStoredValue(const PropertyListValue& stored) {
+std::optional<T> fromStoredValue(PropertyListValue&& stored) {
   if constexpr (PersistableInteger<T>) {
     const std::int64_t* n = stored.get<std::int64_t>();
     if (!n || !std::in_range<T>(*n)) return std::nullopt;
     return static_cast<T>(*n);
   } else {
-    const T* v = stored.get<T>();
+    T* v = stored.get<T>();
     if (!v) return std::nullopt;
-    return *v;
+    return std::move(*v);
   }
 }
 

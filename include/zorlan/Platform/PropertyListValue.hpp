@@ -63,6 +63,10 @@ class PropertyListValue {
   const T* get() const noexcept {
     return std::get_if<T>(&payload_);
   }
+  template <class T>
+  T* get() noexcept {
+    return std::get_if<T>(&payload_);
+  }
 
   // A short readable form for tools and failures: strings quoted, data as
   // its length, dates as ISO 8601, containers in brackets.
