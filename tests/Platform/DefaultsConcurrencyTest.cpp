@@ -63,7 +63,9 @@ TEST(DefaultsConcurrency, ReadersWritersAndObserversAgree) {
           auto churn = defaults->observe(key("shared", t % kSharedKeys)).subscribe([](auto&&) {});
           churn.dispose();
         }
-        if (t == 0 && i % 20 == 0) EXPECT_TRUE(defaults->synchronize());
+        if (t == 0 && i % 20 == 0) {
+          EXPECT_TRUE(defaults->synchronize());
+        }
         if (t == 1 && i % 20 == 0) (void)defaults->dictionaryRepresentation();
         if (t == 2 && i % 40 == 0) defaults->removeObject("scratch");
       }
