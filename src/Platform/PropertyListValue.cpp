@@ -66,7 +66,9 @@ void append(std::string& out, const PropertyListValue& value) {
       break;
     case Kind::data: {
       std::size_t size = value.get<Data>()->size();
-      out += "<" + std::to_string(size) + (size == 1 ? " byte>" : " bytes>");
+      out += '<';
+      out += std::to_string(size);
+      out += size == 1 ? " byte>" : " bytes>";
       break;
     }
     case Kind::date: {

@@ -435,16 +435,17 @@ void exportSuite(const Options& options) {
     if (!validUTF8(key)) throw Failure("the key \"" + key + "\" is not UTF-8 text");
     out[key] = typed(value, key);
   }
-  std::string text = zorlan::writeJSON(out, readableJSON()) + "\n";
+  for (const auto& key : defaults->damagedKeys()) {
+    std::cerr << "zf defaults: the damaged value under \"" << key << "\" was left out\n";
+  }
+  std::string text = zorlan::writeJSON(out, readableJSON());
+  text += '\n';
   if (options.file.empty() || options.file == "-") {
     std::cout << text;
     return;
   }
   std::ofstream file(options.file, std::ios::binary | std::ios::trunc);
   if (!(file << text) || !file.flush()) throw Failure("cannot write " + options.file);
-  for (const auto& key : defaults->damagedKeys()) {
-    std::cerr << "zf defaults: the damaged value under \"" << key << "\" was left out\n";
-  }
 }
 
 void importSuite(const Options& options) {
