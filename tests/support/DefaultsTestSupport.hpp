@@ -9,8 +9,20 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
 #include <vector>
+
+#include "zorlan/Platform/PropertyListValue.hpp"
+
+namespace zorlan {
+
+// Failure messages show values as the library describes them.
+inline void PrintTo(const PropertyListValue& value, std::ostream* out) {
+  *out << value.debugDescription();
+}
+
+}  // namespace zorlan
 
 namespace zorlan::testing {
 

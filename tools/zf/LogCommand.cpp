@@ -1,7 +1,6 @@
 #include "LogCommand.hpp"
 
 #include <boost/json/serialize.hpp>
-
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -12,12 +11,11 @@
 #include <sstream>
 #include <string>
 
+#include "ExitCode.hpp"
 #include "zorlan/Logging/LogFileReader.hpp"
 
 namespace zf {
 namespace {
-
-int gExitCode = 0;
 
 struct LogOptions {
   std::string path;
@@ -66,7 +64,7 @@ void runLog(const LogOptions& options) {
   std::ifstream in(options.path, std::ios::binary);
   if (!in) {
     std::cerr << "zf log: cannot open " << options.path << "\n";
-    gExitCode = 2;
+    setExitCode(2);
     return;
   }
   std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -74,7 +72,7 @@ void runLog(const LogOptions& options) {
   std::optional<double> until = parseTime(options.until);
   if ((!options.since.empty() && !since) || (!options.until.empty() && !until)) {
     std::cerr << "zf log: times are seconds since 1970 or local YYYY-MM-DD HH:MM:SS\n";
-    gExitCode = 2;
+    setExitCode(2);
     return;
   }
 
@@ -97,9 +95,9 @@ void runLog(const LogOptions& options) {
               << "; it was skipped\n";
   }
   if (contents.error) {
-    std::cerr << "zf log: " << options.path << " is not a log file past that point: "
-              << *contents.error << "\n";
-    gExitCode = 1;
+    std::cerr << "zf log: " << options.path
+              << " is not a log file past that point: " << *contents.error << "\n";
+    setExitCode(1);
   }
 }
 
@@ -115,7 +113,5 @@ void addLogCommand(CLI::App& app) {
   log->add_flag("--json", options->json, "Print each event as one line of JSON");
   log->callback([options] { runLog(*options); });
 }
-
-int exitCode() { return gExitCode; }
 
 }  // namespace zf

@@ -8,7 +8,4 @@ namespace zf {
 // Registers the `log` subcommand on `app`.
 void addLogCommand(CLI::App& app);
 
-// The exit code of the subcommand that ran (0 when all went well).
-int exitCode();
-
 }  // namespace zf

@@ -1,7 +1,9 @@
 // zf: command-line companion of ZorlanFoundation for people using the library.
 #include <CLI/CLI.hpp>
 
+#include "DefaultsCommand.hpp"
 #include "EnvCommand.hpp"
+#include "ExitCode.hpp"
 #include "LogCommand.hpp"
 
 int main(int argc, char** argv) {
@@ -9,6 +11,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   zf::addLogCommand(app);
   zf::addEnvCommand(app);
+  zf::addDefaultsCommand(app);
   CLI11_PARSE(app, argc, argv);
   return zf::exitCode();
 }
