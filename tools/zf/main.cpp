@@ -3,12 +3,14 @@
 
 #include "EnvCommand.hpp"
 #include "LogCommand.hpp"
+#include "TimePointsCommand.hpp"
 
 int main(int argc, char** argv) {
   CLI::App app{"zf: tools for applications built on ZorlanFoundation"};
   app.require_subcommand(1);
   zf::addLogCommand(app);
   zf::addEnvCommand(app);
+  zf::addTimePointsCommand(app);
   CLI11_PARSE(app, argc, argv);
-  return zf::exitCode();
+  return zf::exitCode() != 0 ? zf::exitCode() : zf::timePointsExitCode();
 }
