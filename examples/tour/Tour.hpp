@@ -23,5 +23,7 @@ void coreValues();
 void notificationsBetweenFeatures();
 // A URL's query parameters read as integers, doubles and Booleans.
 void typedQueryValues();
+// A simulated video start-up marked on two lanes, its report and its trace file.
+void timePoints();
 
 }  // namespace tour

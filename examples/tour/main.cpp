@@ -10,5 +10,6 @@ int main() {
   tour::coreValues();
   tour::notificationsBetweenFeatures();
   tour::typedQueryValues();
+  tour::timePoints();
   return 0;
 }
