@@ -106,8 +106,12 @@ void TimePoints::addTimePointInfo(const Identifier& identifier, std::string info
 void TimePoints::reset(const Identifier& identifier) {
   Registry& r = registry();
   r.queue.sync([&] {
-    r.forgetLast();
-    r.entries.erase(identifier.rawValue);
+    // Kept with its storage: an identifier reset is usually measured again
+    // (the next video start-up), and its marks then need no new memory.
+    auto it = r.entries.find(identifier.rawValue);
+    if (it == r.entries.end()) return;
+    it->second.marks.clear();
+    it->second.infos.clear();
   });
 }
 

@@ -102,7 +102,8 @@ class TimePoints {
   // switches say; printed with the report).
   static void addTimePointInfo(const Identifier& identifier, std::string info);
 
-  // Forgets the marks and information of one identifier, or of all.
+  // Forgets the marks and information of one identifier (keeping the memory
+  // they took for the identifier's next marks), or of all (releasing it).
   static void reset(const Identifier& identifier);
   static void reset();
 
