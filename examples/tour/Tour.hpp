@@ -27,5 +27,7 @@ void typedQueryValues();
 void storedSettings();
 // A playback flow driven by a state machine, drawn as DOT text.
 void playbackFlow();
+// A simulated video start-up marked on two lanes, its report and its trace file.
+void timePoints();
 
 }  // namespace tour

@@ -12,5 +12,6 @@ int main() {
   tour::typedQueryValues();
   tour::storedSettings();
   tour::playbackFlow();
+  tour::timePoints();
   return 0;
 }

@@ -5,6 +5,7 @@
 #include "EnvCommand.hpp"
 #include "ExitCode.hpp"
 #include "LogCommand.hpp"
+#include "TimePointsCommand.hpp"
 
 int main(int argc, char** argv) {
   CLI::App app{"zf: tools for applications built on ZorlanFoundation"};
@@ -12,6 +13,7 @@ int main(int argc, char** argv) {
   zf::addLogCommand(app);
   zf::addEnvCommand(app);
   zf::addDefaultsCommand(app);
+  zf::addTimePointsCommand(app);
   CLI11_PARSE(app, argc, argv);
-  return zf::exitCode();
+  return zf::exitCode() != 0 ? zf::exitCode() : zf::timePointsExitCode();
 }
