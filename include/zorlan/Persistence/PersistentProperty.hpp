@@ -63,9 +63,9 @@ class PersistentProperty {
                            std::move(store)) {}
   // For an optional T: the default is the empty optional.
   PersistentProperty(std::string key, std::shared_ptr<PersistentStore> store) requires
-      detail::IsOptionalValue<T>::value : PersistentProperty(std::move(key), T(), std::move(store)) {}
+      detail::IsOptional<T>::value : PersistentProperty(std::move(key), T(), std::move(store)) {}
   PersistentProperty(PersistentKey<T> key, std::shared_ptr<PersistentStore> store) requires
-      detail::IsOptionalValue<T>::value : PersistentProperty(std::move(key), T(), std::move(store)) {}
+      detail::IsOptional<T>::value : PersistentProperty(std::move(key), T(), std::move(store)) {}
 
   const Identifier& identifier() const noexcept { return state_->identifier; }
   const BehaviorReader<T>& defaultValue() const noexcept { return state_->defaultValue; }

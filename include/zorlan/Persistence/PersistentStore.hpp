@@ -40,10 +40,6 @@ inline constexpr std::string_view kMigrationErrorUserInfoKey = "error";
 
 namespace detail {
 template <class T>
-struct IsOptionalValue : std::false_type {};
-template <class T>
-struct IsOptionalValue<std::optional<T>> : std::true_type {};
-template <class T>
 struct IsOptionalFragment : std::false_type {};
 template <class T>
 struct IsOptionalFragment<std::optional<T>> : std::bool_constant<isJSONFragment<T>> {};
@@ -185,7 +181,7 @@ void reportStoredDecodingFailure(std::exception_ptr error) noexcept;
 
 template <Persistable T>
 void PersistentStore::set(std::string_view key, const T& value, Lifetime lifetime) {
-  if constexpr (detail::IsOptionalValue<T>::value) {
+  if constexpr (detail::IsOptional<T>::value) {
     if (!value) {
       setObject(key, std::nullopt);
       return;
@@ -230,7 +226,7 @@ template <Persistable T>
 void PersistentStore::set(const PersistentKey<T>& key, const T& value, Lifetime lifetime) {
   if constexpr (isPersistableCoreType<T>) {
     (void)lifetime;
-    if constexpr (detail::IsOptionalValue<T>::value) {
+    if constexpr (detail::IsOptional<T>::value) {
       if (!value) {
         setObject(key.identifier, std::nullopt);
       } else {
@@ -270,7 +266,7 @@ template <class T>
 std::optional<T> PersistentStore::decodeStored(std::optional<PropertyListValue> stored) {
   if (!stored) return std::nullopt;
   if constexpr (isPersistableCoreType<T>) {
-    if constexpr (detail::IsOptionalValue<T>::value) {
+    if constexpr (detail::IsOptional<T>::value) {
       auto inner = detail::fromStoredValue<typename T::value_type>(std::move(*stored));
       if (!inner) return std::nullopt;
       return T(std::move(*inner));
