@@ -117,7 +117,8 @@ waitFor() {  # text, file: waits up to 20 s for a line equal to text
     sleep 0.1
   done
 }
-zfd watch prefs count > "$DIR/watch.out" 2>&1 &
+# Started directly (not through zfd) so that $! is zf itself and kill reaches it.
+"$ZF" defaults --dir "$DIR/suites" watch prefs count > "$DIR/watch.out" 2>&1 &
 WATCH=$!
 waitFor "count = -9007199254740993" "$DIR/watch.out" || fail "watch: no current value"
 zfd write prefs count --int 7 || fail "write while watching"
