@@ -36,13 +36,14 @@ void reportStoredDecodingFailure(std::exception_ptr error) noexcept {
       NotificationCenter::defaultCenter().post(notifications::persistentStoreMigrationFailure(),
                                                nullptr, std::move(info));
     } catch (const std::exception& other) {
-      Log::shared().error(UserDefaults{},
-                          std::string("failed to decode from persistent store with unknown error ") +
-                              other.what(),
-                          SourceLocation(kFile, kUnknownErrorLine, kFunction));
+      Log::shared().error(
+          UserDefaults{},
+          std::string("failed to decode from persistent store with unknown error ") + other.what(),
+          SourceLocation(kFile, kUnknownErrorLine, kFunction));
     } catch (...) {
       Log::shared().error(
-          UserDefaults{}, "failed to decode from persistent store with unknown error unknown exception",
+          UserDefaults{},
+          "failed to decode from persistent store with unknown error unknown exception",
           SourceLocation(kFile, kUnknownErrorLine, kFunction));
     }
   } catch (...) {
@@ -53,11 +54,6 @@ void reportStoredDecodingFailure(std::exception_ptr error) noexcept {
 
 }  // namespace detail
 
-void PersistentStore::writeBytes(std::string_view key, Data bytes, Lifetime lifetime) {
-  setObject(key, PropertyListValue(std::move(bytes)));
-  if (std::optional<URL> location = url(key)) location->setLifetime(lifetime);
-}
-
 void PersistentStore::removeValue(std::string_view key, std::function<void()> completion) {
   removeAll([only = std::string(key)](const std::string& k) { return k == only; },
             std::move(completion));
@@ -65,18 +61,17 @@ void PersistentStore::removeValue(std::string_view key, std::function<void()> co
 
 void PersistentStore::removeAll(std::vector<std::string> keep, std::function<void()> completion) {
   std::sort(keep.begin(), keep.end());
-  removeAll(
-      [keep = std::move(keep)](const std::string& k) {
-        return !std::binary_search(keep.begin(), keep.end(), k);
-      },
-      std::move(completion));
+  removeAll([keep = std::move(keep)](
+                const std::string& k) { return !std::binary_search(keep.begin(), keep.end(), k); },
+            std::move(completion));
 }
 
 rx::Completable PersistentStore::removeAll(std::function<bool(const std::string&)> predicate) {
-  return rx::Completable::create([this, predicate = std::move(predicate)](const rx::CompletableObserver& observer) {
-    removeAll(predicate, [&observer] { observer.completed(); });
-    return rx::Disposable();
-  });
+  return rx::Completable::create(
+      [this, predicate = std::move(predicate)](const rx::CompletableObserver& observer) {
+        removeAll(predicate, [&observer] { observer.completed(); });
+        return rx::Disposable();
+      });
 }
 
 rx::Completable PersistentStore::removeAll(std::vector<std::string> keep) {
@@ -90,7 +85,8 @@ rx::Completable PersistentStore::removeAll() {
   return removeAll([](const std::string&) { return true; });
 }
 
-void PersistentStore::run(const std::vector<std::shared_ptr<PersistentStoreMigration>>& migrations) {
+void PersistentStore::run(
+    const std::vector<std::shared_ptr<PersistentStoreMigration>>& migrations) {
   for (const auto& migration : migrations) {
     if (migration) migration->migrate(*this);
   }

@@ -11,8 +11,9 @@
 //   };
 //   ZORLAN_CODABLE(Settings, quality, subtitles);
 //
-//   Data bytes = persistableEncode(Settings{"hd", true});   // {"quality":"hd",...,"version":"1.0.0"}
-//   Settings back = persistableDecode<Settings>(oldBytes);   // migrated when it must be
+//   Data bytes = persistableEncode(Settings{"hd", true});   //
+//   {"quality":"hd",...,"version":"1.0.0"} Settings back = persistableDecode<Settings>(oldBytes);
+//   // migrated when it must be
 #pragma once
 
 #include <concepts>
@@ -56,51 +57,55 @@ Data stampedBytes(Data plain, const MigrationSchema& schema);
 // (as a tree: the same document its JSON text would parse to).
 boost::json::value migratedJSON(const boost::json::value& document, const MigrationSchema& schema);
 
-// The persistence every codable type gets: `schema` from T::schema() when
-// T declares one, else the default schema; `encode` and `decode` by the
-// default algorithms under that schema.
-template <class T>
-struct DefaultPersistence {
+// The default algorithms under the schema `Traits::schema()` gives: encode
+// with version stamps, decode directly or else migrate.
+template <class T, class Traits>
+struct PersistenceUnderSchema {
   static constexpr bool isCoreType = false;
 
-  static MigrationSchema schema() {
-    if constexpr (HasPersistableSchema<T>) {
-      return T::schema();
-    } else {
-      return MigrationSchema::defaultSchema();
-    }
-  }
   static Data encode(const T& value) requires IsEncodable<T> {
-    return stampedBytes(JSONEncoder().encode(value), schema());
+    return stampedBytes(JSONEncoder().encode(value), Traits::schema());
   }
   static T decode(const Data& bytes) requires IsDecodable<T> {
-    return decodeMigrating<T>(bytes, &schema);
+    return decodeMigrating(bytes, &Traits::schema);
   }
 
   // The default decoding: T straight from the bytes; when that fails, the
   // bytes as a typed tree (its error passes out), migrated under `schema()`,
   // encoded and decoded as T again. A DecodingError of that last decode
   // comes out as MigrationError. The schema is not made on the direct path.
-  template <class U>
-  static U decodeMigrating(const Data& bytes, MigrationSchema (*schema)()) {
+  static T decodeMigrating(const Data& bytes, MigrationSchema (*schema)()) {
     const auto& raw = bytes.bytes();
     const std::string_view text(reinterpret_cast<const char*>(raw.data()), raw.size());
     // Parsed once, for the direct attempt and the migration both.
     const boost::json::value document = JSONDecoder::parse(text, makeParseArena(text.size()));
     // A document that certainly does not decode skips the attempt (and the
     // cost of its exception): an older layout is the usual reason to be here.
-    if (!certainlyFailsToDecode<U>(document)) {
+    if (!certainlyFailsToDecode<T>(document)) {
       try {
-        return JSONDecoder().decodeFromJSON<U>(document);
+        return JSONDecoder().decodeFromJSON<T>(document);
       } catch (const DecodingError&) {
         // Not the current layout: migrate and try again below.
       }
     }
     const boost::json::value migrated = migratedJSON(document, schema());
     try {
-      return JSONDecoder().decodeFromJSON<U>(migrated);
+      return JSONDecoder().decodeFromJSON<T>(migrated);
     } catch (DecodingError& error) {
-      throw MigrationError(std::move(error), codingTypeName<U>());
+      throw MigrationError(std::move(error), codingTypeName<T>());
+    }
+  }
+};
+
+// The persistence every codable type gets: `schema` from T::schema() when
+// T declares one, else the default schema, under the default algorithms.
+template <class T>
+struct DefaultPersistence : PersistenceUnderSchema<T, DefaultPersistence<T>> {
+  static MigrationSchema schema() {
+    if constexpr (HasPersistableSchema<T>) {
+      return T::schema();
+    } else {
+      return MigrationSchema::defaultSchema();
     }
   }
 };
@@ -166,18 +171,16 @@ struct PersistableTraits<std::optional<T>> : detail::DefaultPersistence<std::opt
 // An array's schema: the element's version, no migrations, every element
 // governed by the element's schema.
 template <Persistable T, class Alloc>
-struct PersistableTraits<std::vector<T, Alloc>> : detail::DefaultPersistence<std::vector<T, Alloc>> {
+struct PersistableTraits<std::vector<T, Alloc>>
+    : detail::PersistenceUnderSchema<std::vector<T, Alloc>,
+                                     PersistableTraits<std::vector<T, Alloc>>> {
   static MigrationSchema schema() {
     MigrationSchema element = PersistableTraits<T>::schema();
     const SemVer version = element.version;
-    return {version, {}, JSONSchema<JSONValueType>::array(JSONSchema<JSONValueType>::schema(std::move(element)))};
-  }
-  static Data encode(const std::vector<T, Alloc>& value) {
-    return detail::stampedBytes(JSONEncoder().encode(value), schema());
-  }
-  static std::vector<T, Alloc> decode(const Data& bytes) {
-    return detail::DefaultPersistence<std::vector<T, Alloc>>::template decodeMigrating<std::vector<T, Alloc>>(
-        bytes, &schema);
+    return {
+        version,
+        {},
+        JSONSchema<JSONValueType>::array(JSONSchema<JSONValueType>::schema(std::move(element)))};
   }
 };
 
@@ -186,16 +189,15 @@ struct PersistableTraits<std::vector<T, Alloc>> : detail::DefaultPersistence<std
 // a version above 0.0.0 on the object it governs, a dictionary of versioned
 // values is written with a "version" member among its keys.
 template <class Map>
-struct DictionaryPersistence : detail::DefaultPersistence<Map> {
+struct DictionaryPersistence : detail::PersistenceUnderSchema<Map, DictionaryPersistence<Map>> {
   using Value = typename Map::mapped_type;
   static MigrationSchema schema() {
     MigrationSchema value = PersistableTraits<Value>::schema();
     const SemVer version = value.version;
-    return {version, {}, JSONSchema<JSONValueType>::dictionary(JSONSchema<JSONValueType>::schema(std::move(value)))};
-  }
-  static Data encode(const Map& value) { return detail::stampedBytes(JSONEncoder().encode(value), schema()); }
-  static Map decode(const Data& bytes) {
-    return detail::DefaultPersistence<Map>::template decodeMigrating<Map>(bytes, &schema);
+    return {
+        version,
+        {},
+        JSONSchema<JSONValueType>::dictionary(JSONSchema<JSONValueType>::schema(std::move(value)))};
   }
 };
 template <Persistable V, class Compare, class Alloc>

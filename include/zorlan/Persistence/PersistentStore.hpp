@@ -93,7 +93,8 @@ class PersistentStore {
   void set(std::string_view key, const T& value, Lifetime lifetime = std::nullopt);
 
   // Writes bytes under `key` as they are, then the lifetime as above.
-  virtual void setData(const Data& data, std::string_view key, Lifetime lifetime = std::nullopt) = 0;
+  virtual void setData(const Data& data, std::string_view key,
+                       Lifetime lifetime = std::nullopt) = 0;
 
   // The value under `key`: for a core type, the stored value when it has
   // exactly that type; otherwise the stored bytes decoded (and migrated) as
@@ -113,7 +114,9 @@ class PersistentStore {
   // Removes every value of the suite named `suiteName` (an absent name
   // names the suite ""), then calls `completion` if given.
   virtual void reset(std::optional<std::string> suiteName, std::function<void()> completion) = 0;
-  void reset(std::optional<std::string> suiteName = std::nullopt) { reset(std::move(suiteName), nullptr); }
+  void reset(std::optional<std::string> suiteName = std::nullopt) {
+    reset(std::move(suiteName), nullptr);
+  }
 
   // Whether anything is stored under `key`.
   virtual bool hasStoredValue(std::string_view key) const = 0;
@@ -148,7 +151,8 @@ class PersistentStore {
 
   // The observable primitive: the stored value under `key` now, then after
   // every change.
-  virtual rx::Observable<std::optional<PropertyListValue>> observeObject(std::string_view key) const = 0;
+  virtual rx::Observable<std::optional<PropertyListValue>> observeObject(
+      std::string_view key) const = 0;
 
   // --- Derived operations ---
 
@@ -169,7 +173,6 @@ class PersistentStore {
   static std::optional<T> decodeStored(std::optional<PropertyListValue> stored);
   template <class T>
   static T decodeBytes(const Data& bytes);
-  void writeBytes(std::string_view key, Data bytes, Lifetime lifetime);
 };
 
 namespace detail {
@@ -187,39 +190,29 @@ void PersistentStore::set(std::string_view key, const T& value, Lifetime lifetim
       return;
     }
     using Wrapped = typename T::value_type;
-    if constexpr (std::same_as<Wrapped, Data>) {
-      setObject(key, PropertyListValue(*value));
-      return;
-    } else if constexpr (isJSONFragment<Wrapped>) {
-      Data bytes;
-      try {
-        bytes = JSONEncoder().encode(JSONFragmentWrapper<Wrapped>{*value});
-      } catch (const std::exception&) {
-        return;  // nothing written, deliberately silent
-      }
-      setObject(key, PropertyListValue(std::move(bytes)));
+    if constexpr (std::same_as<Wrapped, Data> || isJSONFragment<Wrapped>) {
+      set<Wrapped>(key, *value);  // kept as it is, or as a fragment: no lifetime
       return;
     }
   } else if constexpr (std::same_as<T, Data>) {
     setObject(key, PropertyListValue(value));
     return;
-  } else if constexpr (isJSONFragment<T>) {
-    Data bytes;
-    try {
-      bytes = JSONEncoder().encode(JSONFragmentWrapper<T>{value});
-    } catch (const std::exception&) {
-      return;
-    }
-    setObject(key, PropertyListValue(std::move(bytes)));
-    return;
   }
   Data bytes;
   try {
-    bytes = PersistableTraits<T>::encode(value);
+    if constexpr (isJSONFragment<T>) {
+      bytes = JSONEncoder().encode(JSONFragmentWrapper<T>{value});
+    } else {
+      bytes = PersistableTraits<T>::encode(value);
+    }
   } catch (const std::exception&) {
     return;  // nothing written, deliberately silent
   }
-  writeBytes(key, std::move(bytes), lifetime);
+  if constexpr (isJSONFragment<T>) {
+    setObject(key, PropertyListValue(std::move(bytes)));  // no lifetime for a fragment
+  } else {
+    setData(bytes, key, lifetime);
+  }
 }
 
 template <Persistable T>
