@@ -3,7 +3,7 @@
 # an object library that sees only the areas it names, and the layer check
 # (cmake/CheckLayers.cmake, run by CTest) fails on any include that crosses
 # it. docs/ARCHITECTURE.md explains the order.
-set(ZORLAN_AREAS Base Dispatch Rx Platform Coding Scheduling Logging Values Text Numerics JSON Environment Time Persistence StateMachine)
+set(ZORLAN_AREAS Base Dispatch Rx Platform Coding Scheduling Logging Values Text Numerics JSON Environment Time Persistence StateMachine Routing)
 
 set(ZORLAN_AREA_USES_Base "")
 set(ZORLAN_AREA_USES_Dispatch Base)
@@ -20,6 +20,7 @@ set(ZORLAN_AREA_USES_Environment Base Dispatch Rx Platform Logging)
 set(ZORLAN_AREA_USES_Time Base Dispatch Rx Platform Scheduling Logging)
 set(ZORLAN_AREA_USES_Persistence Base Dispatch Rx Platform Coding Scheduling Logging Values Numerics JSON Environment)
 set(ZORLAN_AREA_USES_StateMachine Base Dispatch Rx Scheduling Values)
+set(ZORLAN_AREA_USES_Routing Base Dispatch Rx Platform Logging)
 
 # What every area's objects need: the headers, the language level and the
 # third-party libraries the library links.

@@ -1,0 +1,134 @@
+#include "zorlan/Routing/URLRouteMatcher.hpp"
+
+#include <unicode/regex.h>
+#include <unicode/unistr.h>
+#include <unicode/utf8.h>
+
+#include <cstdint>
+#include <mutex>
+#include <utility>
+
+#include "Routing/RoutePrefix.hpp"
+
+namespace zorlan {
+namespace {
+
+// ICU's time limit is counted in steps of the match engine (each some ten
+// thousand operations, about a millisecond or less); the stack limit bounds
+// the heap the backtracking may take.
+constexpr std::int32_t kMatchTimeLimitSteps = 200;
+constexpr std::int32_t kMatchStackLimitBytes = 1 << 20;
+
+// True when `text` is valid UTF-8; `ascii` tells whether it is all ASCII.
+bool isValidUTF8(std::string_view text, bool& ascii) {
+  ascii = true;
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = static_cast<std::int32_t>(text.size());
+  std::int32_t i = 0;
+  while (i < length) {
+    if (bytes[i] < 0x80) {
+      ++i;
+      continue;
+    }
+    ascii = false;
+    UChar32 c = 0;
+    U8_NEXT(bytes, i, length, c);
+    if (c < 0) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+struct URLRouteMatcher::Compiled {
+  std::once_flag once;
+  std::unique_ptr<icu::RegexPattern> pattern;  // null: the expression does not compile
+  std::vector<routing::PrefixChar> prefix;
+};
+
+URLRouteMatcher::URLRouteMatcher(std::vector<URLRouteTokenizer::Token> tokens)
+    : tokens_(std::move(tokens)), compiled_(std::make_unique<Compiled>()) {
+  for (const URLRouteTokenizer::Token& token : tokens_) {
+    switch (token.kind) {
+      case URLRouteTokenizer::Token::Kind::string:
+        regex_ += token.text;
+        break;
+      case URLRouteTokenizer::Token::Kind::variable:
+        regex_ += '(';
+        regex_ += token.pattern ? *token.pattern : std::string("[^/]+");
+        regex_ += ')';
+        names_.push_back(token.text);
+        break;
+      case URLRouteTokenizer::Token::Kind::wildcard:
+        regex_ += ".*";
+        break;
+    }
+  }
+}
+
+URLRouteMatcher::~URLRouteMatcher() = default;
+URLRouteMatcher::URLRouteMatcher(URLRouteMatcher&&) noexcept = default;
+URLRouteMatcher& URLRouteMatcher::operator=(URLRouteMatcher&&) noexcept = default;
+
+std::optional<URLRouteVariables> URLRouteMatcher::match(std::string_view input) const {
+  if (input.size() > static_cast<std::size_t>(INT32_MAX / 2)) return std::nullopt;
+  Compiled& compiled = *compiled_;
+  std::call_once(compiled.once, [&] {
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError where{};
+    std::unique_ptr<icu::RegexPattern> pattern(icu::RegexPattern::compile(
+        icu::UnicodeString::fromUTF8(regex_), UREGEX_CASE_INSENSITIVE, where, status));
+    if (U_SUCCESS(status) && pattern) {
+      compiled.pattern = std::move(pattern);
+      compiled.prefix = routing::requiredPrefix(regex_);
+    }
+  });
+  if (!compiled.pattern) return std::nullopt;
+  if (routing::checkPrefix(compiled.prefix, input) == routing::PrefixVerdict::noMatch) {
+    return std::nullopt;
+  }
+  bool ascii = true;
+  if (!isValidUTF8(input, ascii)) return std::nullopt;
+
+  const icu::UnicodeString text = icu::UnicodeString::fromUTF8(input);
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<icu::RegexMatcher> matcher(compiled.pattern->matcher(text, status));
+  if (U_FAILURE(status) || !matcher) return std::nullopt;
+  matcher->setTimeLimit(kMatchTimeLimitSteps, status);
+  matcher->setStackLimit(kMatchStackLimitBytes, status);
+  // The first match must cover the whole input. The leftmost match starts at
+  // the first position where one exists, so it can only cover the input when
+  // it starts at 0: a match anchored there is the one a search would find.
+  const bool found = matcher->lookingAt(status);
+  if (U_FAILURE(status) || !found) return std::nullopt;
+  const std::int32_t length = text.length();
+  if (matcher->start(status) != 0 || matcher->end(status) != length) return std::nullopt;
+
+  std::vector<std::string> captures;
+  const std::int32_t groups = matcher->groupCount();
+  for (std::int32_t group = 1; group <= groups; ++group) {
+    const std::int32_t start = matcher->start(group, status);
+    const std::int32_t end = matcher->end(group, status);
+    if (U_FAILURE(status)) return std::nullopt;
+    if (start < 0) continue;                    // the group took no part in the match
+    if (start == 0 && end == length) continue;  // a group spanning the whole match
+    if (ascii) {
+      captures.emplace_back(
+          input.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
+    } else {
+      std::string value;
+      text.tempSubStringBetween(start, end).toUTF8String(value);
+      captures.push_back(std::move(value));
+    }
+  }
+
+  URLRouteVariables variables;
+  if (names_.empty()) return variables;
+  if (captures.size() < names_.size()) return std::nullopt;
+  for (std::size_t i = 0; i < names_.size(); ++i) {
+    variables.insert_or_assign(names_[i], std::move(captures[i]));
+  }
+  return variables;
+}
+
+}  // namespace zorlan
