@@ -146,13 +146,16 @@ struct HTTPRedirectFollower::Engine {
       complete(transfer, std::nullopt);
       return false;
     }
+    // A redirect whose target is not a URL is not one: the response ends the
+    // chain like any other.
     char* redirect = nullptr;
     curl_easy_getinfo(transfer.easy, CURLINFO_REDIRECT_URL, &redirect);
-    if (!redirect) {
+    std::optional<URL> target = redirect ? URL::fromString(redirect) : std::nullopt;
+    if (!target) {
       complete(transfer, locationOf(transfer));
       return false;
     }
-    std::optional<URLRequest> next = URLRequest{URL::fromString(redirect)};
+    std::optional<URLRequest> next = URLRequest{std::move(target)};
     std::shared_ptr<RedirectDelegate> asked;
     {
       std::lock_guard lock(mutex);

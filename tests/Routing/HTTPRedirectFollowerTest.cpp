@@ -1,0 +1,210 @@
+// Short links over real HTTP: a loopback server serves chains of redirects;
+// the follower completes exactly once, on the main queue, in every ending.
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+
+#include "zorlan/Dispatch/MainRunLoop.hpp"
+#include "zorlan/Routing/HTTPRedirectFollower.hpp"
+#include "zorlan/Routing/URLRouter.hpp"
+#include "zorlan/Rx/DisposeBag.hpp"
+
+namespace zorlan {
+namespace {
+
+using namespace std::chrono_literals;
+
+class LoopbackServer {
+ public:
+  LoopbackServer() {
+    auto redirect = [this](const char* path, int status, std::string location) {
+      server_.Get(path, [this, status, location](const httplib::Request&, httplib::Response& r) {
+        ++hits;
+        r.status = status;
+        if (!location.empty()) r.set_header("Location", location);
+      });
+    };
+    port = server_.bind_to_any_port("127.0.0.1");
+    const std::string base = "http://127.0.0.1:" + std::to_string(port);
+    redirect("/s1", 301, base + "/s2");
+    redirect("/s2", 302, "/s3");  // relative: resolved against /s2
+    redirect("/s3", 302, "myapp://show/42");
+    redirect("/missing", 302, "");
+    redirect("/unparsable", 302, "myapp://show/ 42");
+    redirect("/loop", 302, "/loop");
+    server_.Get("/final", [](const httplib::Request&, httplib::Response& r) {
+      r.set_content("hello", "text/plain");
+    });
+    server_.Get("/located", [](const httplib::Request&, httplib::Response& r) {
+      r.set_header("Location", "myapp://show/7");
+      r.set_content(std::string(1 << 20, 'x'), "text/plain");  // the body is never read
+    });
+    server_.Get("/lower", [](const httplib::Request&, httplib::Response& r) {
+      r.set_header("location", "myapp://show/7");
+    });
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
+  }
+  ~LoopbackServer() {
+    server_.stop();
+    thread_.join();
+  }
+  std::string url(const char* path) const {
+    return "http://127.0.0.1:" + std::to_string(port) + path;
+  }
+
+  int port = 0;
+  std::atomic<int> hits{0};
+
+ private:
+  httplib::Server server_;
+  std::thread thread_;
+};
+
+// A socket that accepts connections in the kernel but never answers.
+struct SilentSocket {
+  SilentSocket() {
+    fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(fd, reinterpret_cast<sockaddr*>(&address), length);
+    ::listen(fd, 4);
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    port = ntohs(address.sin_port);
+  }
+  ~SilentSocket() { ::close(fd); }
+  int fd = -1;
+  int port = 0;
+};
+
+// Stops at (and records) every redirect whose target has the scheme "myapp".
+struct StopAtApp : RedirectDelegate {
+  std::optional<URLRequest> handleRedirect(std::optional<URLRequest> request) override {
+    std::lock_guard lock(mutex);
+    if (!request || !request->url) return std::nullopt;
+    asked.emplace_back(request->url->absoluteString());
+    if (request->url->scheme() == "myapp") return std::nullopt;
+    return request;
+  }
+  std::mutex mutex;
+  std::vector<std::string> asked;
+};
+
+struct Outcome {
+  int calls = 0;
+  bool onMainThread = true;
+  std::optional<std::string> target;
+};
+
+// Follows `link` and runs the main queue until the completion came (and a
+// little after, to catch a second call).
+Outcome resolve(HTTPRedirectFollower& follower, const std::string& link) {
+  Outcome outcome;
+  const auto mainThread = std::this_thread::get_id();
+  follower.follow(*URL::fromString(link), [&](std::optional<URL> target) {
+    ++outcome.calls;
+    outcome.onMainThread = outcome.onMainThread && std::this_thread::get_id() == mainThread;
+    if (target) outcome.target = std::string(target->absoluteString());
+  });
+  for (int i = 0; i < 2000 && outcome.calls == 0; ++i) MainRunLoop::runFor(10ms);
+  MainRunLoop::runFor(20ms);
+  return outcome;
+}
+
+HTTPRedirectFollower::Options quick() {
+  HTTPRedirectFollower::Options options;
+  options.totalTimeout = 500ms;
+  options.connectTimeout = 500ms;
+  options.maxRedirects = 3;
+  return options;
+}
+
+TEST(HTTPRedirectFollower, EndsWithTheLocationOfTheResponseThatEndsTheChain) {
+  LoopbackServer server;
+  auto delegate = std::make_shared<StopAtApp>();
+  const struct {
+    const char* path;
+    bool withDelegate;
+    std::optional<std::string> target;
+    int requests;  // redirect hops served (-1: not counted)
+  } cases[] = {
+      {"/s1", true, "myapp://show/42", 3},  // 301, 302 (relative), 302 stopped by the delegate
+      {"/s1", false, std::nullopt, 3},      // followed into a scheme HTTP cannot load
+      {"/located", false, "myapp://show/7", -1},  // not a redirect, but it names a location
+      {"/final", false, std::nullopt, -1},
+      {"/lower", false, std::nullopt, -1},  // the key is "Location", spelled so
+      {"/missing", true, std::nullopt, 1},
+      {"/unparsable", true, std::nullopt, 1},
+      {"/loop", true, std::nullopt, 4},  // the first request and three redirects, no more
+      {"/nothing-here", true, std::nullopt, -1},
+  };
+  for (const auto& c : cases) {
+    HTTPRedirectFollower follower(quick());
+    if (c.withDelegate) follower.setRedirectDelegate(delegate);
+    server.hits = 0;
+    const Outcome outcome = resolve(follower, server.url(c.path));
+    if (c.requests >= 0) EXPECT_EQ(server.hits, c.requests) << c.path;
+    EXPECT_EQ(outcome.calls, 1) << c.path;
+    EXPECT_TRUE(outcome.onMainThread) << c.path;
+    EXPECT_EQ(outcome.target, c.target) << c.path;
+  }
+  EXPECT_EQ(delegate->asked[0], server.url("/s2"));
+  EXPECT_EQ(delegate->asked[1], server.url("/s3"));
+  EXPECT_EQ(delegate->asked[2], "myapp://show/42");
+}
+
+TEST(HTTPRedirectFollower, FailsToAbsentWhenNobodyAnswers) {
+  SilentSocket silent;
+  const int refusedPort = [] {
+    SilentSocket closed;
+    return closed.port;
+  }();
+  for (int port : {refusedPort, silent.port}) {
+    HTTPRedirectFollower follower(quick());
+    const Outcome outcome = resolve(follower, "http://127.0.0.1:" + std::to_string(port) + "/x");
+    EXPECT_EQ(outcome.calls, 1) << port;
+    EXPECT_TRUE(outcome.onMainThread);
+    EXPECT_EQ(outcome.target, std::nullopt);
+  }
+}
+
+TEST(HTTPRedirectFollower, CompletesWhenDestroyedWithTransfersInFlight) {
+  SilentSocket silent;
+  std::atomic<int> calls{0};
+  {
+    HTTPRedirectFollower follower;  // default bounds: far longer than this test
+    for (int i = 0; i < 3; ++i) {
+      follower.follow(*URL::fromString("http://127.0.0.1:" + std::to_string(silent.port)),
+                      [&](std::optional<URL> target) { calls += target ? 100 : 1; });
+    }
+  }
+  MainRunLoop::runUntilIdle();
+  EXPECT_EQ(calls, 3);
+}
+
+TEST(HTTPRedirectFollower, RoutesShortLinksThroughTheRouter) {
+  LoopbackServer server;
+  auto follower = std::make_shared<HTTPRedirectFollower>(quick());
+  URLRouter router(RedirectContext({"${host}"}, "127.0.0.1", follower));
+  std::vector<std::string> ids;
+  rx::DisposeBag bag;
+  router.observer(std::make_shared<URLRoute>("myapp://show/${id}"))
+      .subscribe([&](const URLRouter::Match& m) { ids.push_back(m.variables.at("id")); })
+      .disposed(bag);
+  router.submit(*URL::fromString(server.url("/s1")));
+  EXPECT_TRUE(ids.empty());  // resolved later, on the main queue
+  for (int i = 0; i < 2000 && ids.empty(); ++i) MainRunLoop::runFor(10ms);
+  EXPECT_EQ(ids, std::vector<std::string>{"42"});
+  EXPECT_EQ(server.hits, 3);  // the app link itself was never requested
+}
+
+}  // namespace
+}  // namespace zorlan
