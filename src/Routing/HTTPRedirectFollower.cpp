@@ -75,20 +75,37 @@ struct HTTPRedirectFollower::Engine {
   explicit Engine(Options o) : options(std::move(o)) {
     initializeCurlOnce();
     multi = curl_multi_init();
-    worker = std::thread([this] { run(); });
   }
 
-  ~Engine() {
+  // The transfer thread holds the engine until it ends, so the follower may
+  // be released on that thread (by a delegate or a completion queue running
+  // there) without destroying what runs it.
+  static void start(const std::shared_ptr<Engine>& engine) {
+    engine->worker = std::thread([engine] { engine->run(); });
+  }
+
+  // Ends the transfer thread: in flight resolutions complete with absent.
+  // Waits for it unless called on it.
+  void stop() {
     {
       std::lock_guard lock(mutex);
       stopping = true;
     }
-    curl_multi_wakeup(multi);
+    if (multi) curl_multi_wakeup(multi);
+    if (std::this_thread::get_id() == worker.get_id()) return;
     worker.join();
-    curl_multi_cleanup(multi);
+  }
+
+  ~Engine() {
+    if (worker.joinable()) worker.detach();  // only when released on the transfer thread itself
+    if (multi) curl_multi_cleanup(multi);
   }
 
   void submit(std::unique_ptr<Transfer> transfer) {
+    if (!multi) {  // libcurl could not start: nothing will ever run
+      complete(*transfer, std::nullopt);
+      return;
+    }
     {
       std::lock_guard lock(mutex);
       incoming.push_back(std::move(transfer));
@@ -162,6 +179,7 @@ struct HTTPRedirectFollower::Engine {
       asked = delegate.lock();
     }
     if (asked) next = asked->handleRedirect(std::move(next));
+    asked.reset();  // before completing: the completion may release the delegate's owner
     if (!next) {
       complete(transfer, locationOf(transfer));
       return false;
@@ -177,7 +195,7 @@ struct HTTPRedirectFollower::Engine {
 
   void run() {
     std::vector<std::unique_ptr<Transfer>> active;
-    for (;;) {
+    while (multi) {
       std::deque<std::unique_ptr<Transfer>> arrived;
       bool stop = false;
       {
@@ -210,6 +228,9 @@ struct HTTPRedirectFollower::Engine {
       curl_multi_remove_handle(multi, transfer->easy);
       complete(*transfer, std::nullopt);
     }
+    std::lock_guard lock(mutex);
+    for (auto& transfer : incoming) complete(*transfer, std::nullopt);
+    incoming.clear();
   }
 
   const Options options;
@@ -224,9 +245,11 @@ struct HTTPRedirectFollower::Engine {
 HTTPRedirectFollower::HTTPRedirectFollower() : HTTPRedirectFollower(Options{}) {}
 
 HTTPRedirectFollower::HTTPRedirectFollower(Options options)
-    : engine_(std::make_shared<Engine>(std::move(options))) {}
+    : engine_(std::make_shared<Engine>(std::move(options))) {
+  Engine::start(engine_);
+}
 
-HTTPRedirectFollower::~HTTPRedirectFollower() = default;
+HTTPRedirectFollower::~HTTPRedirectFollower() { engine_->stop(); }
 
 void HTTPRedirectFollower::setRedirectDelegate(std::weak_ptr<RedirectDelegate> delegate) {
   std::lock_guard lock(engine_->mutex);

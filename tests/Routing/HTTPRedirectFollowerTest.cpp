@@ -151,7 +151,9 @@ TEST(HTTPRedirectFollower, EndsWithTheLocationOfTheResponseThatEndsTheChain) {
     if (c.withDelegate) follower.setRedirectDelegate(delegate);
     server.hits = 0;
     const Outcome outcome = resolve(follower, server.url(c.path));
-    if (c.requests >= 0) EXPECT_EQ(server.hits, c.requests) << c.path;
+    if (c.requests >= 0) {
+      EXPECT_EQ(server.hits, c.requests) << c.path;
+    }
     EXPECT_EQ(outcome.calls, 1) << c.path;
     EXPECT_TRUE(outcome.onMainThread) << c.path;
     EXPECT_EQ(outcome.target, c.target) << c.path;
@@ -188,6 +190,28 @@ TEST(HTTPRedirectFollower, CompletesWhenDestroyedWithTransfersInFlight) {
   }
   MainRunLoop::runUntilIdle();
   EXPECT_EQ(calls, 3);
+}
+
+// The last owner of a follower may let go of it on the transfer thread (a
+// delegate that owns it, as a router does through its context).
+TEST(HTTPRedirectFollower, MayBeReleasedByItsOwnDelegate) {
+  struct Owner : RedirectDelegate {
+    std::optional<URLRequest> handleRedirect(std::optional<URLRequest> request) override {
+      follower.reset();
+      return request;
+    }
+    std::shared_ptr<HTTPRedirectFollower> follower;
+  };
+  LoopbackServer server;
+  auto owner = std::make_shared<Owner>();
+  owner->follower = std::make_shared<HTTPRedirectFollower>(quick());
+  owner->follower->setRedirectDelegate(owner);
+  int calls = 0;
+  owner->follower->follow(*URL::fromString(server.url("/s1")),
+                          [&](std::optional<URL> target) { calls += target ? 100 : 1; });
+  for (int i = 0; i < 2000 && calls == 0; ++i) MainRunLoop::runFor(10ms);
+  MainRunLoop::runFor(20ms);
+  EXPECT_EQ(calls, 1);
 }
 
 TEST(HTTPRedirectFollower, RoutesShortLinksThroughTheRouter) {
