@@ -29,5 +29,7 @@ void storedSettings();
 void playbackFlow();
 // A simulated video start-up marked on two lanes, its report and its trace file.
 void timePoints();
+// Deep links routed to two features, and a short link resolved against a local server.
+void deepLinks();
 
 }  // namespace tour

@@ -13,5 +13,6 @@ int main() {
   tour::storedSettings();
   tour::playbackFlow();
   tour::timePoints();
+  tour::deepLinks();
   return 0;
 }

@@ -5,6 +5,7 @@
 #include "EnvCommand.hpp"
 #include "ExitCode.hpp"
 #include "LogCommand.hpp"
+#include "RouteCommand.hpp"
 #include "TimePointsCommand.hpp"
 
 int main(int argc, char** argv) {
@@ -14,6 +15,7 @@ int main(int argc, char** argv) {
   zf::addEnvCommand(app);
   zf::addDefaultsCommand(app);
   zf::addTimePointsCommand(app);
+  zf::addRouteCommand(app);
   CLI11_PARSE(app, argc, argv);
   return zf::exitCode() != 0 ? zf::exitCode() : zf::timePointsExitCode();
 }
