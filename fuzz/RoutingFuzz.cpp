@@ -36,14 +36,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const zorlan::URLRoute route(pattern);
   const auto& tokens = route.tokens();
-  for (std::size_t i = 0; i < tokens.size(); ++i) {
-    const Token& token = tokens[i];
+  for (const Token& token : tokens) {
     if (token.kind == Token::Kind::string && (token.text.empty() || isAsciiSpace(token.text[0]))) {
       fail("a literal token is empty or starts with white space", pattern, input);
-    }
-    if (token.kind == Token::Kind::wildcard && i > 0 &&
-        tokens[i - 1].kind == Token::Kind::wildcard) {
-      fail("two wildcards in a row", pattern, input);
     }
   }
 

@@ -4,6 +4,7 @@
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <utility>
@@ -18,6 +19,9 @@ namespace {
 // the heap the backtracking may take.
 constexpr std::int32_t kMatchTimeLimitSteps = 200;
 constexpr std::int32_t kMatchStackLimitBytes = 1 << 20;
+// A matcher is kept for reuse (one per route) only after inputs up to this
+// length, so that what it keeps stays small.
+constexpr std::int32_t kReusedInputLimit = 512;
 
 // True when `text` is valid UTF-8; `ascii` tells whether it is all ASCII.
 bool isValidUTF8(std::string_view text, bool& ascii) {
@@ -41,9 +45,37 @@ bool isValidUTF8(std::string_view text, bool& ascii) {
 }  // namespace
 
 struct URLRouteMatcher::Compiled {
+  ~Compiled() { delete idle.load(); }
+
+  // A matcher for this pattern with the limits set: the idle one if there is
+  // one, else a new one (null when ICU cannot make one).
+  std::unique_ptr<icu::RegexMatcher> takeMatcher() {
+    std::unique_ptr<icu::RegexMatcher> matcher(idle.exchange(nullptr, std::memory_order_acquire));
+    if (matcher) return matcher;
+    UErrorCode status = U_ZERO_ERROR;
+    matcher.reset(pattern->matcher(status));
+    if (U_FAILURE(status)) return nullptr;
+    matcher->setTimeLimit(kMatchTimeLimitSteps, status);
+    matcher->setStackLimit(kMatchStackLimitBytes, status);
+    return U_SUCCESS(status) ? std::move(matcher) : nullptr;
+  }
+  // Keeps `matcher` for the next match unless one is kept already or its
+  // input was long (its backtracking stack keeps the size it grew to, so
+  // only matchers of short inputs are kept).
+  void giveBack(std::unique_ptr<icu::RegexMatcher> matcher, std::int32_t inputLength) {
+    static const icu::UnicodeString kNothing;
+    if (inputLength > kReusedInputLimit) return;
+    matcher->reset(kNothing);  // forget the caller's text
+    icu::RegexMatcher* expected = nullptr;
+    if (idle.compare_exchange_strong(expected, matcher.get(), std::memory_order_release)) {
+      (void)matcher.release();
+    }
+  }
+
   std::once_flag once;
   std::unique_ptr<icu::RegexPattern> pattern;  // null: the expression does not compile
   std::vector<routing::PrefixChar> prefix;
+  std::atomic<icu::RegexMatcher*> idle{nullptr};
 };
 
 URLRouteMatcher::URLRouteMatcher(std::vector<URLRouteTokenizer::Token> tokens)
@@ -91,16 +123,25 @@ std::optional<URLRouteVariables> URLRouteMatcher::match(std::string_view input) 
   if (!isValidUTF8(input, ascii)) return std::nullopt;
 
   const icu::UnicodeString text = icu::UnicodeString::fromUTF8(input);
+  std::unique_ptr<icu::RegexMatcher> matcher = compiled.takeMatcher();
+  if (!matcher) return std::nullopt;
+  matcher->reset(text);
+  struct GiveBack {
+    Compiled& compiled;
+    std::unique_ptr<icu::RegexMatcher>& matcher;
+    std::int32_t length;
+    ~GiveBack() { compiled.giveBack(std::move(matcher), length); }
+  } giveBack{compiled, matcher, text.length()};
   UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::RegexMatcher> matcher(compiled.pattern->matcher(text, status));
-  if (U_FAILURE(status) || !matcher) return std::nullopt;
-  matcher->setTimeLimit(kMatchTimeLimitSteps, status);
-  matcher->setStackLimit(kMatchStackLimitBytes, status);
   // The first match must cover the whole input. The leftmost match starts at
   // the first position where one exists, so it can only cover the input when
   // it starts at 0: a match anchored there is the one a search would find.
   const bool found = matcher->lookingAt(status);
-  if (U_FAILURE(status) || !found) return std::nullopt;
+  if (U_FAILURE(status)) {
+    giveBack.length = INT32_MAX;  // a match cut short may have grown its stack to the limit
+    return std::nullopt;
+  }
+  if (!found) return std::nullopt;
   const std::int32_t length = text.length();
   if (matcher->start(status) != 0 || matcher->end(status) != length) return std::nullopt;
 

@@ -54,6 +54,7 @@ TEST(URLRouteTokenizer, SplitsPatternsAsTheScannerReadsThem) {
        {Token::string("a"), Token::wildcard(), Token::string("b"), Token::wildcard(),
         Token::string("c")}},
       {"a * b", {Token::string("a "), Token::wildcard(), Token::string("b")}},
+      {"/a/* *", {Token::string("/a/"), Token::wildcard(), Token::wildcard()}},
       {"\u3000\t/w/${x}*", {Token::string("/w/"), Token::variable("x"), Token::wildcard()}},
       {"*", {Token::wildcard()}},
   };
