@@ -102,7 +102,8 @@ coverage: deps
 	  --exclude-unreachable-branches --exclude-throw-branches --gcov-ignore-parse-errors \
 	  --txt build/coverage/coverage.txt --print-summary
 
-# libFuzzer targets built with Clang, ASan and UBSan; each runs FUZZ_SECONDS.
+# libFuzzer targets built with Clang, ASan and UBSan; each runs FUZZ_SECONDS, starting
+# from fuzz/seeds/<target> and using fuzz/<target>.dict where they exist.
 FUZZ_SECONDS ?= 60
 fuzz: deps
 	CXX=clang++-14 cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=Debug \
@@ -110,9 +111,13 @@ fuzz: deps
 	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DZORLAN_BUILD_FUZZERS=ON -DZORLAN_BUILD_TESTS=OFF \
 	  -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF -DBUILD_SHARED_LIBS=OFF >/dev/null
 	cmake --build build/fuzz -j$(JOBS) --target fuzzers
-	@for f in build/fuzz/fuzz/fuzz_*; do name=$$(basename $$f); mkdir -p build/fuzz/corpus/$$name; \
+	@for f in build/fuzz/fuzz/fuzz_*; do name=$$(basename $$f); short=$${name#fuzz_}; \
+	  mkdir -p build/fuzz/corpus/$$name; \
+	  dict=$$( [ -f fuzz/$$short.dict ] && echo -dict=fuzz/$$short.dict ); \
+	  seeds=$$( [ -d fuzz/seeds/$$short ] && echo fuzz/seeds/$$short ); \
 	  echo "== $$name ($(FUZZ_SECONDS) s)"; \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name || exit 1; done
+	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=build/fuzz/ $$dict \
+	    build/fuzz/corpus/$$name $$seeds || exit 1; done
 
 format:
 	find include src tests bench examples tools -name '*.hpp' -o -name '*.cpp' | xargs clang-format-14 -i
