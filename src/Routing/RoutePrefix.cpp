@@ -12,16 +12,16 @@ bool isPlainLiteral(char c) {
 
 char lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// Skips "{...}" after \p, \P, \N or \x at `i` (pointing at the letter);
-// returns the index after "}", or npos when there is none.
-std::size_t skipBraced(std::string_view r, std::size_t i) {
-  const std::size_t close = r.find('}', i);
+// The index after the escape whose backslash is at `i`: the escaped
+// character, or a "{...}" after \p, \P, \N or \x. npos when the escape is
+// quoting (\Q) or runs off the end.
+std::size_t afterEscape(std::string_view r, std::size_t i) {
+  if (i + 1 >= r.size() || r[i + 1] == 'Q') return std::string_view::npos;
+  const bool braced = i + 2 < r.size() && r[i + 2] == '{' &&
+                      std::string_view("pPNx").find(r[i + 1]) != std::string_view::npos;
+  if (!braced) return i + 2;
+  const std::size_t close = r.find('}', i + 2);
   return close == std::string_view::npos ? close : close + 1;
-}
-
-bool isBracedEscape(std::string_view r, std::size_t letter) {
-  return letter + 1 < r.size() && r[letter + 1] == '{' &&
-         std::string_view("pPNx").find(r[letter]) != std::string_view::npos;
 }
 
 // True when nothing in `r` can make a leading literal optional: no "|" at
@@ -32,13 +32,8 @@ bool leadingLiteralsRequired(std::string_view r) {
   while (i < r.size()) {
     const char c = r[i];
     if (c == '\\') {
-      if (i + 1 >= r.size() || r[i + 1] == 'Q') return false;
-      if (isBracedEscape(r, i + 1)) {
-        i = skipBraced(r, i + 1);
-        if (i == std::string_view::npos) return false;
-      } else {
-        i += 2;
-      }
+      i = afterEscape(r, i);
+      if (i == std::string_view::npos) return false;
       continue;
     }
     if (c == '[') {
@@ -49,13 +44,8 @@ bool leadingLiteralsRequired(std::string_view r) {
       while (sets > 0) {
         if (j >= r.size()) return false;
         if (r[j] == '\\') {
-          if (j + 1 >= r.size() || r[j + 1] == 'Q') return false;
-          if (isBracedEscape(r, j + 1)) {
-            j = skipBraced(r, j + 1);
-            if (j == std::string_view::npos) return false;
-          } else {
-            j += 2;
-          }
+          j = afterEscape(r, j);
+          if (j == std::string_view::npos) return false;
           continue;
         }
         if (r[j] == '[') ++sets;

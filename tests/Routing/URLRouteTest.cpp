@@ -108,7 +108,8 @@ TEST(URLRouteMatcher, MatchesTheWholeInputWithTheFirstMatch) {
       {"/a/${x:12|1}", "/a/12", V{{"x", "12"}}},
       // An alternative at the top level of the expression.
       {"/a|/b/${x}", "/b/7", V{{"x", "7"}}},
-      {"/a|/b/${x}", "/a", std::nullopt},  // x took no part: names but no captures
+      {"/a|/b/${x}", "/a", std::nullopt},    // x took no part: names but no captures
+      {"/ab?/${x}", "/a/1", V{{"x", "1"}}},  // a quantifier on the last literal
       // Groups spanning the whole match are not captures.
       {"(${x:.*})", "abc", std::nullopt},
       // Case-insensitive beyond ASCII: the Kelvin sign is a "k".
