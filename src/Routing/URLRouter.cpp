@@ -1,5 +1,6 @@
 #include "zorlan/Routing/URLRouter.hpp"
 
+#include <exception>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -18,6 +19,9 @@ struct Observer {
   std::vector<std::shared_ptr<const URLRoute>> routes;
 };
 using Observers = std::vector<Observer>;
+
+// The first exception a handler threw while this thread routed a submitted URL.
+thread_local std::exception_ptr tRoutingFailure;
 
 // "${host}" replaced by `host`, every occurrence.
 std::string expanded(std::string entry, const std::string& host) {
@@ -57,21 +61,33 @@ struct URLRouter::State final : RedirectDelegate, std::enable_shared_from_this<S
     route(url);
   }
 
+  // Emits `url` on the unwrapped subject and a match on every observer of
+  // every matching route. A handler that throws does not stop the others:
+  // the first exception is rethrown once every emission is done.
   void route(const URL& url) const {
-    unwrapped.onNext(url);
+    std::exception_ptr failure;
+    const auto emit = [&failure](const auto& subject, const auto& element) {
+      try {
+        subject.onNext(element);
+      } catch (...) {
+        if (!failure) failure = std::current_exception();
+      }
+    };
+    emit(unwrapped, url);
     const std::shared_ptr<const Observers> registered = snapshot();
-    if (registered->empty()) return;
     const std::optional<std::string> form = routingForm(url);
-    if (!form) return;
-    for (const Observer& observer : *registered) {
-      for (const std::shared_ptr<const URLRoute>& route : observer.routes) {
-        std::optional<URLRouteVariables> captured = route->matcher().match(*form);
-        if (!captured) continue;
-        URLRouteVariables variables = route->variables();
-        for (auto& [name, value] : *captured) variables.insert_or_assign(name, std::move(value));
-        observer.subject.onNext(Match{url, route, std::move(variables)});
+    if (form) {
+      for (const Observer& observer : *registered) {
+        for (const std::shared_ptr<const URLRoute>& route : observer.routes) {
+          std::optional<URLRouteVariables> captured = route->matcher().match(*form);
+          if (!captured) continue;
+          URLRouteVariables variables = route->variables();
+          for (auto& [name, value] : *captured) variables.insert_or_assign(name, std::move(value));
+          emit(observer.subject, Match{url, route, std::move(variables)});
+        }
       }
     }
+    if (failure) std::rethrow_exception(failure);
   }
 
   std::optional<URLRequest> handleRedirect(std::optional<URLRequest> newRequest) override {
@@ -101,9 +117,17 @@ URLRouter::URLRouter(RedirectContext redirectContext)
           std::dynamic_pointer_cast<HTTPRedirectFollower>(state_->context.redirectFollower())) {
     http->setRedirectDelegate(std::weak_ptr<RedirectDelegate>(state_));
   }
+  // What a handler throws while a URL is routed is kept for the `submit` on
+  // this thread, so that the router's own subscription never ends.
   std::weak_ptr<State> weak = state_;
   state_->bag.insert(state_->urls.asObservable().subscribe([weak](const URL& url) {
-    if (std::shared_ptr<State> self = weak.lock()) self->received(url);
+    std::shared_ptr<State> self = weak.lock();
+    if (!self) return;
+    try {
+      self->received(url);
+    } catch (...) {
+      if (!tRoutingFailure) tRoutingFailure = std::current_exception();
+    }
   }));
 }
 
@@ -113,6 +137,9 @@ void URLRouter::submit(const URL& url) {
   Log::shared().debug(*this, "[deeplink] URL: " + std::string(url.absoluteString()),
                       SourceLocation("URL Router/URLRouter", __LINE__, "submit(url:)"));
   state_->urls.onNext(url);
+  if (std::exception_ptr failure = std::exchange(tRoutingFailure, nullptr)) {
+    std::rethrow_exception(failure);
+  }
 }
 
 rx::Observable<URLRouter::Match> URLRouter::observer(std::shared_ptr<const URLRoute> route) {

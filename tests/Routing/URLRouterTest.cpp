@@ -2,6 +2,7 @@
 // follower, the redirect decision.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -165,6 +166,25 @@ TEST_F(URLRouterTest, HandlersMayRegisterAndSubmit) {
   router.submit(url("myapp://a/1"));
   EXPECT_EQ(late, 1);
   EXPECT_EQ(seen.unwrapped, (std::vector<std::string>{"myapp://a/1", "myapp://a/2"}));
+}
+
+// A handler that throws loses its subscription; the others still get the
+// link, the exception reaches the caller of submit, and routing goes on.
+TEST_F(URLRouterTest, AThrowingHandlerDoesNotStopRouting) {
+  auto route = std::make_shared<URLRoute>("myapp://a/${id}");
+  int thrown = 0;
+  router.observer(route)
+      .subscribe([&](const URLRouter::Match&) {
+        ++thrown;
+        throw std::runtime_error("feature bug");
+      })
+      .disposed(bag);
+  observe("steady", {route});
+  EXPECT_THROW(router.submit(url("myapp://a/1")), std::runtime_error);
+  EXPECT_NO_THROW(router.submit(url("myapp://a/2")));
+  EXPECT_EQ(thrown, 1);
+  EXPECT_EQ(seen.matches.size(), 2u);
+  EXPECT_EQ(seen.submitted.size(), 2u);
 }
 
 }  // namespace

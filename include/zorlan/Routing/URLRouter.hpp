@@ -30,6 +30,15 @@
 // given in its context: a redirect whose target matches any registered route
 // is not followed, so that target becomes the resolution's result.
 //
+// Handlers that throw: a handler that throws loses its subscription (as with
+// any subject); the other observers still receive the URL and its matches,
+// and the router keeps routing later links. The first exception then leaves
+// `submit` (on the thread that routed the URL: a link submitted from inside
+// a handler is routed, after the current one, by the outer `submit`). For a
+// short link it leaves the follower's completion: `HTTPRedirectFollower`
+// completes on the main queue, where work that throws stops the process, so
+// handlers of short links must not throw.
+//
 // Lifetime and threads: observables stay valid for the router's life and
 // never end; a subscriber sees the matches routed after it subscribed.
 // Observers are never removed. A resolution in flight does not keep the
@@ -37,6 +46,9 @@
 // for the main thread; every operation is nevertheless safe from any thread
 // (registering takes a lock; routing reads a snapshot of the registrations
 // and holds no lock while it emits, so handlers may register or submit).
+// Links are routed one at a time: a link submitted while another is being
+// routed (from a handler or another thread) is routed right after it, by the
+// thread routing, before that thread's `submit` returns.
 #pragma once
 
 #include <memory>
