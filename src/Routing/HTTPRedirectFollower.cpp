@@ -17,6 +17,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Header bytes one hop may receive; a server sending more fails the hop.
+constexpr std::size_t kMaxHeaderBytes = 64 * 1024;
+
 void initializeCurlOnce() {
   static std::once_flag once;
   std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
@@ -30,7 +33,8 @@ struct Transfer {
   int redirects = 0;
   CURL* easy = nullptr;
   std::vector<std::pair<std::string, std::string>> headers;  // of the current response
-  bool bodyRefused = false;  // the body is never read: the first byte of it ends the hop
+  bool bodyRefused = false;     // the body is never read: the first byte of it ends the hop
+  std::size_t headerBytes = 0;  // of the current hop, interim responses included
 
   ~Transfer() {
     if (easy) curl_easy_cleanup(easy);
@@ -47,6 +51,8 @@ std::string_view trimmed(std::string_view text) {
 std::size_t onHeader(char* buffer, std::size_t size, std::size_t count, void* context) {
   auto* transfer = static_cast<Transfer*>(context);
   const std::string_view line(buffer, size * count);
+  transfer->headerBytes += line.size();
+  if (transfer->headerBytes > kMaxHeaderBytes) return 0;  // ends the transfer: a failure
   if (line.starts_with("HTTP/")) {
     transfer->headers.clear();  // a new response (after an interim 1xx one)
   } else if (const std::size_t colon = line.find(':'); colon != std::string_view::npos) {
@@ -133,6 +139,7 @@ struct HTTPRedirectFollower::Engine {
       return false;
     }
     transfer.headers.clear();
+    transfer.headerBytes = 0;
     transfer.bodyRefused = false;
     curl_easy_setopt(easy, CURLOPT_URL, transfer.url.c_str());
     curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);

@@ -63,9 +63,9 @@ struct URLRouteMatcher::Compiled {
   // input was long (its backtracking stack keeps the size it grew to, so
   // only matchers of short inputs are kept).
   void giveBack(std::unique_ptr<icu::RegexMatcher> matcher, std::int32_t inputLength) {
-    static const icu::UnicodeString kNothing;
+    static const auto* const kNothing = new icu::UnicodeString();  // outlives every matcher
     if (inputLength > kReusedInputLimit) return;
-    matcher->reset(kNothing);  // forget the caller's text
+    matcher->reset(*kNothing);  // forget the caller's text
     icu::RegexMatcher* expected = nullptr;
     if (idle.compare_exchange_strong(expected, matcher.get(), std::memory_order_release)) {
       (void)matcher.release();
@@ -104,6 +104,7 @@ URLRouteMatcher& URLRouteMatcher::operator=(URLRouteMatcher&&) noexcept = defaul
 
 std::optional<URLRouteVariables> URLRouteMatcher::match(std::string_view input) const {
   if (input.size() > static_cast<std::size_t>(INT32_MAX / 2)) return std::nullopt;
+  if (!compiled_) return std::nullopt;  // moved from
   Compiled& compiled = *compiled_;
   std::call_once(compiled.once, [&] {
     UErrorCode status = U_ZERO_ERROR;

@@ -51,6 +51,11 @@ class LoopbackServer {
         if (reply.status == 200) r.set_content(std::string(1 << 20, 'x'), "text/plain");
       });
     }
+    server_.Get("/huge", [](const httplib::Request&, httplib::Response& r) {
+      for (int i = 0; i < 2000; ++i)
+        r.set_header("X-Filler-" + std::to_string(i), std::string(40, 'f'));
+      r.set_header("Location", "myapp://show/9");  // after more header bytes than allowed
+    });
     thread_ = std::thread([this] { server_.listen_after_bind(); });
   }
   ~LoopbackServer() {
@@ -147,6 +152,7 @@ TEST(HTTPRedirectFollower, EndsWithTheLocationOfTheResponseThatEndsTheChain) {
       {"/unparsable", true, std::nullopt, 1},
       {"/loop", true, std::nullopt, 4},  // the first request and three redirects, no more
       {"/nothing-here", true, std::nullopt, -1},
+      {"/huge", false, std::nullopt, -1},
   };
   for (const auto& c : cases) {
     HTTPRedirectFollower follower(quick());

@@ -17,7 +17,8 @@
 // URL, a failed transfer, a timeout, or more hops than allowed: absent.
 //
 // Bounds: a connect timeout per hop, a total time for the whole chain and a
-// maximum number of redirects followed (see `Options`). The completion runs
+// maximum number of redirects followed (see `Options`); 64 KiB of headers per
+// hop (more fails the resolution); bodies are never read. The completion runs
 // exactly once, on `Options::completionQueue` (the main queue by default),
 // also when the follower is destroyed first (then with absent).
 //
