@@ -94,7 +94,8 @@ struct URLRouter::State final : RedirectDelegate, std::enable_shared_from_this<S
     if (!newRequest || !newRequest->url) return std::nullopt;
     const std::optional<std::string> form = routingForm(*newRequest->url);
     if (form) {
-      for (const Observer& observer : *snapshot()) {
+      const std::shared_ptr<const Observers> registered = snapshot();  // kept while scanned
+      for (const Observer& observer : *registered) {
         for (const std::shared_ptr<const URLRoute>& route : observer.routes) {
           if (route->matcher().match(*form)) return std::nullopt;
         }
