@@ -1,5 +1,6 @@
 // Short links over real HTTP: a loopback server serves chains of redirects;
-// the follower completes exactly once, on the main queue, in every ending.
+// the follower (a transfer thread of its own) completes exactly once, on the
+// main queue, in every ending. Part of the ThreadSanitizer suite.
 #include <gtest/gtest.h>
 #include <httplib.h>
 #include <netinet/in.h>
