@@ -24,6 +24,26 @@ std::size_t afterEscape(std::string_view r, std::size_t i) {
   return close == std::string_view::npos ? close : close + 1;
 }
 
+// The index after the set (with its nested sets) whose "[" is at `i`; npos
+// when it does not end or its first member is "]" (as in "[]...]").
+std::size_t afterSet(std::string_view r, std::size_t i) {
+  std::size_t j = i + 1;
+  if (j < r.size() && r[j] == '^') ++j;
+  if (j < r.size() && r[j] == ']') return std::string_view::npos;
+  for (int sets = 1; sets > 0;) {
+    if (j >= r.size()) return std::string_view::npos;
+    if (r[j] == '\\') {
+      j = afterEscape(r, j);
+      if (j == std::string_view::npos) return j;
+      continue;
+    }
+    if (r[j] == '[') ++sets;
+    if (r[j] == ']') --sets;
+    ++j;
+  }
+  return j;
+}
+
 // True when nothing in `r` can make a leading literal optional: no "|" at
 // the top level and no syntax that changes how later text reads.
 bool leadingLiteralsRequired(std::string_view r) {
@@ -37,22 +57,8 @@ bool leadingLiteralsRequired(std::string_view r) {
       continue;
     }
     if (c == '[') {
-      std::size_t j = i + 1;
-      if (j < r.size() && r[j] == '^') ++j;
-      if (j < r.size() && r[j] == ']') return false;
-      int sets = 1;
-      while (sets > 0) {
-        if (j >= r.size()) return false;
-        if (r[j] == '\\') {
-          j = afterEscape(r, j);
-          if (j == std::string_view::npos) return false;
-          continue;
-        }
-        if (r[j] == '[') ++sets;
-        if (r[j] == ']') --sets;
-        ++j;
-      }
-      i = j;
+      i = afterSet(r, i);
+      if (i == std::string_view::npos) return false;
       continue;
     }
     if (c == '(') {

@@ -2,7 +2,6 @@
 
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
-#include <unicode/utf8.h>
 
 #include <atomic>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "Routing/RoutePrefix.hpp"
+#include "zorlan/Platform/Unicode.hpp"
 
 namespace zorlan {
 namespace {
@@ -26,18 +26,13 @@ constexpr std::int32_t kReusedInputLimit = 512;
 // True when `text` is valid UTF-8; `ascii` tells whether it is all ASCII.
 bool isValidUTF8(std::string_view text, bool& ascii) {
   ascii = true;
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  const auto length = static_cast<std::int32_t>(text.size());
-  std::int32_t i = 0;
-  while (i < length) {
-    if (bytes[i] < 0x80) {
-      ++i;
-      continue;
-    }
-    ascii = false;
-    UChar32 c = 0;
-    U8_NEXT(bytes, i, length, c);
-    if (c < 0) return false;
+  const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* end = p + text.size();
+  while (p < end) {
+    const std::size_t length = unicode::wellFormedUTF8Length(p, end);
+    if (length == 0) return false;
+    ascii = ascii && length == 1;
+    p += length;
   }
   return true;
 }

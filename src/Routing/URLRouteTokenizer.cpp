@@ -1,26 +1,18 @@
 #include "zorlan/Routing/URLRouteTokenizer.hpp"
 
-#include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <cstdint>
 #include <string_view>
 #include <utility>
 
+#include "zorlan/Platform/Unicode.hpp"
+
 namespace zorlan {
 namespace {
 
-// White space and line breaks as the scanner skips them: the space
-// separators (Zs), tab, U+000A..U+000D, U+0085 and the line and paragraph
-// separators.
-bool isSkipped(UChar32 c) {
-  if (c < 0x80) return c == ' ' || (c >= 0x09 && c <= 0x0D);
-  if (c == 0x85 || c == 0x2028 || c == 0x2029) return true;
-  return u_charType(c) == U_SPACE_SEPARATOR;
-}
-
 // A forward scanner over the pattern's bytes. Every scan first skips white
-// space; a scan that takes nothing reports absent (or false).
+// space and line breaks; a scan that takes nothing reports absent (or false).
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
@@ -54,7 +46,7 @@ class Scanner {
       UChar32 c = 0;
       U8_NEXT(reinterpret_cast<const std::uint8_t*>(text_.data()), next,
               static_cast<std::int32_t>(text_.size()), c);
-      if (c < 0 || !isSkipped(c)) return;
+      if (c < 0 || !unicode::isWhitespaceOrNewline(static_cast<char32_t>(c))) return;
       position_ = static_cast<std::size_t>(next);
     }
   }

@@ -1,5 +1,6 @@
 #include "zorlan/Routing/URLRouter.hpp"
 
+#include <algorithm>
 #include <exception>
 #include <mutex>
 #include <string>
@@ -36,7 +37,11 @@ std::string expanded(std::string entry, const std::string& host) {
 }  // namespace
 
 struct URLRouter::State final : RedirectDelegate, std::enable_shared_from_this<State> {
-  explicit State(RedirectContext redirectContext) : context(std::move(redirectContext)) {}
+  explicit State(RedirectContext redirectContext) : context(std::move(redirectContext)) {
+    for (const std::string& entry : context.followRedirects()) {
+      shortLinkHosts.push_back(expanded(entry, context.host()));
+    }
+  }
 
   // A snapshot of the registrations; replaced (never changed) on register.
   std::shared_ptr<const Observers> snapshot() const {
@@ -46,8 +51,7 @@ struct URLRouter::State final : RedirectDelegate, std::enable_shared_from_this<S
 
   void received(const URL& url) {
     if (std::optional<std::string> host = url.host()) {
-      for (const std::string& entry : context.followRedirects()) {
-        if (expanded(entry, context.host()) != *host) continue;
+      if (std::find(shortLinkHosts.begin(), shortLinkHosts.end(), *host) != shortLinkHosts.end()) {
         const std::shared_ptr<RedirectFollower>& follower = context.redirectFollower();
         if (!follower) return;
         std::weak_ptr<State> weak = weak_from_this();
@@ -75,7 +79,7 @@ struct URLRouter::State final : RedirectDelegate, std::enable_shared_from_this<S
     };
     emit(unwrapped, url);
     const std::shared_ptr<const Observers> registered = snapshot();
-    const std::optional<std::string> form = routingForm(url);
+    const std::optional<std::string> form = registered->empty() ? std::nullopt : routingForm(url);
     if (form) {
       for (const Observer& observer : *registered) {
         for (const std::shared_ptr<const URLRoute>& route : observer.routes) {
@@ -105,6 +109,7 @@ struct URLRouter::State final : RedirectDelegate, std::enable_shared_from_this<S
   }
 
   const RedirectContext context;
+  std::vector<std::string> shortLinkHosts;  // the context's, "${host}" replaced
   rx::PublishSubject<URL> urls;
   rx::PublishSubject<URL> unwrapped;
   mutable std::mutex mutex;
