@@ -53,7 +53,7 @@ std::string localTime(double secondsSince1970) {
 void logging() {
   heading("Logging to the console and a size-bounded JSON log file");
   namespace fs = std::filesystem;
-  const fs::path folder = fs::temp_directory_path() / ("zorlan-tour-" + std::to_string(::getpid()));
+  const fs::path folder = fs::temp_directory_path() / ("zorlan-tour-log-" + std::to_string(::getpid()));
   fs::create_directories(folder);
   const fs::path file = folder / "app.log";
 

@@ -32,7 +32,7 @@ ZORLAN_CODABLE(SubtitleSettings, language, size);
 void storedSettings() {
   heading("A setting written by an older release, migrated on read");
   const std::filesystem::path dir =
-      std::filesystem::temp_directory_path() / ("zorlan-tour-" + std::to_string(::getpid()));
+      std::filesystem::temp_directory_path() / ("zorlan-tour-settings-" + std::to_string(::getpid()));
   {
     auto defaults = Defaults::open("com.zorlan.tour", dir);
     // What release 1 left in the database.
@@ -56,7 +56,8 @@ void storedSettings() {
   std::cout << "  reopened: autoplay is a Boolean again: " << std::boolalpha
             << *reopened->value<bool>("autoplay") << "\n";
   reopened.reset();
-  std::filesystem::remove_all(dir);
+  std::error_code ignored;
+  std::filesystem::remove_all(dir, ignored);
 }
 
 }  // namespace tour
