@@ -49,10 +49,12 @@ struct TreeBuilder : JSONParserHandlerBase {
   // The first eight bytes of `key`, the first one highest, padded with zero
   // bytes.
   static std::uint64_t prefixOf(const std::string& key) noexcept {
-    unsigned char bytes[8] = {};
-    std::memcpy(bytes, key.data(), std::min<std::size_t>(key.size(), 8));
+    // Read in registers: bytes copied into a small array and read back as
+    // one word would stall on the store.
+    const auto* bytes = reinterpret_cast<const unsigned char*>(key.data());
+    const std::size_t size = std::min<std::size_t>(key.size(), 8);
     std::uint64_t prefix = 0;
-    for (const unsigned char byte : bytes) prefix = (prefix << 8) | byte;
+    for (std::size_t i = 0; i < size; ++i) prefix |= std::uint64_t{bytes[i]} << (56 - 8 * i);
     return prefix;
   }
 
@@ -185,10 +187,51 @@ struct TreeBuilder : JSONParserHandlerBase {
   bool on_comment(sv_t, ec_t&) { return true; }
 };
 
-void newline(std::size_t depth, std::string& out) {
-  out += '\n';
-  out.append(depth * 2, ' ');
-}
+// Text appended to a string through a cursor: the string is grown ahead in
+// large steps and trimmed to the written text by `finish` (or destruction),
+// so that each piece costs a bounds check and a copy.
+class TextOut {
+ public:
+  explicit TextOut(std::string& text) : text_(text), used_(text.size()) {}
+  TextOut(const TextOut&) = delete;
+  TextOut& operator=(const TextOut&) = delete;
+  ~TextOut() { text_.resize(used_); }
+
+  // Room for `count` bytes at the end of the written text.
+  char* room(std::size_t count) {
+    if (text_.size() - used_ < count) text_.resize(std::max(2 * text_.size(), used_ + count + 256));
+    return text_.data() + used_;
+  }
+  void advanceTo(const char* end) { used_ = static_cast<std::size_t>(end - text_.data()); }
+  void put(char c) {
+    *room(1) = c;
+    ++used_;
+  }
+  template <std::size_t N>
+  void put(const char (&literal)[N]) {
+    std::memcpy(room(N - 1), literal, N - 1);
+    used_ += N - 1;
+  }
+  void newline(std::size_t depth) {
+    char* at = room(1 + 2 * depth);
+    *at = '\n';
+    std::memset(at + 1, ' ', 2 * depth);
+    used_ += 1 + 2 * depth;
+  }
+  void string(std::string_view text, const JSONWritingOptions& options) {
+    // Long texts are measured first rather than given six times their size.
+    const std::size_t bound = text.size() <= 4096 ? maxJSONStringSize(text.size())
+                                                  : jsonStringSize(text, options);
+    advanceTo(writeJSONString(text, options, room(bound)));
+  }
+  void number(double value) { advanceTo(writeJSONNumber(value, room(kMaxJSONNumberSize))); }
+  std::size_t size() const noexcept { return used_; }
+  void truncate(std::size_t size) noexcept { used_ = size; }
+
+ private:
+  std::string& text_;
+  std::size_t used_;
+};
 
 // Writes the tree as JSONWriter writes the tree the encoder makes of it:
 // members in key order (the order the encoder adds them in, which is also
@@ -196,55 +239,64 @@ void newline(std::size_t depth, std::string& out) {
 // part, for a tree only the general path reports on: a number that is not
 // finite, nesting past kMaxCodingDepth.
 bool writeTree(const TypedJSON& node, const JSONWritingOptions& options, std::size_t depth,
-               std::string& out) {
+               TextOut& out) {
   if (const TypedJSONValue* leaf = node.leaf()) {
     switch (leaf->kind()) {
       case TypedJSONValue::Kind::string:
-        appendJSONString(*leaf->stringValue(), options, out);
+        out.string(*leaf->stringValue(), options);
         return true;
       case TypedJSONValue::Kind::number: {
         const double number = *leaf->numberValue();
         if (!std::isfinite(number)) return false;
-        appendJSONNumber(number, out);
+        out.number(number);
         return true;
       }
       case TypedJSONValue::Kind::boolean:
-        out += *leaf->boolValue() ? "true" : "false";
+        if (*leaf->boolValue()) {
+          out.put("true");
+        } else {
+          out.put("false");
+        }
         return true;
     }
   }
   if (node.isNull()) {
-    out += "null";
+    out.put("null");
     return true;
   }
   if (depth >= kMaxCodingDepth) return false;
   const bool pretty = options.prettyPrinted;
   if (const TypedJSON::Members* members = node.members()) {
-    out += '{';
+    out.put('{');
     bool first = true;
     for (const auto& [key, value] : *members) {
-      if (!first) out += ',';
+      if (!first) out.put(',');
       first = false;
-      if (pretty) newline(depth + 1, out);
-      appendJSONString(key, options, out);
-      out += pretty ? " : " : ":";
+      if (pretty) {
+        out.newline(depth + 1);
+        out.string(key, options);
+        out.put(" : ");
+      } else {
+        out.string(key, options);
+        out.put(':');
+      }
       if (!writeTree(value, options, depth + 1, out)) return false;
     }
-    if (pretty && !members->empty()) newline(depth, out);
-    out += '}';
+    if (pretty && !members->empty()) out.newline(depth);
+    out.put('}');
     return true;
   }
   const TypedJSON::Elements& elements = *node.elements();
-  out += '[';
+  out.put('[');
   bool first = true;
   for (const TypedJSON& element : elements) {
-    if (!first) out += ',';
+    if (!first) out.put(',');
     first = false;
-    if (pretty) newline(depth + 1, out);
+    if (pretty) out.newline(depth + 1);
     if (!writeTree(element, options, depth + 1, out)) return false;
   }
-  if (pretty && !elements.empty()) newline(depth, out);
-  out += ']';
+  if (pretty && !elements.empty()) out.newline(depth);
+  out.put(']');
   return true;
 }
 
@@ -271,14 +323,17 @@ void encodeTypedJSONText(const TypedJSON& tree, const JSONWritingOptions& option
                          std::string& out) {
   const std::size_t start = out.size();
   bool written = false;
-  try {
-    written = writeTree(tree, options, 0, out);
-  } catch (const EncodingError&) {
-    // Text that is not UTF-8: reported by the general path below, which
-    // first reports what the encoder finds anywhere in the tree.
+  {
+    TextOut sink(out);
+    try {
+      written = writeTree(tree, options, 0, sink);
+    } catch (const EncodingError&) {
+      // Text that is not UTF-8: reported by the general path below, which
+      // first reports what the encoder finds anywhere in the tree.
+    }
+    if (!written) sink.truncate(start);
   }
   if (written) return;
-  out.resize(start);
   unsigned char buffer[4096];
   boost::json::monotonic_resource arena(buffer, sizeof buffer);
   JSONEncoder encoder;

@@ -226,7 +226,10 @@ TEST(TypedJSON, TheDirectTextPathsMatchTheGeneralPath) {
   const TypedJSON trees[] = {
       parseTyped(R"({"b":{"y":[1,"a/b",{}],"x":null},"a":[],"c":"\u00e9"})"),
       TypedJSON::object({{"z", std::string("\xFF")}, {"a", std::nan("")}}),  // NaN reported first
-      TypedJSON::object({{"\xC3", 1}}), deep, TypedJSON::array({deep})};
+      TypedJSON::object({{"\xC3", 1}}), deep, TypedJSON::array({deep}),
+      // Texts past the length whose escaped size is measured rather than bounded.
+      TypedJSON::array({std::string(5000, '/') + "\xC3\xA9\n", true, false}),
+      TypedJSON::array({std::string(5000, 'a') + "\xFF"})};
   for (const TypedJSON& tree : trees) {
     for (const bool pretty : {false, true}) {
       JSONEncoder encoder;

@@ -199,17 +199,12 @@ class TypedJSONContainer {
   // For an object, stores `value` under `key`, or removes the member when
   // `value` is absent. Any other case ignores the write and stays as it is.
   void set(std::string_view key, std::optional<TypedJSONContainer> value) {
-    ObjectBox* box = std::get_if<0>(&payload_);
-    if (!box) return;
     if (!value) {
-      const Members& shared = box->read();
-      auto at = find(shared, key);
-      if (at == shared.end()) return;
-      const auto index = at - shared.begin();
-      Members& own = box->write();
-      own.erase(own.begin() + index);
+      removeMember(key);
       return;
     }
+    ObjectBox* box = std::get_if<0>(&payload_);
+    if (!box) return;
     Members& own = box->write();
     auto at = std::lower_bound(own.begin(), own.end(), key, KeyLess());
     if (at != own.end() && at->first == key) {
@@ -228,7 +223,7 @@ class TypedJSONContainer {
   TypedJSONContainer renaming(std::string_view from, std::string_view to) && {
     if (const TypedJSONContainer* m = member(from)) {
       TypedJSONContainer moved = *m;
-      set(from, std::nullopt);
+      removeMember(from);
       set(to, std::move(moved));
     }
     return std::move(*this);
@@ -331,6 +326,19 @@ class TypedJSONContainer {
   };
 
   explicit TypedJSONContainer(ObjectBox box) : payload_(std::in_place_index<0>, std::move(box)) {}
+
+  // For an object holding a member under `key`: removes it (copying shared
+  // storage first). Anything else stays as it is.
+  void removeMember(std::string_view key) {
+    ObjectBox* box = std::get_if<0>(&payload_);
+    if (!box) return;
+    const Members& shared = box->read();
+    auto at = find(shared, key);
+    if (at == shared.end()) return;
+    const auto index = at - shared.begin();
+    Members& own = box->write();
+    own.erase(own.begin() + index);
+  }
   explicit TypedJSONContainer(ArrayBox box) : payload_(std::in_place_index<1>, std::move(box)) {}
 
   // How deep comparison and hashing recurse; deeper levels are walked from
