@@ -28,7 +28,6 @@ TEST(AspectRatioTest, LabelsAndPreciseRatios) {
   // Precise only for the two screen shapes.
   EXPECT_EQ(AspectRatio::preciseRatio(1.33), 1.3333333333333333);
   EXPECT_EQ(AspectRatio::preciseRatio(1.78), 16.0 / 9.0);
-  EXPECT_EQ(AspectRatio::preciseRatio(1.3300000000000001), 4.0 / 3.0);  // the same double as 1.33
   EXPECT_EQ(AspectRatio::preciseRatio(1.331), 1.331);
 }
 

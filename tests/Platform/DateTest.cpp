@@ -15,7 +15,6 @@ TEST(Date, BothEpochsArithmeticAndOrder) {
   EXPECT_EQ(Date().timeIntervalSince1970(), 978307200.0);
   Date d = Date::fromTimeIntervalSince1970(1700000000.5);
   EXPECT_EQ(d.timeIntervalSinceReferenceDate(), 1700000000.5 - 978307200.0);
-  EXPECT_EQ(Date::fromTimeIntervalSince1970(0).timeIntervalSinceReferenceDate(), -978307200.0);
   Date a(100.0);
   Date b = a + 2.5;
   EXPECT_EQ(b.timeIntervalSinceReferenceDate(), 102.5);
@@ -48,9 +47,7 @@ TEST(ISO8601, Formats) {
     EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970)), plain);
     EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970), true), fractional);
   }
-}
-
-TEST(ISO8601, FormatsDatesWithAFourDigitYearOnly) {
+  // Only dates with a four-digit year have a text.
   for (double since1970 :
        {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, 253402300800.0, -62167219201.0}) {
     EXPECT_EQ(iso8601::format(Date::fromTimeIntervalSince1970(since1970)), "") << since1970;

@@ -72,17 +72,15 @@ TEST(MediaTimeTest, ArithmeticOnNumbersIsExactAtTheCommonTimescale) {
 
 TEST(MediaTimeTest, ArithmeticWithSpecialTimes) {
   const MediaTime one(1, 1);
+  // lhs, rhs, sum, difference
+  // clang-format off
   const MediaTime cases[][4] = {
-      // lhs, rhs, sum, difference
-      {kInvalid, one, kInvalid, kInvalid},
-      {kInvalid, kIndefinite, kInvalid, kInvalid},
+      {kInvalid, one, kInvalid, kInvalid}, {kInvalid, kIndefinite, kInvalid, kInvalid},
       {kIndefinite, one, kIndefinite, kIndefinite},
       {kPlusInf, kIndefinite, kIndefinite, kIndefinite},
-      {one, kPlusInf, kPlusInf, kMinusInf},
-      {kPlusInf, kPlusInf, kPlusInf, kInvalid},
-      {kPlusInf, kMinusInf, kInvalid, kPlusInf},
-      {kMinusInf, kMinusInf, kMinusInf, kInvalid},
-  };
+      {one, kPlusInf, kPlusInf, kMinusInf}, {kPlusInf, kPlusInf, kPlusInf, kInvalid},
+      {kPlusInf, kMinusInf, kInvalid, kPlusInf}, {kMinusInf, kMinusInf, kMinusInf, kInvalid}};
+  // clang-format on
   for (const auto& [lhs, rhs, sum, difference] : cases) {
     EXPECT_EQ(lhs + rhs, sum) << lhs.seconds() << " " << rhs.seconds();
     EXPECT_EQ(lhs - rhs, difference) << lhs.seconds() << " " << rhs.seconds();

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <limits>
 #include <set>
+#include <tuple>
 #include <unordered_set>
 #include <utility>
 
@@ -20,14 +21,9 @@ namespace zorlan {
 namespace {
 
 TEST(URL, Components) {
-  struct Case {
-    const char* text;
-    std::optional<std::string> scheme;
-    std::optional<std::string> host;
-    std::string path;
-    bool isFile;
-  };
-  const Case cases[] = {
+  using Text = std::optional<std::string>;
+  // text, scheme, host, path, is a file URL
+  const std::tuple<const char*, Text, Text, std::string, bool> cases[] = {
       {"https://example.com/a/b?x=1#top", "https", "example.com", "/a/b", false},
       {"https://example.com/", "https", "example.com", "/", false},
       {"https://example.com/dir/", "https", "example.com", "/dir", false},
@@ -40,14 +36,15 @@ TEST(URL, Components) {
       {"mailto:someone@example.com", "mailto", std::nullopt, "someone@example.com", false},
       {"relative/path", std::nullopt, std::nullopt, "relative/path", false},
   };
-  for (const Case& c : cases) {
-    std::optional<URL> url = URL::fromString(c.text);
-    ASSERT_TRUE(url) << c.text;
-    EXPECT_EQ(url->absoluteString(), c.text);
-    EXPECT_EQ(url->scheme(), c.scheme) << c.text;
-    EXPECT_EQ(url->host(), c.host) << c.text;
-    EXPECT_EQ(url->path(), c.path) << c.text;
-    EXPECT_EQ(url->isFileURL(), c.isFile) << c.text;
+  for (const auto& [text, scheme, host, path, isFile] : cases) {
+    SCOPED_TRACE(text);
+    std::optional<URL> url = URL::fromString(text);
+    ASSERT_TRUE(url);
+    EXPECT_EQ(url->absoluteString(), text);
+    EXPECT_EQ(url->scheme(), scheme);
+    EXPECT_EQ(url->host(), host);
+    EXPECT_EQ(url->path(), path);
+    EXPECT_EQ(url->isFileURL(), isFile);
   }
   URL full = *URL::fromString("https://h:8443/p?q=a%20b&r#frag");
   EXPECT_EQ(full.port(), 8443);
@@ -94,43 +91,32 @@ TEST(URL, EqualityOrderAndHashFollowTheText) {
 TEST(URL, QueryValues) {
   constexpr auto none = std::nullopt;
   const double inf = std::numeric_limits<double>::infinity();
-  struct Case {
-    const char* query;
-    std::optional<std::string> text;
-    std::optional<std::int64_t> integer;
-    std::optional<double> real;
-    std::optional<bool> boolean;
-  };
-  const Case cases[] = {
-      {"v=1&v=2", "1", 1, 1.0, none},
-      {"v", none, none, none, none},
-      {"v=", "", none, none, none},
-      {"v=+7", "+7", 7, 7.0, none},
-      {"v=%2B7", "+7", 7, 7.0, none},
+  // query, then the value read as text, integer, real and Boolean
+  // clang-format off
+  const std::tuple<const char*, std::optional<std::string>, std::optional<std::int64_t>,
+                   std::optional<double>, std::optional<bool>> cases[] = {
+      {"v=1&v=2", "1", 1, 1.0, none}, {"v", none, none, none, none}, {"v=", "", none, none, none},
+      {"v=+7", "+7", 7, 7.0, none}, {"v=%2B7", "+7", 7, 7.0, none},
       {"v=9223372036854775807", "9223372036854775807", INT64_MAX, 0x1p63, none},
       {"v=-9223372036854775808", "-9223372036854775808", INT64_MIN, -0x1p63, none},
       {"v=9223372036854775808", "9223372036854775808", none, 0x1p63, none},
       {"v=99999999999999999999", "99999999999999999999", none, 1e20, none},
-      {"v=%2042", " 42", none, none, none},
-      {"v=4.2", "4.2", none, 4.2, none},
-      {"v=1.5e3", "1.5e3", none, 1500.0, none},
-      {"v=0x1p3", "0x1p3", none, 8.0, none},
-      {"v=1e999", "1e999", none, inf, none},
-      {"v=1,5", "1,5", none, none, none},
-      {"v=+-1", "+-1", none, none, none},
-      {"v=true", "true", none, none, true},
-      {"v=false", "false", none, none, false},
-      {"v=TRUE", "TRUE", none, none, none},
+      {"v=%2042", " 42", none, none, none}, {"v=4.2", "4.2", none, 4.2, none},
+      {"v=1.5e3", "1.5e3", none, 1500.0, none}, {"v=0x1p3", "0x1p3", none, 8.0, none},
+      {"v=1e999", "1e999", none, inf, none}, {"v=1,5", "1,5", none, none, none},
+      {"v=+-1", "+-1", none, none, none}, {"v=true", "true", none, none, true},
+      {"v=false", "false", none, none, false}, {"v=TRUE", "TRUE", none, none, none},
       {"v=a%20b+c%26d=e", "a b+c&d=e", none, none, none},
-      {"V=1&vv=2&v%3D=3&%76=4", "4", 4, 4.0, none},
-      {"w=1", none, none, none, none},
+      {"V=1&vv=2&v%3D=3&%76=4", "4", 4, 4.0, none}, {"w=1", none, none, none, none}
   };
-  for (const Case& c : cases) {
-    URL url = *URL::fromString(std::string("https://h/p?") + c.query + "#v=9");
-    EXPECT_EQ(url.queryValue("v"), c.text) << c.query;
-    EXPECT_EQ(url.queryValue<std::int64_t>("v"), c.integer) << c.query;
-    EXPECT_EQ(url.queryValue<double>("v"), c.real) << c.query;
-    EXPECT_EQ(url.queryValue<bool>("v"), c.boolean) << c.query;
+  // clang-format on
+  for (const auto& [query, text, integer, real, boolean] : cases) {
+    SCOPED_TRACE(query);
+    URL url = *URL::fromString(std::string("https://h/p?") + query + "#v=9");
+    EXPECT_EQ(url.queryValue("v"), text);
+    EXPECT_EQ(url.queryValue<std::int64_t>("v"), integer);
+    EXPECT_EQ(url.queryValue<double>("v"), real);
+    EXPECT_EQ(url.queryValue<bool>("v"), boolean);
   }
   // strtod stops at a NUL byte short of the value's end.
   EXPECT_FALSE(URL::fromString("https://h/?v=1%005")->queryValue<double>("v"));
