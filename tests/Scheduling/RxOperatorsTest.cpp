@@ -101,6 +101,7 @@ TEST(RxOperatorsTest, IgnoreUntilResultAndFromCallbacks) {
   allowed.accept(false);  // once allowed, stays allowed
   source.onNext(3);
   EXPECT_EQ(seen->elements, (Ints{2, 3}));
+  seen->subscription.dispose();  // a live subscription keeps the subject and operator in a cycle
 
   // result() turns the error into a failure value.
   auto results = elements(result(oneThenError()));
