@@ -12,13 +12,6 @@
 namespace zorlan {
 namespace {
 
-// Waits until everything submitted to `queue` so far has run.
-void flush(const DispatchQueue& queue) {
-  std::promise<void> done;
-  queue.async([&] { done.set_value(); });
-  done.get_future().wait();
-}
-
 // Holds `queue` busy, its drain under way on a pool thread, until the returned promise is set.
 std::promise<void> hold(const DispatchQueue& queue) {
   std::promise<void> gate;
@@ -51,7 +44,7 @@ TEST(DispatchQueueTest, SyncWaitsForEarlierWorkThenRunsOnTheCallingThread) {
   EXPECT_TRUE(onCaller);
 }
 
-TEST(DispatchQueueTest, SyncReturnsValuesAndRethrows) {
+TEST(DispatchQueueTest, SyncReturnsValuesAndRethrowsAndQueuesTargetTheirQoS) {
   DispatchQueue queue("com.zorlan.test.values");
   EXPECT_EQ(queue.sync([] { return std::string("value"); }), "value");
   EXPECT_THROW(queue.sync([]() -> int { throw std::runtime_error("boom"); }), std::runtime_error);
@@ -64,7 +57,12 @@ TEST(DispatchQueueTest, SyncReturnsValuesAndRethrows) {
   DispatchQueue child("com.zorlan.test.values-child", DispatchQoS::unspecified, queue);
   EXPECT_THROW(child.sync([] { throw std::out_of_range("child"); }), std::out_of_range);
   EXPECT_EQ(child.sync([] { return 8; }), 8);
-  flush(queue);
+  // Queues target the global queue of their QoS unless given a target.
+  EXPECT_EQ(queue.target(), DispatchQueue::global(DispatchQoS::standard));
+  EXPECT_EQ(DispatchQueue("com.zorlan.test.qos", DispatchQoS::utility).target(),
+            DispatchQueue::global(DispatchQoS::utility));
+  EXPECT_EQ(DispatchQueue::global(DispatchQoS::unspecified), DispatchQueue::global());
+  EXPECT_FALSE(DispatchQueue::global().isSerial());
 }
 
 TEST(DispatchQueueTest, SpecificsAreFoundThroughTargetsForTheCurrentQueueOnly) {
@@ -95,15 +93,6 @@ TEST(DispatchQueueTest, SpecificsAreFoundThroughTargetsForTheCurrentQueueOnly) {
   EXPECT_EQ(child.sync([&] { return DispatchQueue::currentSpecific(key); }), "root");
 }
 
-TEST(DispatchQueueTest, DefaultTargetIsTheGlobalQueueOfTheQoS) {
-  DispatchQueue utility("com.zorlan.test.qos", DispatchQoS::utility);
-  EXPECT_EQ(utility.target(), DispatchQueue::global(DispatchQoS::utility));
-  DispatchQueue plain("com.zorlan.test.plain");
-  EXPECT_EQ(plain.target(), DispatchQueue::global(DispatchQoS::standard));
-  EXPECT_EQ(DispatchQueue::global(DispatchQoS::unspecified), DispatchQueue::global());
-  EXPECT_FALSE(DispatchQueue::global().isSerial());
-}
-
 TEST(DispatchQueueTest, CancelledWorkItemNeverRuns) {
   DispatchQueue queue("com.zorlan.test.cancel");
   std::promise<void> gate = hold(queue);
@@ -113,7 +102,7 @@ TEST(DispatchQueueTest, CancelledWorkItemNeverRuns) {
   queue.async(DispatchWorkItem([&] { ran.push_back("kept"); }));
   cancelled.cancel();
   gate.set_value();
-  flush(queue);
+  queue.sync([] {});
   EXPECT_EQ(ran, (std::vector<std::string>{"kept"}));
 }
 

@@ -25,11 +25,7 @@ struct SequenceCase {
 };
 
 TEST(OperatorTest, FiniteSequencesDeliverTheirElementsAndEnd) {
-  auto failing = Observable<int>::create([](const AnyObserver<int>& o) {
-    o.onNext(1);
-    o.onError(failure("boom"));
-    return Disposable();
-  });
+  auto failing = Observable<int>::error(failure("boom")).startWith(1);
   auto misbehaving = Observable<int>::create([](const AnyObserver<int>& o) {
     o.onNext(1);
     o.onCompleted();

@@ -11,11 +11,6 @@
 namespace zorlan::rx {
 namespace {
 
-// Waits until everything submitted to `queue` so far has run.
-void flush(const DispatchQueue& queue) {
-  queue.sync([] {});
-}
-
 TEST(SerialDispatchQueueSchedulerTest, ActionsRunInOrderOneAtATimeOnAQueueTargetingTheGivenOne) {
   DispatchSpecificKey<std::string> key;
   DispatchQueue target("com.zorlan.test.scheduler-target");
@@ -35,7 +30,7 @@ TEST(SerialDispatchQueueSchedulerTest, ActionsRunInOrderOneAtATimeOnAQueueTarget
       --inFlight;
     }));
   }
-  flush(scheduler.queue());
+  scheduler.queue().sync([] {});  // everything before has run
   ASSERT_EQ(order.size(), 2000u);
   EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
   EXPECT_EQ(maxInFlight, 1);
@@ -65,7 +60,7 @@ TEST(SerialDispatchQueueSchedulerTest, DisposingBeforeTheRunCancelsAfterItDispos
   cancelled.dispose();
   EXPECT_TRUE(cancelled.isDisposed());
   gate.set_value();
-  flush(scheduler.queue());
+  scheduler.queue().sync([] {});  // everything before has run
   EXPECT_FALSE(cancelledRan);
   EXPECT_FALSE(resultDisposed);
   kept.dispose();
