@@ -1,6 +1,5 @@
-// zorlan/Coding/Codable.hpp, StandardCodings.hpp, PlatformCodings.hpp, EnumCoding.hpp,
-// CodingStrategies.hpp, CodingTypeName.hpp: how values of each kind code through JSONEncoder
-// and JSONDecoder, with their strategies, and the errors they raise.
+// zorlan/Coding/Codable.hpp and the standard, platform, enum codings and strategies: values of
+// each kind through JSONEncoder and JSONDecoder, and the errors they raise.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -202,11 +201,9 @@ TEST(Codable, EncodingErrorsNameTheValueAndItsPath) {
     EXPECT_EQ(error.context().debugDescription, debugDescription);
     EXPECT_EQ(codingPathString(error.context().codingPath), "x");
   }
-  EXPECT_EQ(
-      raised<EncodingError>([] { JSONEncoder().encode(std::numeric_limits<float>::infinity()); })
-          .context()
-          .debugDescription,
-      "Unable to encode Float.infinity directly in JSON.");
+  const auto floatError = [] { JSONEncoder().encode(std::numeric_limits<float>::infinity()); };
+  EXPECT_EQ(raised<EncodingError>(floatError).context().debugDescription,
+            "Unable to encode Float.infinity directly in JSON.");
   // An enumerator without a raw value.
   const EncodingError noRawValue = raised<EncodingError>([] {
     JSONEncoder().encode(std::vector<Quality>{Quality::sd, static_cast<Quality>(9)});
@@ -330,14 +327,10 @@ TEST(CodableDeathTest, CustomStrategiesNeedAFunction) {
 // plain Boost.JSON number reading is off by one step for about a quarter of these).
 TEST(Codable, EveryWrittenDoubleReadsBackExactly) {
   std::mt19937_64 random(20261123);
-  std::vector<double> values = {-10444440017225866754152056603.0,
-                                5e-324,
-                                1.7976931348623157e308,
-                                0.1,
-                                2.2250738585072014e-308,
-                                -0.0,
-                                2.0 / 3.0,
-                                1.2345678901234568e20};
+  // clang-format off
+  std::vector<double> values = {-10444440017225866754152056603.0, 5e-324, 1.7976931348623157e308,
+      0.1, 2.2250738585072014e-308, -0.0, 2.0 / 3.0, 1.2345678901234568e20};
+  // clang-format on
   for (int i = 0; i < 3000; ++i) {
     const std::uint64_t bits = random();
     double d;

@@ -1,6 +1,5 @@
-// zorlan/Coding/Decoder.hpp, Encoder.hpp, CodingKey.hpp, CodingError.hpp: hand-written
-// codings through keyed, unkeyed and single-value containers, the paths their errors carry,
-// and how coding errors describe themselves and bridge to error domains and codes.
+// zorlan/Coding/Decoder.hpp, Encoder.hpp, CodingKey.hpp, CodingError.hpp: hand-written codings
+// through containers, the paths their errors carry, and how coding errors describe themselves.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -91,8 +90,7 @@ TEST(Containers, NestedErrorsCarryTheFullPath) {
       {decodeOutcome<Triple>, "[1,2]", "valueNotFound [2] Unkeyed container is at end."},
       // Elements keep their index in paths when nested under keys.
       {decodeOutcome<std::map<std::string, Triple>>, R"({"t":[1,true,3]})",
-       "typeMismatch [t.1] Expected to decode Int32 but found bool instead."},
-  };
+       "typeMismatch [t.1] Expected to decode Int32 but found bool instead."}};
   for (const auto& [decode, json, expected] : cases) {
     EXPECT_EQ(decode(json, JSONDecoder()), expected) << json;
   }
@@ -205,8 +203,7 @@ TEST(CodingError, BridgesToTheCocoaDomainWithItsCodes) {
       {DecodingError::typeMismatch("Int", {{}, "", nullptr}), 4864},
       {DecodingError::dataCorrupted({{}, "", cause}), 4864},
       {DecodingError::valueNotFound("Int", {{}, "", nullptr}), 4865},
-      {DecodingError::keyNotFound(CodingKey::named("k"), {{}, "", nullptr}), 4865},
-  };
+      {DecodingError::keyNotFound(CodingKey::named("k"), {{}, "", nullptr}), 4865}};
   for (const auto& [error, code] : cases) {
     const BridgedError& bridged = error;
     EXPECT_EQ(bridged.errorDomain(), "NSCocoaErrorDomain");

@@ -1,5 +1,4 @@
-// zorlan/Coding/JSONWriter.hpp: the text the library's JSON writer produces (number forms,
-// escapes, layout) and what it refuses to write.
+// zorlan/Coding/JSONWriter.hpp: the text the writer produces, and what it refuses to write.
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
@@ -56,8 +55,7 @@ TEST(JSONWriter, StringEscapes) {
       {"\n\r\t\b\f", R"("\n\r\t\b\f")", R"("\n\r\t\b\f")"},
       {std::string("\x00\x01\x1f", 3), R"("\u0000\u0001\u001f")", R"("\u0000\u0001\u001f")"},
       {"caf\xc3\xa9 \xf0\x9f\x98\x80", "\"caf\xc3\xa9 \xf0\x9f\x98\x80\"",
-       "\"caf\xc3\xa9 \xf0\x9f\x98\x80\""},
-  };
+       "\"caf\xc3\xa9 \xf0\x9f\x98\x80\""}};
   JSONWritingOptions keepSlashes;
   keepSlashes.withoutEscapingSlashes = true;
   // Plain text is skipped in words of eight bytes: every case also sits at every offset.
@@ -111,9 +109,8 @@ TEST(JSONWriter, PrettyPrintingAndSortedKeys) {
   EXPECT_EQ(writeJSON(boost::json::parse(R"({"\u00e9":1,"z":2,"aa":3,"a":4})"), sorted),
             "{\"a\":4,\"aa\":3,\"z\":2,\"\xc3\xa9\":1}");
   EXPECT_EQ(writeJSON(doc), R"({"b":[1,{"y":true,"x":null}],"a":{},"B":[]})");
-  // The encoder writes compact text with escaped slashes unless told otherwise.
+  // The encoder passes its formatting on (its compact default is checked with codables).
   const std::map<std::string, std::string> value{{"url", "https://a/b"}};
-  EXPECT_EQ(JSONEncoder().encodeToString(value), R"({"url":"https:\/\/a\/b"})");
   JSONEncoder encoder;
   encoder.outputFormatting.prettyPrinted = true;
   encoder.outputFormatting.withoutEscapingSlashes = true;
@@ -123,9 +120,8 @@ TEST(JSONWriter, PrettyPrintingAndSortedKeys) {
 TEST(JSONWriter, RefusesTreesTheDecoderCouldNotReadBack) {
   boost::json::value tree = boost::json::array();
   boost::json::value* innermost = &tree;
-  for (std::size_t i = 1; i < kMaxCodingDepth; ++i) {
+  for (std::size_t i = 1; i < kMaxCodingDepth; ++i)
     innermost = &innermost->get_array().emplace_back(boost::json::array());
-  }
   EXPECT_NO_THROW(writeJSON(tree));
   innermost->get_array().emplace_back(boost::json::array());
   EXPECT_THROW(writeJSON(tree), EncodingError);

@@ -1,5 +1,4 @@
-// zorlan/JSON/JSONSerialization.hpp: untyped JSON dictionaries, read, written and decoded
-// into typed values.
+// zorlan/JSON/JSONSerialization.hpp: untyped dictionaries, read, written and decoded.
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>

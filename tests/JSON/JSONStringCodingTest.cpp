@@ -1,6 +1,5 @@
-// zorlan/JSON/JSONStringCoding.hpp: JSON text in character encodings: the conversions, and
-// the string coders that read a value's JSON bytes as text in an encoding and write text in
-// an encoding as the JSON bytes to decode.
+// zorlan/JSON/JSONStringCoding.hpp: text in character encodings, and the string coders that
+// read a value's JSON bytes as text in an encoding and back.
 #include <gtest/gtest.h>
 
 #include <limits>

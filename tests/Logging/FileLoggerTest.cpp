@@ -1,5 +1,5 @@
-// zorlan/Logging/FileLogger.hpp: where a file logger puts its file and how it names it, what
-// it writes and in which order, and that a folder it cannot make never makes it fail.
+// zorlan/Logging/FileLogger.hpp: where its file goes and its name, what it writes in which
+// order, and that a folder it cannot make never makes it fail.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -19,22 +19,15 @@ using testing::ScopedEnv;
 
 constexpr double kJan31At235959 = 1706745599.0;  // 2024-01-31T23:59:59Z
 
-// A date source the test moves by hand; safe to read from the logger's queue, also after the
-// test's clock is gone (the end marker is encoded after the logger's destruction).
-class ManualClock {
- public:
-  explicit ManualClock(double since1970)
-      : seconds_(std::make_shared<std::atomic<double>>(since1970)) {}
-  void set(double since1970) { seconds_->store(since1970); }
-  FileLogger::DateSource source() const {
-    return [seconds = seconds_] { return Date::fromTimeIntervalSince1970(seconds->load()); };
-  }
-
- private:
-  std::shared_ptr<std::atomic<double>> seconds_;
-};
-
-// Waits until the queue has run everything submitted so far.
+// A clock the test moves by hand, read on the logger's queue; the date source shares it, as the
+// end marker is dated after the logger (and maybe the test's clock) is gone.
+using Clock = std::shared_ptr<std::atomic<double>>;
+FileLogger::DateSource dates(Clock clock) {
+  return [clock] { return Date::fromTimeIntervalSince1970(clock->load()); };
+}
+FileLogger::DateSource at(double since1970) {
+  return dates(std::make_shared<std::atomic<double>>(since1970));
+}
 void drain(const AsyncDispatcher& queue) {
   queue.sync([] {});
 }
@@ -64,13 +57,7 @@ class FileLoggerTest : public testing::ScratchFolderTest {
     cacheHome_.emplace("XDG_CACHE_HOME", (dir_ / "cache").c_str());
     tz_.emplace("TZ", "UTC");
   }
-  void TearDown() override {
-    tz_.reset();
-    cacheHome_.reset();
-    ScratchFolderTest::TearDown();
-  }
-
-  std::optional<ScopedEnv> cacheHome_, tz_;
+  std::optional<ScopedEnv> cacheHome_, tz_;  // restored after the folder is gone
 };
 
 TEST_F(FileLoggerTest, NamesTheFileAfterTheCreationSecondInLocalTime) {
@@ -86,7 +73,7 @@ TEST_F(FileLoggerTest, NamesTheFileAfterTheCreationSecondInLocalTime) {
     SCOPED_TRACE(expected);
     ScopedEnv tz("TZ", timeZone);
     FileLogger logger(std::string("Names-") + timeZone, FileLogger::LogLocation::appSandbox(),
-                      ManualClock(since1970).source());
+                      at(since1970));
     ASSERT_TRUE(logger.filePath().has_value());
     EXPECT_EQ(logger.filePath()->filename().string(), expected);
     EXPECT_TRUE(fs::is_regular_file(*logger.filePath()));
@@ -100,24 +87,22 @@ TEST_F(FileLoggerTest, FolderIsTheUserCacheDirectoryOrARegisteredGroupContainer)
       {"", "home/.cache"},
       {"relative/cache", "home/.cache"}};  // a relative XDG_CACHE_HOME is ignored
   ScopedEnv home("HOME", (dir_ / "home").c_str());
-  const ManualClock clock(kJan31At235959);
   for (const auto& [xdgCacheHome, expectedUnder] : cases) {
     SCOPED_TRACE(expectedUnder);
     std::string xdg = xdgCacheHome ? xdgCacheHome : "";
     if (!xdg.empty() && xdg[0] == '@') xdg = dir_.string() + xdg.substr(1);
     ScopedEnv env("XDG_CACHE_HOME", xdgCacheHome ? xdg.c_str() : nullptr);
-    FileLogger logger("App Logs", FileLogger::LogLocation::appSandbox(), clock.source());
+    FileLogger logger("App Logs", FileLogger::LogLocation::appSandbox(), at(kJan31At235959));
     EXPECT_EQ(logger.filePath(), dir_ / expectedUnder / "App Logs" / "20240131235959.log");
   }
   EXPECT_FALSE(fs::exists(fs::current_path() / "relative"));
 
   FileLogger::registerSharedDataContainer("group.com.zorlan.tests", dir_ / "group");
-  {
-    FileLogger logger("Widget",
-                      FileLogger::LogLocation::sharedDataContainer("group.com.zorlan.tests"),
-                      clock.source());
-    EXPECT_EQ(logger.filePath(), dir_ / "group/Library/Caches/Widget/20240131235959.log");
-  }
+  EXPECT_EQ(
+      FileLogger("Widget", FileLogger::LogLocation::sharedDataContainer("group.com.zorlan.tests"),
+                 at(kJan31At235959))
+          .filePath(),
+      dir_ / "group/Library/Caches/Widget/20240131235959.log");
   FileLogger::unregisterSharedDataContainer("group.com.zorlan.tests");
   EXPECT_EQ(FileLogger::sharedDataContainer("group.com.zorlan.tests"), std::nullopt);
 }
@@ -163,17 +148,17 @@ TEST_F(FileLoggerTest, AFolderItCannotHaveMakesItWriteNowhereWithoutFailing) {
 }
 
 TEST_F(FileLoggerTest, EventsHoldExactlyTheMessageAndTheMomentOfEncoding) {
-  ManualClock clock(kJan31At235959);
-  FileLogger logger("Events", FileLogger::LogLocation::appSandbox(), clock.source());
+  const Clock clock = std::make_shared<std::atomic<double>>(kJan31At235959);
+  FileLogger logger("Events", FileLogger::LogLocation::appSandbox(), dates(clock));
   ASSERT_TRUE(logger.filePath());
   {
     QueueGate gate(logger.serialQueue());
-    clock.set(1706745600.25);  // when `log` is called
+    clock->store(1706745600.25);  // when `log` is called
     logger.log("first \"quoted\" \u00e9");
-    clock.set(1706745612.5);  // when the queue gets to it
+    clock->store(1706745612.5);  // when the queue gets to it
   }
   drain(logger.serialQueue());
-  clock.set(1706745700.75);
+  clock->store(1706745700.75);
   logger.log("second");
   drain(logger.serialQueue());
   // Two compact objects joined by "," and a line feed, message first.

@@ -1,6 +1,5 @@
-// zorlan/Logging/LogFile.hpp, LogFileReader.hpp, LogFileError.hpp and the file storage under
-// them: the bytes a log file holds through bounds, failed writes and files changed behind its
-// back, and how a reader splits them into events.
+// zorlan/Logging/LogFile.hpp, LogFileReader.hpp and the storage under them: the bytes a log
+// file holds through bounds, failed writes and files changed behind its back, and reading them.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 

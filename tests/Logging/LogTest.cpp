@@ -1,5 +1,4 @@
-// zorlan/Logging/Log.hpp, LogLevel.hpp: the logging facade's categories, thresholds and
-// sinks, and what reaches its log file.
+// zorlan/Logging/Log.hpp, LogLevel.hpp: the facade's categories, thresholds, sinks and file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -94,12 +93,6 @@ TEST_F(LogTest, RunTimeLevelReportsTheFacadesLocationAndSkipsNoneAndTrace) {
   EXPECT_EQ(written[1].object.at("sender"), "Caller");
 }
 
-// The number of descriptors the process has open.
-std::size_t openDescriptors() {
-  return static_cast<std::size_t>(
-      std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrReleaseTheFile) {
   fs::path file = setUp(LogLevelConfig{LogLevel::error, LogLevel::error});
   Log::playback().info(Caller{}, "hidden");
@@ -111,7 +104,10 @@ TEST_F(LogTest, LiveConfigurationReachesEveryCategoryAndLaterSetupsKeepOrRelease
             (std::vector<std::string>{"\U0001F3AC shown", "\U0001F575\uFE0F still to the file"}));
   // Each setup with a file replaces the file logger; what it replaced, and
   // its open file, go once nothing uses them.
-  const std::size_t before = openDescriptors();
+  const auto openDescriptors = [] {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+  };
+  const auto before = openDescriptors();
   for (int i = 0; i < 100; ++i) {
     Log::setup(dir_ / ("app-" + std::to_string(i) + ".log"), asBehaviorReader(*relay_));
     Log::shared().error(Caller{}, "setup " + std::to_string(i));
