@@ -35,12 +35,14 @@ tsan: deps
 	  ctest -j$(JOBS) --no-tests=error -L concurrency --output-on-failure --timeout 300
 
 # Release build of the benchmarks; runs each and prints its ratio lines.
+# BENCH_ARGS go to every binary: with --benchmark_repetitions=N each ratio is
+# taken from the medians of the N runs of its two sides.
 bench: deps
 	cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DZORLAN_BUILD_TESTS=OFF \
 	  -DZORLAN_BUILD_BENCHMARKS=ON -DZORLAN_BUILD_EXAMPLES=OFF -DZORLAN_BUILD_TOOLS=OFF \
 	  $(CMAKE_COMMON) >/dev/null
 	cmake --build build/bench -j$(JOBS) --target benchmarks
-	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done
+	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b $(BENCH_ARGS) || exit 1; done
 
 # Clang 14 release build of the library, tests, tools and benchmarks: runs the
 # tests and every benchmark once with a tiny iteration count.

@@ -20,6 +20,15 @@ namespace zorlan {
 template class TypedJSONContainer<TypedJSONValue>;
 
 namespace detail {
+
+struct TypedJSONTreeBuilding {
+  // `members` are in strictly increasing key order (checked by normalize
+  // otherwise).
+  static TypedJSON sortedObject(TypedJSON::Members members) {
+    return TypedJSON(TypedJSON::ObjectBox(std::move(members)));
+  }
+};
+
 namespace {
 
 // Builds the tree from the parser's events, as decoding the parsed tree
@@ -107,7 +116,7 @@ struct TreeBuilder : JSONParserHandlerBase {
     }
     keys.erase(keys.begin() + static_cast<std::ptrdiff_t>(firstKey), keys.end());
     values.erase(values.begin() + static_cast<std::ptrdiff_t>(firstValue), values.end());
-    values.push_back(TypedJSON::object(std::move(members)));
+    values.push_back(TypedJSONTreeBuilding::sortedObject(std::move(members)));
     return true;
   }
   bool on_array_begin(ec_t&) { return true; }
@@ -192,45 +201,58 @@ struct TreeBuilder : JSONParserHandlerBase {
 // so that each piece costs a bounds check and a copy.
 class TextOut {
  public:
-  explicit TextOut(std::string& text) : text_(text), used_(text.size()) {}
+  explicit TextOut(std::string& text) : text_(text) {
+    const std::size_t used = text.size();
+    text_.resize(used + 256);
+    at_ = text_.data() + used;
+    limit_ = text_.data() + text_.size();
+  }
   TextOut(const TextOut&) = delete;
   TextOut& operator=(const TextOut&) = delete;
-  ~TextOut() { text_.resize(used_); }
+  ~TextOut() { text_.resize(size()); }
 
   // Room for `count` bytes at the end of the written text.
   char* room(std::size_t count) {
-    if (text_.size() - used_ < count) text_.resize(std::max(2 * text_.size(), used_ + count + 256));
-    return text_.data() + used_;
+    if (static_cast<std::size_t>(limit_ - at_) < count) [[unlikely]]
+      grow(count);
+    return at_;
   }
-  void advanceTo(const char* end) { used_ = static_cast<std::size_t>(end - text_.data()); }
   void put(char c) {
     *room(1) = c;
-    ++used_;
+    ++at_;
   }
   template <std::size_t N>
   void put(const char (&literal)[N]) {
     std::memcpy(room(N - 1), literal, N - 1);
-    used_ += N - 1;
+    at_ += N - 1;
   }
   void newline(std::size_t depth) {
     char* at = room(1 + 2 * depth);
     *at = '\n';
     std::memset(at + 1, ' ', 2 * depth);
-    used_ += 1 + 2 * depth;
+    at_ += 1 + 2 * depth;
   }
   void string(std::string_view text, const JSONWritingOptions& options) {
     // Long texts are measured first rather than given six times their size.
-    const std::size_t bound = text.size() <= 4096 ? maxJSONStringSize(text.size())
-                                                  : jsonStringSize(text, options);
-    advanceTo(writeJSONString(text, options, room(bound)));
+    const std::size_t bound =
+        text.size() <= 4096 ? maxJSONStringSize(text.size()) : jsonStringSize(text, options);
+    at_ = writeJSONString(text, options, room(bound));
   }
-  void number(double value) { advanceTo(writeJSONNumber(value, room(kMaxJSONNumberSize))); }
-  std::size_t size() const noexcept { return used_; }
-  void truncate(std::size_t size) noexcept { used_ = size; }
+  void number(double value) { at_ = writeJSONNumber(value, room(kMaxJSONNumberSize)); }
+  std::size_t size() const noexcept { return static_cast<std::size_t>(at_ - text_.data()); }
+  void truncate(std::size_t size) noexcept { at_ = text_.data() + size; }
 
  private:
+  [[gnu::noinline]] void grow(std::size_t count) {
+    const std::size_t used = size();
+    text_.resize(std::max(2 * text_.size(), used + count + 256));
+    at_ = text_.data() + used;
+    limit_ = text_.data() + text_.size();
+  }
+
   std::string& text_;
-  std::size_t used_;
+  char* at_;
+  char* limit_;
 };
 
 // Writes the tree as JSONWriter writes the tree the encoder makes of it:

@@ -35,6 +35,10 @@ namespace zorlan {
 
 namespace detail {
 
+// The text reader's way in: it builds objects whose members are already in
+// key order without repeats.
+struct TypedJSONTreeBuilding;
+
 // Whether the library's coders can write / read a T.
 template <class T>
 concept IsEncodable = requires(const T& value, Encoder& encoder) {
@@ -303,6 +307,8 @@ class TypedJSONContainer {
   void encode(Encoder& encoder) const requires detail::IsEncodable<T>;
 
  private:
+  friend struct detail::TypedJSONTreeBuilding;
+
   // Storage whose last holder goes is destroyed by destroyStorage.
   struct DestroyObject {
     template <class Node>
