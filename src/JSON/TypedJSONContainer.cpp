@@ -22,8 +22,9 @@ template class TypedJSONContainer<TypedJSONValue>;
 namespace detail {
 
 struct TypedJSONTreeBuilding {
-  // `members` are in strictly increasing key order (checked by normalize
-  // otherwise).
+  // An object of `members` taken as they are: unlike TypedJSON::object, which
+  // sorts them and drops repeated keys, this trusts the caller to give them
+  // in strictly increasing key order.
   static TypedJSON sortedObject(TypedJSON::Members members) {
     return TypedJSON(TypedJSON::ObjectBox(std::move(members)));
   }
@@ -197,8 +198,8 @@ struct TreeBuilder : JSONParserHandlerBase {
 };
 
 // Text appended to a string through a cursor: the string is grown ahead in
-// large steps and trimmed to the written text by `finish` (or destruction),
-// so that each piece costs a bounds check and a copy.
+// large steps and trimmed to the written text on destruction, so that each
+// piece costs a bounds check and a copy.
 class TextOut {
  public:
   explicit TextOut(std::string& text) : text_(text) {
@@ -233,10 +234,7 @@ class TextOut {
     at_ += 1 + 2 * depth;
   }
   void string(std::string_view text, const JSONWritingOptions& options) {
-    // Long texts are measured first rather than given six times their size.
-    const std::size_t bound =
-        text.size() <= 4096 ? maxJSONStringSize(text.size()) : jsonStringSize(text, options);
-    at_ = writeJSONString(text, options, room(bound));
+    at_ = writeJSONString(text, options, room(jsonStringRoom(text, options)));
   }
   void number(double value) { at_ = writeJSONNumber(value, room(kMaxJSONNumberSize)); }
   std::size_t size() const noexcept { return static_cast<std::size_t>(at_ - text_.data()); }
@@ -294,12 +292,11 @@ bool writeTree(const TypedJSON& node, const JSONWritingOptions& options, std::si
     for (const auto& [key, value] : *members) {
       if (!first) out.put(',');
       first = false;
+      if (pretty) out.newline(depth + 1);
+      out.string(key, options);
       if (pretty) {
-        out.newline(depth + 1);
-        out.string(key, options);
         out.put(" : ");
       } else {
-        out.string(key, options);
         out.put(':');
       }
       if (!writeTree(value, options, depth + 1, out)) return false;

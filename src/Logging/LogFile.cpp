@@ -435,7 +435,7 @@ class TextFields final : public LogEventFields {
   }
 
   ZORLAN_HOT void string(LogFieldName name, std::string_view value) override {
-    char* at = writeName(name, roomFor(value));
+    char* at = writeName(name, jsonStringRoom(value, {}));
     commit(writeJSONString(value, {}, at));
   }
   ZORLAN_HOT void number(LogFieldName name, double value) override {
@@ -447,7 +447,7 @@ class TextFields final : public LogEventFields {
   }
   void strings(LogFieldName name, const std::map<std::string, std::string>& value) override {
     std::size_t members = 2;
-    for (const auto& [k, v] : value) members += roomFor(k) + roomFor(v) + 2;
+    for (const auto& [k, v] : value) members += jsonStringRoom(k, {}) + jsonStringRoom(v, {}) + 2;
     char* at = writeName(name, members);
     *at++ = '{';
     bool first = true;
@@ -467,11 +467,6 @@ class TextFields final : public LogEventFields {
   }
 
  private:
-  // Room to write `text` as a JSON string: the bound for short texts, the
-  // exact size for long ones (the bound is six times the text).
-  static std::size_t roomFor(std::string_view text) {
-    return text.size() <= 4096 ? maxJSONStringSize(text.size()) : jsonStringSize(text, {});
-  }
   // Room for `count` more bytes.
   ZORLAN_HOT char* room(std::size_t count) {
     if (buffer_.size() < used_ + count) buffer_.resize(std::max(2 * buffer_.size(), used_ + count));

@@ -41,6 +41,11 @@ constexpr std::size_t maxJSONStringSize(std::size_t size) noexcept { return 6 * 
 // Exactly the number of bytes writeJSONString writes for `text` (for long
 // texts, where the bound above would reserve far too much). Throws as it does.
 std::size_t jsonStringSize(std::string_view text, const JSONWritingOptions& options);
+// Room enough for writeJSONString: the bound above for short texts, the exact
+// size for long ones. Throws as writeJSONString does (for long texts only).
+inline std::size_t jsonStringRoom(std::string_view text, const JSONWritingOptions& options) {
+  return text.size() <= 4096 ? maxJSONStringSize(text.size()) : jsonStringSize(text, options);
+}
 // Writes `number` as the writer does: integral values without a fraction,
 // others in shortest round-trip form, non-finite ones as null. `out` must
 // have room for kMaxJSONNumberSize bytes.

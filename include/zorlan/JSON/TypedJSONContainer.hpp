@@ -332,6 +332,7 @@ class TypedJSONContainer {
   };
 
   explicit TypedJSONContainer(ObjectBox box) : payload_(std::in_place_index<0>, std::move(box)) {}
+  explicit TypedJSONContainer(ArrayBox box) : payload_(std::in_place_index<1>, std::move(box)) {}
 
   // For an object holding a member under `key`: removes it (copying shared
   // storage first). Anything else stays as it is.
@@ -345,7 +346,6 @@ class TypedJSONContainer {
     Members& own = box->write();
     own.erase(own.begin() + index);
   }
-  explicit TypedJSONContainer(ArrayBox box) : payload_(std::in_place_index<1>, std::move(box)) {}
 
   // How deep comparison and hashing recurse; deeper levels are walked from
   // lists on the heap.
