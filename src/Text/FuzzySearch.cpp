@@ -1,6 +1,8 @@
 #include "zorlan/Text/FuzzySearch.hpp"
 
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
+#include <unicode/utf8.h>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -194,11 +196,14 @@ struct CodePointInfo {
     kIntricate,
   };
   Kind kind = kIntricate;
-  // Whether the form is more than one code point.
+  // Whether the form is more than one code point; whether it is known (the
+  // form of a joining code point may be too long to keep).
   bool longForm = false;
+  bool formKnown = true;
   std::uint8_t size = 0;
   char form[13] = {};
   std::string_view formView() const noexcept { return {form, size}; }
+  bool joins() const noexcept { return kind == kExtends || kind == kSpacing || kind == kJoiner; }
 };
 
 // The code points in blocks of 256, each block made on first use and kept.
@@ -229,22 +234,28 @@ CodePointInfo describeCodePoint(UChar32 c) {
       kind = CodePointInfo::kRegional;
       break;
     case U_GCB_EXTEND:
-      info.kind = CodePointInfo::kExtends;
-      return info;
+      kind = CodePointInfo::kExtends;
+      break;
     case U_GCB_SPACING_MARK:
-      info.kind = CodePointInfo::kSpacing;
-      return info;
+      kind = CodePointInfo::kSpacing;
+      break;
     case U_GCB_ZWJ:
-      info.kind = CodePointInfo::kJoiner;
-      return info;
+      kind = CodePointInfo::kJoiner;
+      break;
     default:
       return info;
   }
+  info.kind = kind;
   std::string utf8;
   unicode::appendUTF8(utf8, static_cast<char32_t>(c));
   const std::string form = fold(utf8);
-  if (form.size() > sizeof info.form) return info;
-  info.kind = kind;
+  if (form.size() > sizeof info.form) {
+    // A joining code point keeps its kind (its form is then unknown); any
+    // other is left to the general segmentation.
+    if (!info.joins()) info.kind = CodePointInfo::kIntricate;
+    info.formKnown = false;
+    return info;
+  }
   info.size = static_cast<std::uint8_t>(form.size());
   std::memcpy(info.form, form.data(), form.size());
   info.longForm = codePointCount(form) > 1;
@@ -561,6 +572,17 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
   firstBeyondAscii_ = !characters_.empty() &&
                       std::any_of(characters_[0].begin(), characters_[0].end(),
                                   [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  if (!characters_.empty() && codePointCount(characters_[0]) == 1 && firstBeyondAscii_) {
+    // Inert for composition (never joins a neighbour) and for decomposition
+    // (no composite, so no sequence composes to it).
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
+    const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
+    UChar32 c;
+    std::int32_t at = 0;
+    U8_NEXT(characters_[0].data(), at, static_cast<std::int32_t>(characters_[0].size()), c);
+    firstInert_ = U_SUCCESS(status) && c >= 0 && nfc->isInert(c) && nfd->isInert(c);
+  }
   firstHasSigma_ = !characters_.empty() && (characters_[0].find("\xcf\x83") != std::string::npos ||
                                             characters_[0].find("\xcf\x82") != std::string::npos);
   repeats_ = 0;
@@ -716,10 +738,17 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
         break;
       }
       const CodePointInfo& info = codePointInfo(codePoint);
-      maybe = (info.kind != CodePointInfo::kAlone && info.kind != CodePointInfo::kPictograph &&
-               info.kind != CodePointInfo::kRegional) ||
-              (info.longForm ? info.formView().find(first) != std::string_view::npos
-                             : sameBytes(info.formView(), first));
+      // A code point that joins its neighbour makes a character whose form
+      // may hold the first term character though no code point's own form
+      // does (e + U+0301 is é), unless that character is inert: then the
+      // candidate lower-cased holds it exactly when some code point's form
+      // does.
+      const bool looked = info.kind == CodePointInfo::kAlone ||
+                          info.kind == CodePointInfo::kPictograph ||
+                          info.kind == CodePointInfo::kRegional ||
+                          (firstInert_ && info.joins() && info.formKnown);
+      maybe = !looked || (info.longForm ? info.formView().find(first) != std::string_view::npos
+                                        : sameBytes(info.formView(), first));
       i += length;
     }
     if (!maybe) {
@@ -1055,56 +1084,48 @@ std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch
 
 namespace detail {
 
-void sortByScoreDescending(std::vector<std::pair<std::size_t, float>>& pairs) {
-  const auto byScore = [](const auto& lhs, const auto& rhs) { return lhs.second > rhs.second; };
-  for (const auto& pair : pairs) {
-    if (std::isnan(pair.second)) {
-      // NaN compares false both ways, which is no ordering: only the very same
-      // merge sort gives the same order.
-      std::stable_sort(pairs.begin(), pairs.end(), byScore);
-      return;
-    }
-  }
-  if (pairs.size() < 64 || pairs.size() > std::numeric_limits<std::uint32_t>::max()) {
-    std::stable_sort(pairs.begin(), pairs.end(), byScore);
+void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>& spare) {
+  const auto byScore = [](const FuzzyKept& lhs, const FuzzyKept& rhs) {
+    return lhs.score > rhs.score;
+  };
+  const std::size_t n = kept.size();
+  if (n < 64 || std::any_of(kept.begin(), kept.end(),
+                            [](const FuzzyKept& entry) { return std::isnan(entry.score); })) {
+    // NaN compares false both ways, which is no ordering: only the very same
+    // merge sort gives the same order.
+    std::stable_sort(kept.begin(), kept.end(), byScore);
     return;
   }
-  // Without NaN the stable order is unique; a radix sort finds it in four
-  // passes over keys that order like the scores, highest first (0 and -0
-  // compare equal, so both get the key of 0).
-  struct Keyed {
-    std::uint32_t key;
-    std::uint32_t position;
-  };
-  const std::size_t n = pairs.size();
-  std::vector<Keyed> keyed(n), spare(n);
-  for (std::size_t i = 0; i < n; ++i) {
-    const float score = pairs[i].second == 0.0f ? 0.0f : pairs[i].second;
+  // Without NaN the stable order is unique; a radix sort finds it in at most
+  // four passes over keys that order like the scores, highest first (0 and
+  // -0 compare equal, so both get the key of 0).
+  const auto keyOf = [](float score) noexcept {
     std::uint32_t bits;
     std::memcpy(&bits, &score, sizeof bits);
+    bits = bits == 0x80000000u ? 0u : bits;
     const std::uint32_t ascending = (bits & 0x80000000u) ? ~bits : (bits | 0x80000000u);
-    keyed[i] = Keyed{~ascending, static_cast<std::uint32_t>(i)};
-  }
+    return ~ascending;
+  };
   std::array<std::array<std::uint32_t, 256>, 4> counts{};
-  for (const Keyed& k : keyed) {
-    for (int digit = 0; digit < 4; ++digit) ++counts[digit][(k.key >> (8 * digit)) & 0xFFu];
+  for (const FuzzyKept& entry : kept) {
+    const std::uint32_t key = keyOf(entry.score);
+    for (int digit = 0; digit < 4; ++digit) ++counts[digit][(key >> (8 * digit)) & 0xFFu];
   }
+  spare.resize(n);
   for (int digit = 0; digit < 4; ++digit) {
     auto& count = counts[digit];
-    if (count[(keyed[0].key >> (8 * digit)) & 0xFFu] == n) continue;  // one value: no move
+    if (count[(keyOf(kept[0].score) >> (8 * digit)) & 0xFFu] == n) continue;  // one value
     std::uint32_t offset = 0;
     for (auto& c : count) {
       const std::uint32_t here = c;
       c = offset;
       offset += here;
     }
-    for (const Keyed& k : keyed) spare[count[(k.key >> (8 * digit)) & 0xFFu]++] = k;
-    keyed.swap(spare);
+    for (const FuzzyKept& entry : kept) {
+      spare[count[(keyOf(entry.score) >> (8 * digit)) & 0xFFu]++] = entry;
+    }
+    kept.swap(spare);
   }
-  std::vector<std::pair<std::size_t, float>> sorted;
-  sorted.reserve(n);
-  for (const Keyed& k : keyed) sorted.push_back(pairs[k.position]);
-  pairs.swap(sorted);
 }
 
 }  // namespace detail

@@ -169,6 +169,26 @@ TEST(FuzzyMatchScoreTest, LongAndNonAsciiTermsScoreAsThePlainAlgorithm) {
   }
 }
 
+// A first term character that normalization never makes, changes or joins (an ideograph, a
+// Cyrillic letter without composites) is looked for code point by code point, joining marks
+// included; one that composes (é, и) is not. Marks after it, a compatibility ideograph that
+// normalizes to it, a joiner before it: the same scores as the plain algorithm.
+TEST(FuzzyMatchScoreTest, FirstCharactersSeenThroughJoiningMarks) {
+  const std::string kEast = "\xe6\x9d\xb1", kCapital = "\xe4\xba\xac";  // 東 京
+  const std::string kAcute = "\xcc\x81", kBreve = "\xcc\x86", kJoiner = "\xe2\x80\x8d";
+  const std::string kM = "\xd0\xbc", kI = "\xd0\xb8";                      // м и
+  const std::string kCompat = "\xef\xa4\x80", kUnified = "\xe8\xb1\x88";  // U+F900, U+8C48
+  for (const std::string& term : {kEast + kCapital, kEast, kM + kI, kI + kM, kUnified + "a",
+                                  std::string("\xc3\xa9") + "t"}) {
+    for (const std::string& candidate :
+         {kEast + kAcute + kCapital, "a" + kAcute + " " + kEast + kCapital, kCompat + "a",
+          "x" + kJoiner + kEast, kM + kBreve + kI + kM, kI + kBreve + kM, "e" + kAcute + "t",
+          "E" + kAcute + kAcute + "t", kAcute + kEast, "plain ascii " + kAcute}) {
+      expectPlainScore(candidate, term);
+    }
+  }
+}
+
 struct Item {
   std::string name;
   std::optional<std::string> title;
@@ -217,6 +237,13 @@ TEST(FuzzySearchTest, FiltersForcesAndOrdersByScore) {
 TEST(FuzzySearchTest, AgreesWithThePlainSearch) {
   const auto title = [](const Item& item) { return item.title; };
   const auto forced = [](const Item& item) { return item.forced; };
+  const auto titleView = [](const Item& item) -> std::optional<std::string_view> {
+    if (!item.title) return std::nullopt;
+    return std::string_view(*item.title);
+  };
+  const auto titleReference = [](const Item& item) -> const std::optional<std::string>& {
+    return item.title;
+  };
   const struct {
     unsigned seed;
     int rounds, items, length;
@@ -234,12 +261,50 @@ TEST(FuzzySearchTest, AgreesWithThePlainSearch) {
         items.push_back(item);
       }
       for (const auto& term : size.terms) {
-        ASSERT_EQ(namesOf(fuzzySearch(items, term, title, forced)),
-                  namesOf(literal::fuzzySearch(items, term, title, forced)))
+        const Names expected = namesOf(literal::fuzzySearch(items, term, title, forced));
+        ASSERT_EQ(namesOf(fuzzySearch(items, term, title, forced)), expected)
             << "round " << round << ", term " << term;
+        // Texts given as views or references are scored a few elements after they are asked
+        // for: the same result.
+        ASSERT_EQ(namesOf(fuzzySearch(items, term, titleView, forced)), expected);
+        ASSERT_EQ(namesOf(fuzzySearch(items, term, titleReference, forced)), expected);
       }
     }
   }
+}
+
+// The accessors are asked once per element, in element order, the text before the override,
+// whatever kind of text they give.
+TEST(FuzzySearchTest, AsksTheAccessorsInElementOrder) {
+  std::vector<Item> items;
+  for (int i = 0; i < 20; ++i) items.push_back({std::to_string(i), "hello", std::nullopt});
+  std::string calls;
+  const auto override = [&](const Item& item) {
+    calls += "o" + item.name + " ";
+    return std::optional<bool>();
+  };
+  const auto expected = [&] {
+    std::string all;
+    for (const auto& item : items) all += "t" + item.name + " o" + item.name + " ";
+    return all;
+  }();
+  fuzzySearch(
+      items, "he",
+      [&](const Item& item) -> std::optional<std::string_view> {
+        calls += "t" + item.name + " ";
+        return std::string_view(*item.title);
+      },
+      override);
+  EXPECT_EQ(calls, expected);
+  calls.clear();
+  fuzzySearch(
+      items, "he",
+      [&](const Item& item) {
+        calls += "t" + item.name + " ";
+        return item.title;
+      },
+      override);
+  EXPECT_EQ(calls, expected);
 }
 
 }  // namespace

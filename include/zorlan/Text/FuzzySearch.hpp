@@ -35,8 +35,10 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -115,19 +117,35 @@ class FuzzyMatcher {
   std::vector<int> shortFormOf_;
   // Whether the first term character's form has a byte beyond ASCII.
   bool firstBeyondAscii_ = false;
+  // Whether the first term character's form is one code point that
+  // normalization never makes, changes or joins (an ideograph, say): the
+  // candidate lower-cased and composed holds it exactly when the form of one
+  // of its code points does.
+  bool firstInert_ = false;
   // Whether the first term character's form holds a small sigma (σ or ς),
   // which a capital sigma lower-cases to depending on what surrounds it.
   bool firstHasSigma_ = false;
 
+  // Whether every byte of `text` is below 0x80. Texts of 8 to 64 bytes (most
+  // titles) are read as eight overlapping words, without a branch on their
+  // length, which would follow the text and be mispredicted.
   static bool isAscii(std::string_view text) noexcept {
+    const char* const p = text.data();
+    const std::size_t n = text.size();
+    const auto word = [p](std::size_t at) noexcept {
+      std::uint64_t value;
+      std::memcpy(&value, p + at, sizeof value);
+      return value;
+    };
     std::uint64_t high = 0;
-    std::size_t i = 0;
-    for (; i + 8 <= text.size(); i += 8) {
-      std::uint64_t word;
-      std::memcpy(&word, text.data() + i, sizeof word);
-      high |= word;
+    if (n >= 8 && n <= 64) {
+      for (std::size_t at = 0; at < 64; at += 8) high |= word(std::min(at, n - 8));
+    } else if (n > 64) {
+      for (std::size_t at = 0; at + 8 <= n; at += 8) high |= word(at);
+      high |= word(n - 8);
+    } else {
+      for (std::size_t i = 0; i < n; ++i) high |= static_cast<unsigned char>(p[i]);
     }
-    for (; i < text.size(); ++i) high |= static_cast<unsigned char>(text[i]);
     return (high & 0x8080808080808080ull) == 0;
   }
   std::optional<float> scoreText(std::string_view candidate, Scratch& scratch) const;
@@ -146,10 +164,28 @@ class FuzzyMatcher {
 
 namespace detail {
 
-// Orders (index, score) pairs by score, highest first, keeping the input order
-// of equal scores: the order std::stable_sort gives with `a.second >
-// b.second`, also when a score is NaN.
-void sortByScoreDescending(std::vector<std::pair<std::size_t, float>>& pairs);
+// An element a search keeps: its index and its score.
+struct FuzzyKept {
+  std::uint32_t index;
+  float score;
+};
+
+// The most elements one search takes (the kept indices are 32-bit).
+inline constexpr std::size_t kMaxFuzzySearchElements = 0xFFFFFFFFu;
+
+// Orders the kept elements by score, highest first, keeping the input order
+// of equal scores: the order std::stable_sort gives with `a.score >
+// b.score`, also when a score is NaN. `spare` is working memory.
+void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>& spare);
+
+// Whether a search may take the bytes of a text from the accessor and keep
+// them for a few elements before scoring them: a reference (to text the
+// elements own, which stays put during the search), a pointer, or an
+// optional view. Other texts (which may own their bytes) are scored at once.
+template <class Text>
+inline constexpr bool kViewedText =
+    std::is_lvalue_reference_v<Text> || std::is_pointer_v<std::remove_cv_t<Text>> ||
+    std::is_same_v<std::remove_cv_t<Text>, std::optional<std::string_view>>;
 
 }  // namespace detail
 
@@ -170,28 +206,66 @@ template <class T, class TextOf, class OverrideOf>
 std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::string_view> term,
                            TextOf&& textOf, OverrideOf&& overrideOf) {
   if (!term || term->empty()) return elements;
+  if (elements.size() > detail::kMaxFuzzySearchElements) {
+    throw std::length_error("fuzzySearch: more than 2^32 - 1 elements");
+  }
   const FuzzyMatcher matcher(*term);
   const FuzzyMatcher::ScratchPtr scratch = FuzzyMatcher::makeScratch();
-  std::vector<std::pair<std::size_t, float>> kept;
+  std::vector<detail::FuzzyKept> kept;
   kept.reserve(elements.size());
-  for (std::size_t index = 0; index < elements.size(); ++index) {
-    const T& element = elements[index];
-    std::optional<float> score;
-    {
-      const auto text = textOf(element);
-      if (text) score = matcher.score(std::string_view(*text), *scratch);
-    }
-    const std::optional<bool> forced = overrideOf(element);
+  const auto decide = [&](std::size_t index, std::optional<float> score,
+                          std::optional<bool> forced) {
     if (!forced) {
-      if (score) kept.emplace_back(index, *score);
+      if (score) kept.push_back({static_cast<std::uint32_t>(index), *score});
     } else if (*forced) {
-      kept.emplace_back(index, score && *score > 1.0f ? *score : 1.0f);
+      kept.push_back({static_cast<std::uint32_t>(index), score && *score > 1.0f ? *score : 1.0f});
+    }
+  };
+  using Text = decltype(textOf(elements.front()));
+  if constexpr (detail::kViewedText<Text>) {
+    // The accessors are asked in element order (text, then override), and
+    // each text is scored kAhead elements later, its bytes fetched meanwhile:
+    // the texts of a catalogue are scattered over memory, and scoring one
+    // takes less time than waiting for it.
+    constexpr std::size_t kAhead = 8;
+    std::string_view views[kAhead];
+    bool present[kAhead] = {};
+    std::optional<bool> decisions[kAhead];
+    const std::size_t n = elements.size();
+    for (std::size_t index = 0; index < n + kAhead; ++index) {
+      const std::size_t slot = index % kAhead;
+      if (index >= kAhead) {
+        std::optional<float> score;
+        if (present[slot]) score = matcher.score(views[slot], *scratch);
+        decide(index - kAhead, score, decisions[slot]);
+      }
+      if (index < n) {
+        Text text = textOf(elements[index]);
+        present[slot] = static_cast<bool>(text);
+        if (present[slot]) {
+          views[slot] = std::string_view(*text);
+          __builtin_prefetch(views[slot].data());
+          __builtin_prefetch(views[slot].data() + (views[slot].size() - !views[slot].empty()));
+        }
+        decisions[slot] = overrideOf(elements[index]);
+      }
+    }
+  } else {
+    for (std::size_t index = 0; index < elements.size(); ++index) {
+      const T& element = elements[index];
+      std::optional<float> score;
+      {
+        const auto text = textOf(element);
+        if (text) score = matcher.score(std::string_view(*text), *scratch);
+      }
+      decide(index, score, overrideOf(element));
     }
   }
-  detail::sortByScoreDescending(kept);
+  std::vector<detail::FuzzyKept> spare;
+  detail::sortByScoreDescending(kept, spare);
   std::vector<T> result;
   result.reserve(kept.size());
-  for (const auto& entry : kept) result.push_back(elements[entry.first]);
+  for (const detail::FuzzyKept& entry : kept) result.push_back(elements[entry.index]);
   return result;
 }
 
