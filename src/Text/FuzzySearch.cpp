@@ -333,6 +333,11 @@ const std::array<float, 256> kSmallRoots = [] {
 
 // `condition ? a : b`, computed on the bits without a branch.
 inline float selectFloat(bool condition, float a, float b) noexcept {
+#if defined(__SSE2__)
+  const __m128 mask = _mm_castsi128_ps(_mm_cvtsi32_si128(-static_cast<int>(condition)));
+  return _mm_cvtss_f32(
+      _mm_or_ps(_mm_and_ps(mask, _mm_set_ss(a)), _mm_andnot_ps(mask, _mm_set_ss(b))));
+#else
   std::uint32_t aBits, bBits;
   std::memcpy(&aBits, &a, sizeof aBits);
   std::memcpy(&bBits, &b, sizeof bBits);
@@ -341,6 +346,7 @@ inline float selectFloat(bool condition, float a, float b) noexcept {
   float result;
   std::memcpy(&result, &bits, sizeof result);
   return result;
+#endif
 }
 
 // Whether `text` is ASCII without CR LF, so that every byte is a character.
@@ -440,51 +446,84 @@ constexpr std::array<float, 64> kOnes = [] {
 struct Choices {
   float value[64];
   std::uint32_t position[64];
-  bool present[64];
+  // All ones where there is a choice, zero where there is none (and then the
+  // position is 0). Position 0 is always written, so that `entry` can read it
+  // for a position with nothing at or before it.
+  std::uint32_t present[64];
 
   void take(std::uint64_t before, const float* previous) noexcept {
     constexpr float kAbsent = -std::numeric_limits<float>::max();
     float best = kAbsent;
     std::uint32_t bestPosition = 0;
-    bool bestPresent = false;
+    std::uint32_t bestPresent = 0;
     if (before & 1u) {
       best = previous[0];
-      bestPresent = true;
-      value[0] = best;
-      position[0] = 0;
-      present[0] = true;
+      bestPresent = ~0u;
       before &= before - 1;
-    } else {
-      // Read (and not used) by `entry` for a position with no choice.
-      value[0] = best;
-      position[0] = 0;
-      present[0] = false;
     }
+    value[0] = best;
+    position[0] = 0;
+    present[0] = bestPresent;
+#if defined(__SSE2__)
+    // The value stays in a vector register, where the comparison's mask
+    // selects it; the mask is moved once for the position and the presence.
+    __m128 bestValue = _mm_set_ss(best);
+    for (; before != 0; before &= before - 1) {
+      const auto p = static_cast<std::uint32_t>(__builtin_ctzll(before));
+      const __m128 offered = _mm_load_ss(previous + p);
+      const __m128 replaces = _mm_cmple_ss(bestValue, offered);  // false with NaN
+      bestValue = _mm_or_ps(_mm_and_ps(replaces, offered), _mm_andnot_ps(replaces, bestValue));
+      const auto mask = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_castps_si128(replaces)));
+      bestPosition = (bestPosition & ~mask) | (p & mask);
+      bestPresent |= mask;
+      _mm_store_ss(value + p, bestValue);
+      position[p] = bestPosition;
+      present[p] = bestPresent;
+    }
+#else
     for (; before != 0; before &= before - 1) {
       const auto p = static_cast<std::uint32_t>(__builtin_ctzll(before));
       const float offered = previous[p];
-      const bool replaces = best <= offered;
-      best = selectFloat(replaces, offered, best);
-      const std::uint32_t keep = replaces ? 0u : ~0u;
-      bestPosition = (bestPosition & keep) | (p & ~keep);
-      bestPresent = bestPresent | replaces;
+      const std::uint32_t mask = best <= offered ? ~0u : 0u;
+      best = selectFloat(mask != 0, offered, best);
+      bestPosition = (bestPosition & ~mask) | (p & mask);
+      bestPresent |= mask;
       value[p] = best;
       position[p] = bestPosition;
       present[p] = bestPresent;
     }
+#endif
   }
 
   // The entry at position j of the row after: 1.0 without a choice, else the
-  // choice's value + 1 - sqrt(gap).
+  // choice's value + 1 - sqrt(gap). (Without a choice, the nearest position
+  // at or before j, or 0, holds no presence and position 0: the root read is
+  // in range and the value is not used.)
   float entry(std::uint64_t before, std::uint32_t j) const noexcept {
     const std::uint64_t atOrBefore = before & ((std::uint64_t{2} << j) - 1);
     const auto q = static_cast<std::uint32_t>(63 - __builtin_clzll(atOrBefore | 1u));
-    const bool chosen = (atOrBefore != 0) & present[q];
-    // (Without a choice the value is not used; its root is read in range.)
-    const std::uint32_t from = chosen ? position[q] : 0u;
-    return selectFloat(chosen, (value[q] + 1.0f) - kShortRoots[j - from], 1.0f);
+    const float chosen = (value[q] + 1.0f) - kShortRoots[j - position[q]];
+#if defined(__SSE2__)
+    const __m128 mask = _mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int>(present[q])));
+    return _mm_cvtss_f32(_mm_or_ps(_mm_and_ps(mask, _mm_set_ss(chosen)),
+                                   _mm_andnot_ps(mask, _mm_set_ss(1.0f))));
+#else
+    return selectFloat(present[q] != 0, chosen, 1.0f);
+#endif
   }
 };
+
+// The greater of `result` and `entry` by strict greater-than: `result` stays
+// unless `entry` is greater (so a NaN result stays).
+inline float keepGreater(float result, float entry) noexcept {
+#if defined(__SSE2__)
+  const __m128 r = _mm_set_ss(result), e = _mm_set_ss(entry);
+  const __m128 mask = _mm_cmplt_ss(r, e);
+  return _mm_cvtss_f32(_mm_or_ps(_mm_and_ps(mask, e), _mm_andnot_ps(mask, r)));
+#else
+  return selectFloat(result < entry, entry, result);
+#endif
+}
 
 // As scorePairs, for candidates of at most 64 characters, from the positions
 // where each term character matches as bits (`masks[t]`, bit j for position
@@ -521,8 +560,8 @@ std::optional<float> scoreMasks(const std::uint64_t* masks, std::size_t m, bool 
   std::uint64_t at = rows[m - 1];
   float result = choices.entry(rows[m - 2], static_cast<std::uint32_t>(__builtin_ctzll(at)));
   for (at &= at - 1; at != 0; at &= at - 1) {
-    const float entry = choices.entry(rows[m - 2], static_cast<std::uint32_t>(__builtin_ctzll(at)));
-    result = selectFloat(result < entry, entry, result);
+    result = keepGreater(
+        result, choices.entry(rows[m - 2], static_cast<std::uint32_t>(__builtin_ctzll(at))));
   }
   return result;
 }
@@ -701,8 +740,9 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
     return std::nullopt;
   }
   const std::string_view first = characters_[0];
-  if (bytes_[0] < 0 && isPlainAscii(candidate)) {
-    // A form beyond one ASCII byte cannot occur in plain ASCII text.
+  if (bytes_[0] < 0 && !firstBeyondAscii_ && isPlainAscii(candidate)) {
+    // A form beyond one ASCII byte cannot occur in plain ASCII text. (With a
+    // first term character beyond ASCII, `score` has turned them away.)
     scored = true;
     return std::nullopt;
   }
@@ -960,6 +1000,15 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
 
 std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch) const {
   if (characters_.empty()) return std::nullopt;
+  if (firstBeyondAscii_) {
+    // `score` has turned ASCII candidates away: this one has a byte beyond.
+    if (byCodePoint_) {
+      bool scored = false;
+      std::optional<float> result = scoreByCodePoint(candidate, scratch, scored);
+      if (scored) return result;
+    }
+    return scoreGenerally(candidate, scratch);
+  }
   const std::size_t terms = characters_.size();
   if (terms <= 64 && candidate.size() <= 64) {
     std::uint64_t masks[64];
@@ -979,6 +1028,11 @@ std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch
     std::optional<float> result = scoreByCodePoint(candidate, scratch, scored);
     if (scored) return result;
   }
+  return scoreGenerally(candidate, scratch);
+}
+
+std::optional<float> FuzzyMatcher::scoreGenerally(std::string_view candidate,
+                                                  Scratch& scratch) const {
   const std::size_t m = characters_.size();
   scratch.matches.resize(m);
   for (auto& positions : scratch.matches) positions.clear();

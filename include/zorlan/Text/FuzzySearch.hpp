@@ -149,6 +149,8 @@ class FuzzyMatcher {
     return (high & 0x8080808080808080ull) == 0;
   }
   std::optional<float> scoreText(std::string_view candidate, Scratch& scratch) const;
+  // Cuts the candidate into characters with the general segmentation.
+  std::optional<float> scoreGenerally(std::string_view candidate, Scratch& scratch) const;
   std::optional<float> scoreInOnePass(std::string_view candidate, Scratch& scratch,
                                       bool& scored) const;
   std::optional<float> scoreByCodePoint(std::string_view candidate, Scratch& scratch,
