@@ -367,6 +367,18 @@ bool isPlainAscii(std::string_view text) noexcept {
   return true;
 }
 
+// A score as the scorers pass it on: bit 32 set when present, the float's
+// bits below. (A std::optional<float> returned from a function that is not
+// inlined goes through memory, and its reload waits for the store.)
+using PackedScore = std::uint64_t;
+constexpr PackedScore kNoScore = 0;
+
+inline PackedScore packScore(float value) noexcept {
+  std::uint32_t bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  return (PackedScore{1} << 32) | bits;
+}
+
 // The scores of all term characters at once from the (position, term
 // character) pairs where they match, in position order and, at one position,
 // in term order, so that a term character's entry at j is part of the choice
@@ -376,8 +388,8 @@ bool isPlainAscii(std::string_view text) noexcept {
 // term character occurs in the lower-cased candidate though it matches no
 // character (inside a longer form). Absent when the first term character
 // occurs nowhere or the last matches nowhere.
-std::optional<float> scorePairs(const std::uint32_t* pairs, std::size_t count, std::size_t m,
-                                bool firstElsewhere) {
+PackedScore scorePairs(const std::uint32_t* pairs, std::size_t count, std::size_t m,
+                       bool firstElsewhere) {
   constexpr float kAbsent = -std::numeric_limits<float>::max();
   // Slot t (1 <= t < m) is the choice of term character t: whether there is
   // one yet, and the value and position of the best entry so far of the row
@@ -418,8 +430,8 @@ std::optional<float> scorePairs(const std::uint32_t* pairs, std::size_t count, s
     slotPosition[s] = (slotPosition[s] & keep) | (j & ~keep);
     slotPresent[s] = slotPresent[s] | replaces;
   }
-  if (!(firstElsewhere || slotPresent[1]) || !slotPresent[m]) return std::nullopt;
-  return slotValue[m];
+  if (!(firstElsewhere || slotPresent[1]) || !slotPresent[m]) return kNoScore;
+  return packScore(slotValue[m]);
 }
 
 // sqrt(gap) for the gaps -1 to 63 at index gap + 1: NaN first, as the square
@@ -505,8 +517,8 @@ struct Choices {
     const float chosen = (value[q] + 1.0f) - kShortRoots[j - position[q]];
 #if defined(__SSE2__)
     const __m128 mask = _mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int>(present[q])));
-    return _mm_cvtss_f32(_mm_or_ps(_mm_and_ps(mask, _mm_set_ss(chosen)),
-                                   _mm_andnot_ps(mask, _mm_set_ss(1.0f))));
+    return _mm_cvtss_f32(
+        _mm_or_ps(_mm_and_ps(mask, _mm_set_ss(chosen)), _mm_andnot_ps(mask, _mm_set_ss(1.0f))));
 #else
     return selectFloat(present[q] != 0, chosen, 1.0f);
 #endif
@@ -528,9 +540,9 @@ inline float keepGreater(float result, float entry) noexcept {
 // As scorePairs, for candidates of at most 64 characters, from the positions
 // where each term character matches as bits (`masks[t]`, bit j for position
 // j), row by row.
-std::optional<float> scoreMasks(const std::uint64_t* masks, std::size_t m, bool firstElsewhere) {
-  if (!(firstElsewhere || masks[0] != 0) || masks[m - 1] == 0) return std::nullopt;
-  if (m == 1) return 1.0f;  // the entries of the first row are all 1.0
+PackedScore scoreMasks(const std::uint64_t* masks, std::size_t m, bool firstElsewhere) {
+  if (!(firstElsewhere || masks[0] != 0) || masks[m - 1] == 0) return kNoScore;
+  if (m == 1) return packScore(1.0f);  // the entries of the first row are all 1.0
   // An entry after the last entry of the next row is nobody's choice: leave
   // it out (all of a row, when the next has none).
   std::uint64_t rows[64];
@@ -563,7 +575,7 @@ std::optional<float> scoreMasks(const std::uint64_t* masks, std::size_t m, bool 
     result = keepGreater(
         result, choices.entry(rows[m - 2], static_cast<std::uint32_t>(__builtin_ctzll(at))));
   }
-  return result;
+  return packScore(result);
 }
 
 }  // namespace
@@ -642,8 +654,8 @@ FuzzyMatcher::FuzzyMatcher(std::string_view term) {
 // candidate whose characters are each one code point: ASCII other than CR LF
 // and the two-byte characters of the table. `scored` is false for any other
 // candidate.
-std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Scratch& scratch,
-                                                  bool& scored) const {
+PackedScore FuzzyMatcher::scoreInOnePass(std::string_view candidate, Scratch& scratch,
+                                         bool& scored) const {
   const std::size_t m = characters_.size();
   // Whether a longer form of the candidate holds the first term character as
   // one of its bytes.
@@ -651,7 +663,7 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
   const std::size_t n = candidate.size();
   if (n >= (std::size_t{1} << 24)) {
     scored = false;  // positions must fit the pairs' 26 bits
-    return std::nullopt;
+    return kNoScore;
   }
   // First the (position, term character) pairs in order, written without
   // branching on the text, then each pair in turn.
@@ -665,7 +677,7 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
     if (candidate.find(first) == std::string_view::npos &&
         (firstUpper == first || candidate.find(firstUpper) == std::string_view::npos)) {
       scored = true;
-      return std::nullopt;
+      return kNoScore;
     }
     // Grown only: shrinking and growing again would clear the new space.
     if (pairs.size() < n * repeats_ + kMaxRepeats) pairs.resize(n * repeats_ + kMaxRepeats);
@@ -687,7 +699,7 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
       if (c < 0x80) {
         if (c == '\r' && i + 1 < n && candidate[i + 1] == '\n') {
           scored = false;
-          return std::nullopt;
+          return kNoScore;
         }
         bits = asciiMatches_[c];
       } else {
@@ -696,12 +708,12 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
         const auto next = i + 1 < n ? static_cast<unsigned char>(candidate[i + 1]) : 0u;
         if (c < 0xC2 || c > 0xDF || (next & 0xC0u) != 0x80u) {
           scored = false;
-          return std::nullopt;
+          return kNoScore;
         }
         const std::string& form = table.forms[((c & 0x1Fu) << 6) | (next & 0x3Fu)];
         if (form.empty()) {
           scored = false;
-          return std::nullopt;
+          return kNoScore;
         }
         ++i;
         if (form.size() == 1) {
@@ -731,20 +743,20 @@ std::optional<float> FuzzyMatcher::scoreInOnePass(std::string_view candidate, Sc
 // it exactly when a character's form holds it. `scored` is false for other
 // candidates (ill-formed UTF-8, CR LF, emoji, Hangul, ...), and for those
 // with a capital sigma when the first term character holds a small one.
-std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, Scratch& scratch,
-                                                    bool& scored) const {
+PackedScore FuzzyMatcher::scoreByCodePoint(std::string_view candidate, Scratch& scratch,
+                                           bool& scored) const {
   scored = false;
   const std::size_t n = candidate.size();
-  if (n >= (std::size_t{1} << 24)) return std::nullopt;
+  if (n >= (std::size_t{1} << 24)) return kNoScore;
   if (firstHasSigma_ && candidate.find("\xce\xa3") != std::string_view::npos) {
-    return std::nullopt;
+    return kNoScore;
   }
   const std::string_view first = characters_[0];
   if (bytes_[0] < 0 && !firstBeyondAscii_ && isPlainAscii(candidate)) {
     // A form beyond one ASCII byte cannot occur in plain ASCII text. (With a
     // first term character beyond ASCII, `score` has turned them away.)
     scored = true;
-    return std::nullopt;
+    return kNoScore;
   }
   const auto* bytes = reinterpret_cast<const unsigned char*>(candidate.data());
   if (firstBeyondAscii_) {
@@ -783,17 +795,16 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
       // does (e + U+0301 is é), unless that character is inert: then the
       // candidate lower-cased holds it exactly when some code point's form
       // does.
-      const bool looked = info.kind == CodePointInfo::kAlone ||
-                          info.kind == CodePointInfo::kPictograph ||
-                          info.kind == CodePointInfo::kRegional ||
-                          (firstInert_ && info.joins() && info.formKnown);
+      const bool looked =
+          info.kind == CodePointInfo::kAlone || info.kind == CodePointInfo::kPictograph ||
+          info.kind == CodePointInfo::kRegional || (firstInert_ && info.joins() && info.formKnown);
       maybe = !looked || (info.longForm ? info.formView().find(first) != std::string_view::npos
                                         : sameBytes(info.formView(), first));
       i += length;
     }
     if (!maybe) {
       scored = true;
-      return std::nullopt;
+      return kNoScore;
     }
   }
   std::vector<std::uint32_t>& pairs = scratch.pairs;
@@ -850,7 +861,7 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
     const unsigned char c = bytes[i];
     if (c < 0x80) {
       if (open) finish(i);
-      if (c == '\r' && i + 1 < n && bytes[i + 1] == '\n') return std::nullopt;
+      if (c == '\r' && i + 1 < n && bytes[i + 1] == '\n') return kNoScore;
       // One byte, one character: its pairs at once.
       for (std::uint64_t bits = asciiMatches_[c]; bits != 0; bits &= bits - 1) {
         pairs.push_back((j << 6) | static_cast<std::uint32_t>(__builtin_ctzll(bits)));
@@ -865,7 +876,7 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
     }
     char32_t codePoint;
     const std::size_t length = decodeUTF8(bytes + i, bytes + n, codePoint);
-    if (length == 0) return std::nullopt;
+    if (length == 0) return kNoScore;
     const CodePointInfo& info = codePointInfo(codePoint);
     const bool joinsEmoji = info.kind == CodePointInfo::kPictograph && open && emoji == 2;
     const bool joinsFlag = info.kind == CodePointInfo::kRegional && open && oneRegional;
@@ -873,7 +884,7 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
         info.kind == CodePointInfo::kJoiner || joinsEmoji || joinsFlag) {
       // Joins the character before it; a mark after a control (or at the
       // start) is left to the general segmentation.
-      if (breaksAfter || (!open && j == 0)) return std::nullopt;
+      if (breaksAfter || (!open && j == 0)) return kNoScore;
       switch (info.kind) {
         case CodePointInfo::kExtends:
           emoji = emoji == 1 ? 1 : 0;
@@ -900,7 +911,7 @@ std::optional<float> FuzzyMatcher::scoreByCodePoint(std::string_view candidate, 
       i += length;
       continue;
     }
-    if (info.kind == CodePointInfo::kIntricate) return std::nullopt;
+    if (info.kind == CodePointInfo::kIntricate) return kNoScore;
     if (open) finish(i);
     characterStart = i;
     alone = &info;
@@ -998,13 +1009,13 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
   return score(candidate, scratch);
 }
 
-std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch) const {
-  if (characters_.empty()) return std::nullopt;
+PackedScore FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch) const {
+  if (characters_.empty()) return kNoScore;
   if (firstBeyondAscii_) {
     // `score` has turned ASCII candidates away: this one has a byte beyond.
     if (byCodePoint_) {
       bool scored = false;
-      std::optional<float> result = scoreByCodePoint(candidate, scratch, scored);
+      PackedScore result = scoreByCodePoint(candidate, scratch, scored);
       if (scored) return result;
     }
     return scoreGenerally(candidate, scratch);
@@ -1014,25 +1025,24 @@ std::optional<float> FuzzyMatcher::scoreText(std::string_view candidate, Scratch
     std::uint64_t masks[64];
     if (asciiMasks(candidate, masks)) {
       // A form beyond one ASCII byte cannot occur in plain ASCII text.
-      if (bytes_[0] < 0) return std::nullopt;
+      if (bytes_[0] < 0) return kNoScore;
       return scoreMasks(masks, terms, false);
     }
   }
   if (onePass_) {
     bool scored = false;
-    std::optional<float> result = scoreInOnePass(candidate, scratch, scored);
+    PackedScore result = scoreInOnePass(candidate, scratch, scored);
     if (scored) return result;
   }
   if (byCodePoint_) {
     bool scored = false;
-    std::optional<float> result = scoreByCodePoint(candidate, scratch, scored);
+    PackedScore result = scoreByCodePoint(candidate, scratch, scored);
     if (scored) return result;
   }
   return scoreGenerally(candidate, scratch);
 }
 
-std::optional<float> FuzzyMatcher::scoreGenerally(std::string_view candidate,
-                                                  Scratch& scratch) const {
+PackedScore FuzzyMatcher::scoreGenerally(std::string_view candidate, Scratch& scratch) const {
   const std::size_t m = characters_.size();
   scratch.matches.resize(m);
   for (auto& positions : scratch.matches) positions.clear();
@@ -1079,7 +1089,7 @@ std::optional<float> FuzzyMatcher::scoreGenerally(std::string_view candidate,
   if (firstHasSigma_ && candidate.find("\xce\xa3") != std::string_view::npos) {
     containsFirst = wholeTextContainsFirst(candidate);
   }
-  if (!containsFirst) return std::nullopt;
+  if (!containsFirst) return kNoScore;
 
   // Row by row, only the present entries are kept. Absent entries take part in
   // comparisons as the most negative finite float, so an absent choice is
@@ -1133,7 +1143,7 @@ std::optional<float> FuzzyMatcher::scoreGenerally(std::string_view candidate,
   for (const float value : scratch.previousValues) {
     if (!result || value > *result) result = value;
   }
-  return result;
+  return result ? packScore(*result) : kNoScore;
 }
 
 namespace detail {

@@ -176,10 +176,10 @@ TEST(FuzzyMatchScoreTest, LongAndNonAsciiTermsScoreAsThePlainAlgorithm) {
 TEST(FuzzyMatchScoreTest, FirstCharactersSeenThroughJoiningMarks) {
   const std::string kEast = "\xe6\x9d\xb1", kCapital = "\xe4\xba\xac";  // 東 京
   const std::string kAcute = "\xcc\x81", kBreve = "\xcc\x86", kJoiner = "\xe2\x80\x8d";
-  const std::string kM = "\xd0\xbc", kI = "\xd0\xb8";                      // м и
+  const std::string kM = "\xd0\xbc", kI = "\xd0\xb8";                     // м и
   const std::string kCompat = "\xef\xa4\x80", kUnified = "\xe8\xb1\x88";  // U+F900, U+8C48
-  for (const std::string& term : {kEast + kCapital, kEast, kM + kI, kI + kM, kUnified + "a",
-                                  std::string("\xc3\xa9") + "t"}) {
+  for (const std::string& term :
+       {kEast + kCapital, kEast, kM + kI, kI + kM, kUnified + "a", std::string("\xc3\xa9") + "t"}) {
     for (const std::string& candidate :
          {kEast + kAcute + kCapital, "a" + kAcute + " " + kEast + kCapital, kCompat + "a",
           "x" + kJoiner + kEast, kM + kBreve + kI + kM, kI + kBreve + kM, "e" + kAcute + "t",

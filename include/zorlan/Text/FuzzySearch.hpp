@@ -74,7 +74,12 @@ class FuzzyMatcher {
     // A first term character beyond ASCII never occurs in ASCII text: most
     // candidates of a catalogue are turned away here, at once.
     if (firstBeyondAscii_ && isAscii(candidate)) return std::nullopt;
-    return scoreText(candidate, scratch);
+    const std::uint64_t packed = scoreText(candidate, scratch);
+    if ((packed >> 32) == 0) return std::nullopt;
+    float value;
+    const auto bits = static_cast<std::uint32_t>(packed);
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
   }
 
   // True when the term is empty (every score is absent).
@@ -148,13 +153,13 @@ class FuzzyMatcher {
     }
     return (high & 0x8080808080808080ull) == 0;
   }
-  std::optional<float> scoreText(std::string_view candidate, Scratch& scratch) const;
+  // The scorers give a score packed in 64 bits: bit 32 set when present, the
+  // float's bits below.
+  std::uint64_t scoreText(std::string_view candidate, Scratch& scratch) const;
   // Cuts the candidate into characters with the general segmentation.
-  std::optional<float> scoreGenerally(std::string_view candidate, Scratch& scratch) const;
-  std::optional<float> scoreInOnePass(std::string_view candidate, Scratch& scratch,
-                                      bool& scored) const;
-  std::optional<float> scoreByCodePoint(std::string_view candidate, Scratch& scratch,
-                                        bool& scored) const;
+  std::uint64_t scoreGenerally(std::string_view candidate, Scratch& scratch) const;
+  std::uint64_t scoreInOnePass(std::string_view candidate, Scratch& scratch, bool& scored) const;
+  std::uint64_t scoreByCodePoint(std::string_view candidate, Scratch& scratch, bool& scored) const;
   // Whether the candidate lower-cased as a whole text contains the first
   // term character.
   bool wholeTextContainsFirst(std::string_view candidate) const;
