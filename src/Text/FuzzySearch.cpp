@@ -933,61 +933,61 @@ PackedScore FuzzyMatcher::scoreByCodePoint(std::string_view candidate, Scratch& 
   return scorePairs(pairs.data(), pairs.size(), characters_.size(), firstElsewhere);
 }
 
-bool FuzzyMatcher::asciiMasks(std::string_view candidate, std::uint64_t* masks) const {
+FuzzyMatcher::AsciiMasks FuzzyMatcher::asciiMasks(std::string_view candidate,
+                                                  std::uint64_t* masks) const {
   const std::size_t n = candidate.size();
   const std::size_t m = std::min<std::size_t>(characters_.size(), 64);
+  // A form beyond one ASCII byte cannot occur in plain ASCII text: without
+  // the first term character or the last there is no score.
+  const bool scorable = shortFormOf_[0] >= 0 && shortFormOf_[m - 1] >= 0;
 #if defined(__SSE2__)
-  // Sixteen bytes at a time, read in place: whole blocks of sixteen, then
-  // the last sixteen bytes (overlapping the block before); a text shorter
-  // than sixteen bytes is copied first.
-  alignas(16) unsigned char shortText[16] = {};
-  const auto* text = reinterpret_cast<const unsigned char*>(candidate.data());
-  if (n < 16) {
-    std::memcpy(shortText, text, n);
-    text = shortText;
-  }
+  // The text copied into 64 zeroed bytes, read as four blocks of sixteen
+  // whose comparisons combine into one 64-bit mask (bit j for byte j).
+  alignas(16) unsigned char bytes[64];
+  const __m128i zero = _mm_setzero_si128();
+  for (std::size_t k = 0; k < 64; k += 16)
+    _mm_store_si128(reinterpret_cast<__m128i*>(bytes + k), zero);
+  std::memcpy(bytes, candidate.data(), n);
   __m128i blocks[4];
-  unsigned shifts[4];
-  std::size_t count = 0;
-  for (std::size_t at = 0; at + 16 <= std::max<std::size_t>(n, 16); at += 16) {
-    blocks[count] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
-    shifts[count++] = static_cast<unsigned>(at);
+  for (std::size_t k = 0; k < 4; ++k) {
+    blocks[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes + 16 * k));
   }
-  if (n > 16 && n % 16 != 0) {
-    blocks[count] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + n - 16));
-    shifts[count++] = static_cast<unsigned>(n - 16);
-  }
-  const std::uint64_t inText = n == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << n) - 1;
-  const auto bitsOf = [&](__m128i bytes, std::size_t k) {
-    return static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm_movemask_epi8(bytes)))
-           << shifts[k];
+  const auto bitsOf = [](__m128i b0, __m128i b1, __m128i b2, __m128i b3) {
+    const auto part = [](__m128i b) {
+      return static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm_movemask_epi8(b)));
+    };
+    return part(b0) | (part(b1) << 16) | (part(b2) << 32) | (part(b3) << 48);
   };
-  std::uint64_t high = 0, cr = 0, lf = 0;
-  for (std::size_t k = 0; k < count; ++k) {
-    high |= bitsOf(blocks[k], k);
-    cr |= bitsOf(_mm_cmpeq_epi8(blocks[k], _mm_set1_epi8('\r')), k);
-    lf |= bitsOf(_mm_cmpeq_epi8(blocks[k], _mm_set1_epi8('\n')), k);
+  const auto matching = [&](unsigned char byte) {
+    const __m128i target = _mm_set1_epi8(static_cast<char>(byte));
+    return bitsOf(_mm_cmpeq_epi8(blocks[0], target), _mm_cmpeq_epi8(blocks[1], target),
+                  _mm_cmpeq_epi8(blocks[2], target), _mm_cmpeq_epi8(blocks[3], target));
+  };
+  if (bitsOf(blocks[0], blocks[1], blocks[2], blocks[3]) != 0) return AsciiMasks::notPlain;
+  if (const std::uint64_t cr = matching('\r'); cr != 0 && (cr & (matching('\n') >> 1)) != 0) {
+    return AsciiMasks::notPlain;
   }
-  if (high != 0 || (cr & (lf >> 1)) != 0) return false;
+  if (!scorable) return AsciiMasks::noScore;
   // Lower-cased once (A to Z only: the bytes are ASCII, so signed compares
-  // serve), then compared with each form.
-  for (std::size_t k = 0; k < count; ++k) {
+  // serve), then compared with each form, the first and last term
+  // characters' first.
+  for (std::size_t k = 0; k < 4; ++k) {
     const __m128i upper = _mm_and_si128(_mm_cmpgt_epi8(blocks[k], _mm_set1_epi8('A' - 1)),
                                         _mm_cmplt_epi8(blocks[k], _mm_set1_epi8('Z' + 1)));
     blocks[k] = _mm_or_si128(blocks[k], _mm_and_si128(upper, _mm_set1_epi8(0x20)));
   }
-  std::uint64_t formMasks[64];
-  for (std::size_t f = 0; f < shortForms_.size(); ++f) {
-    const __m128i target = _mm_set1_epi8(static_cast<char>(shortForms_[f]));
-    std::uint64_t bits = 0;
-    for (std::size_t k = 0; k < count; ++k) bits |= bitsOf(_mm_cmpeq_epi8(blocks[k], target), k);
-    formMasks[f] = bits & inText;
-  }
-  for (std::size_t t = 0; t < m; ++t) {
-    masks[t] = shortFormOf_[t] >= 0 ? formMasks[shortFormOf_[t]] : 0;
-  }
+  const std::uint64_t inText = n == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << n) - 1;
+  const auto formMask = [&](std::size_t t) {
+    return matching(shortForms_[static_cast<std::size_t>(shortFormOf_[t])]) & inText;
+  };
+  masks[0] = formMask(0);
+  if (masks[0] == 0) return AsciiMasks::noScore;
+  masks[m - 1] = formMask(m - 1);
+  if (masks[m - 1] == 0) return AsciiMasks::noScore;
+  for (std::size_t t = 1; t + 1 < m; ++t) masks[t] = shortFormOf_[t] >= 0 ? formMask(t) : 0;
 #else
-  if (!isPlainAscii(candidate)) return false;
+  if (!isPlainAscii(candidate)) return AsciiMasks::notPlain;
+  if (!scorable) return AsciiMasks::noScore;
   std::fill_n(masks, m, std::uint64_t{0});
   for (std::size_t j = 0; j < n; ++j) {
     for (std::uint64_t bits = asciiMatches_[static_cast<unsigned char>(candidate[j])]; bits != 0;
@@ -996,7 +996,7 @@ bool FuzzyMatcher::asciiMasks(std::string_view candidate, std::uint64_t* masks) 
     }
   }
 #endif
-  return true;
+  return AsciiMasks::filled;
 }
 
 bool FuzzyMatcher::wholeTextContainsFirst(std::string_view candidate) const {
@@ -1023,10 +1023,13 @@ PackedScore FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch
   const std::size_t terms = characters_.size();
   if (terms <= 64 && candidate.size() <= 64) {
     std::uint64_t masks[64];
-    if (asciiMasks(candidate, masks)) {
-      // A form beyond one ASCII byte cannot occur in plain ASCII text.
-      if (bytes_[0] < 0) return kNoScore;
-      return scoreMasks(masks, terms, false);
+    switch (asciiMasks(candidate, masks)) {
+      case AsciiMasks::filled:
+        return scoreMasks(masks, terms, false);
+      case AsciiMasks::noScore:
+        return kNoScore;
+      case AsciiMasks::notPlain:
+        break;
     }
   }
   if (onePass_) {

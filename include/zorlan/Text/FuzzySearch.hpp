@@ -163,10 +163,11 @@ class FuzzyMatcher {
   // Whether the candidate lower-cased as a whole text contains the first
   // term character.
   bool wholeTextContainsFirst(std::string_view candidate) const;
-  // For a candidate of at most 64 bytes: whether it is plain ASCII (no CR
-  // LF), and then the positions where each of the first 64 term characters
-  // matches, as bits.
-  bool asciiMasks(std::string_view candidate, std::uint64_t* masks) const;
+  // For a candidate of at most 64 bytes and a term of at most 64 characters:
+  // whether it is plain ASCII (no CR LF), and then whether it can have a
+  // score, and then the positions where each term character matches, as bits.
+  enum class AsciiMasks { notPlain, noScore, filled };
+  AsciiMasks asciiMasks(std::string_view candidate, std::uint64_t* masks) const;
 };
 
 namespace detail {
