@@ -24,7 +24,6 @@ TEST(DispatchTimeTest, IntervalsConvertToNanosecondsAndSaturate) {
       {Interval::microseconds(-4), -4'000}, {Interval::nanoseconds(5), 5},
       {Interval::seconds(kMax / 10), kMax},  // would overflow: saturates
       {Interval::milliseconds(kMin / 10), kMin},
-      {Interval::from(std::chrono::minutes(1)), 60'000'000'000},
       {Interval::from(std::chrono::hours(24 * 365 * 1000)), kMax},
       // In range, though a naive conversion overflows on the way.
       {Interval::from(Duration<float>(9'223'371'776.0f)), 9'223'371'776'000'000'000},
@@ -53,7 +52,6 @@ TEST(DispatchTimeTest, DeadlineArithmeticSaturatesInsteadOfWrapping) {
       {"plus never", t + Interval::never(), far},
       {"overflow", DispatchTime(kMax - 10) + Interval::nanoseconds(20), far},
       {"far stays far", far - Interval::seconds(1), far},
-      {"far plus negative", far + Interval::seconds(-1), far},
       {"plus seconds", t + 1.5, DispatchTime(1'500'001'000)},
       {"minus seconds", DispatchTime(2'000'000'000) - 0.5, DispatchTime(1'500'000'000)},
       {"plus infinity", t + inf, far}, {"plus NaN", t + std::nan(""), far},

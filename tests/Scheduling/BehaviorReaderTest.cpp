@@ -52,7 +52,6 @@ TEST(BehaviorReaderTest, ConversionsMapsAndDistinctReaders) {
   EXPECT_EQ(optional.value(), std::nullopt);  // absent first
   subject.onNext(3);
   EXPECT_EQ(optional.value(), 3);
-  EXPECT_EQ(BehaviorReader<int>::just(4).value(), 4);
 
   rx::BehaviorRelay<int> ints(1);
   BehaviorReader<int> source(ints);

@@ -63,7 +63,6 @@ TEST(RxOperatorsTest, AfterTimeoutEmitsOnlyWhenNothingCameInTime) {
       {"silent, then late", [&] { return late.asObservable(); }, {}, {"timed out", "late"}, false},
       {"relay sends its value on subscribing", [&] { return relay.asObservable(); },
        {"current"}, {"current"}, false},
-      {"startWith", [] { return O::never().startWith("first"); }, {"first"}, {"first"}, false},
       {"completes at once", [] { return O::empty(); }, {}, {"timed out"}, true},
       {"one element then completion", [] { return O::just("only"); }, {"only"}, {"only"}, true}};
   // clang-format on
