@@ -38,9 +38,8 @@ TEST(JSONConformance, NumbersReadTheirValue) {
   using L = std::numeric_limits<double>;
   // clang-format off
   const std::pair<const char*, double> cases[] = {
-      {"0", 0}, {"-0", 0}, {"7", 7}, {"-7", -7}, {"0.5", 0.5}, {"-0.0", 0}, {"1E2", 100},
-      {"1e+2", 100}, {"1e-2", 0.01}, {"1E-02", 0.01}, {"-1.5e3", -1500}, {"0e0", 0}, {"0.1", 0.1},
-      {"123456789012345678901234567890", 1.2345678901234568e29},
+      {"0", 0}, {"-0", 0}, {"-7", -7}, {"0.5", 0.5}, {"1E2", 100}, {"1e+2", 100}, {"1E-02", 0.01},
+      {"0e0", 0}, {"123456789012345678901234567890", 1.2345678901234568e29},
       {"18446744073709551616", 18446744073709551616.0}, {"1.7976931348623157e308", L::max()},
       {"4.9e-324", L::denorm_min()}, {"2.2250738585072014e-308", L::min()}};
   // clang-format on
@@ -55,8 +54,7 @@ TEST(JSONConformance, NumbersReadTheirValue) {
   EXPECT_EQ(decode<int>("1E2"), 100);
   // The nearest double to the text, as std::strtod reads it.
   for (const char* text :
-       {"-10444440017225866754152056603", "1.0444440017225865e+28", "2.2250738585072011e-308",
-        "0.30000000000000004", "9007199254740993.0"}) {
+       {"-10444440017225866754152056603", "2.2250738585072011e-308", "9007199254740993.0"}) {
     EXPECT_EQ(decode<double>(text), std::strtod(text, nullptr)) << text;
   }
   EXPECT_TRUE(std::signbit(decode<double>("-0.0")));
@@ -64,10 +62,8 @@ TEST(JSONConformance, NumbersReadTheirValue) {
 
 TEST(JSONConformance, MalformedNumbersAreNotJSON) {
   // clang-format off
-  const char* const numbers[] = {"01", "-01", "00", "007", "-", "--1", "- 1", "+1", "1.", "-1.",
-      ".5", "-.5", "1.e2", "1e", "1E", "1e+", "1e-", "1e2e3", "1.5.2", "0x10", "0X1", "1_000",
-      "Infinity", "-Infinity", "NaN", "inf", "1e2.5", "\xD9\xA1" /* Arabic-Indic one */,
-      "\xEF\xBC\x91" /* full-width one */};
+  const char* const numbers[] = {"01", "-01", "-", "--1", "+1", "1.", ".5", "1.e2", "1e", "1e-",
+      "1e2e3", "0x10", "1_000", "-Infinity", "NaN", "\xD9\xA1" /* Arabic-Indic one */};
   // clang-format on
   for (const std::string number : numbers) {
     SCOPED_TRACE(number);
@@ -84,9 +80,7 @@ TEST(JSONConformance, StringsReadTheirValueAsStringAndAsKey) {
   const std::tuple<const char*, std::string, std::string> cases[] = {
       {"the two-character escapes", R"("\"\\\/\b\f\n\r\t")", "\"\\/\b\f\n\r\t"},
       {"escaped NUL", R"("a\u0000b")", "a\0b"s},
-      {"escaped unit separator", R"("\u001F")", "\x1F"},
       {"two-byte escapes in either case", R"("\u00e9\u00E9")", "\xC3\xA9\xC3\xA9"},
-      {"U+FFFF escape", R"("\uFFFF")", "\xEF\xBF\xBF"},
       {"surrogate pairs in either case", R"("\ud83d\ude00\uD83D\uDE00")",
        "\xF0\x9F\x98\x80\xF0\x9F\x98\x80"},
       {"first and last pair", R"("\uD800\uDC00\uDBFF\uDFFF")", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
@@ -94,7 +88,6 @@ TEST(JSONConformance, StringsReadTheirValueAsStringAndAsKey) {
       {"raw DEL, U+0080, U+07FF", "\"\x7F\xC2\x80\xDF\xBF\"", "\x7F\xC2\x80\xDF\xBF"},
       {"raw U+0800, U+D7FF, U+E000", "\"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\"",
        "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80"},
-      {"raw U+FFFE, U+FEFF", "\"\xEF\xBF\xBE\xEF\xBB\xBF\"", "\xEF\xBF\xBE\xEF\xBB\xBF"},
       {"raw U+10000, U+10FFFF", "\"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\"",
        "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
       {"empty", "\"\"", ""}};
@@ -109,15 +102,14 @@ TEST(JSONConformance, StringsReadTheirValueAsStringAndAsKey) {
 TEST(JSONConformance, MalformedStringsAreNotJSONAsStringNorAsKey) {
   std::vector<std::string> insides = {
       // escapes JSON does not have, and surrogates that are not one pair
-      R"(\x41)", R"(\a)", R"(\')", R"(\0)", R"(\U0041)", R"(\u12)", R"(\u12G4)", R"(\u+123)",
-      R"(\ )", R"(\ud83d)", R"(\ud83dx)", R"(\ud83d\u0041)", R"(\ud83d\ud83d)", R"(\ud83d\n)",
-      R"(\ude00)", R"(\ude00\ud83d)",
+      R"(\x41)", R"(\')", R"(\U0041)", R"(\u12)", R"(\u12G4)", R"(\ud83d)", R"(\ud83d\u0041)",
+      R"(\ud83d\ud83d)", R"(\ude00)",
       // overlong forms; truncated sequences
-      "\xC0\xAF", "\xC0\x80", "\xC1\xBF", "\xE0\x80\xAF", "\xE0\x9F\xBF", "\xF0\x80\x80\xAF",
-      "\xF0\x8F\xBF\xBF", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xE2\x82x",
+      "\xC0\xAF", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xC3", "\xF0\x9F\x98",
+      "\xE2\x82x",
       // surrogates in UTF-8, past U+10FFFF, bytes that never start a character, Latin-1
-      "\xED\xA0\x80", "\xED\xBF\xBF", "\xED\xA0\xBD\xED\xB8\x80", "\xF4\x90\x80\x80",
-      "\xF5\x80\x80\x80", "\xF8\x88\x80\x80\x80", "\xFE", "\xFF", "\x80", "caf\xE9"};
+      "\xED\xA0\x80", "\xED\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "\x80",
+      "caf\xE9"};
   for (int c = 0; c < 0x20; ++c)
     insides.push_back("a" + std::string(1, static_cast<char>(c)) + "b");  // raw
   for (const std::string& inside : insides) {
@@ -133,13 +125,11 @@ TEST(JSONConformance, MalformedStringsAreNotJSONAsStringNorAsKey) {
 
 TEST(JSONConformance, StructuresReadTheirValuesAndMalformedOnesAreNotJSON) {
   for (const std::string text :
-       {"", " ", "[1,]", "[,1]", "[1,,2]", "[,]", "{\"a\":1,}", "{,}", "{\"a\":1,,\"b\":2}",
-        "{\"a\"}", "{\"a\":}", "{:1}", "{1:1}", "{null:1}", "{\"a\" 1}", "{\"a\"::1}", "[1 2]",
-        "[1:2]", "{\"a\":1 \"b\":2}", "[", "]", "{", "}", "[}", "{]", "[1]]", "{} x", "{}}", "1 2",
-        "[] []", "\"a\"\"b\"", "truex", "nul", "True", "NULL", "tru e", "'a'", "{'a':1}", "{a:1}",
-        "[1]\x01",
+       {"", " ", "[1,]", "[,1]", "[1,,2]", "{\"a\":1,}", "{,}", "{\"a\"}", "{\"a\":}", "{:1}",
+        "{1:1}", "{\"a\" 1}", "[1 2]", "[1:2]", "[", "}", "[}", "[1]]", "{} x", "1 2", "truex",
+        "nul", "True", "'a'", "{a:1}", "[1]\x01",
         // only the four white-space characters of JSON separate tokens
-        "\f[1]", "[1\f]", "\v1", "\xC2\xA0\x31", "1\xC2\xA0", "\xE2\x80\x8B[]",
+        "\f[1]", "\v1", "1\xC2\xA0", "\xE2\x80\x8B[]",
         // comments, a byte order mark before the document
         "[1//c\n]", "[1/*c*/]", "# c\n1", "\xEF\xBB\xBF{}"}) {
     SCOPED_TRACE(text);
@@ -147,7 +137,6 @@ TEST(JSONConformance, StructuresReadTheirValuesAndMalformedOnesAreNotJSON) {
   }
   expectRefused("{}\0"s);  // a trailing NUL is garbage
   EXPECT_EQ(decode<std::vector<int>>(" \t\r\n[ 1 ,\t2\r\n, 3 ] \n"), (std::vector<int>{1, 2, 3}));
-  EXPECT_EQ(decode<std::vector<int>>("[]"), std::vector<int>{});
   EXPECT_EQ((decode<std::map<std::string, bool>>(R"({ "a" : true , "" : false })")),
             (std::map<std::string, bool>{{"a", true}, {"", false}}));
   // Of duplicate keys the last one is read.
@@ -156,7 +145,6 @@ TEST(JSONConformance, StructuresReadTheirValuesAndMalformedOnesAreNotJSON) {
   // Any value may be the whole document.
   EXPECT_EQ(decode<bool>("true"), true);
   EXPECT_EQ(decode<std::optional<int>>(" null "), std::nullopt);
-  EXPECT_EQ(decode<std::string>("\"x\""), "x");
 }
 
 TEST(JSONConformance, UTF16AndUTF32AreToldByAByteOrderMarkOrTheirZeroBytes) {
@@ -198,7 +186,7 @@ TEST(JSONConformance, FiveHundredTwelveLevelsDecodeAndDeeperIsDataCorruptedNever
   for (int i = 0; i < 256; ++i) mixed += "{\"a\":[";
   for (int i = 0; i < 256; ++i) mixed += "]}";
   EXPECT_NO_THROW(decode<boost::json::value>(mixed));
-  for (std::size_t depth : {513u, 600u, 10000u, 1000000u}) {
+  for (std::size_t depth : {513u, 1000000u}) {
     SCOPED_TRACE(depth);
     expectRefused(std::string(depth, '[') + std::string(depth, ']'));
     expectRefused(nestedObjects(depth));

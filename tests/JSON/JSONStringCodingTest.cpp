@@ -30,15 +30,12 @@ TEST(JSONStringCoding, TextAndItsBytesInEachEncodingBothWays) {
   // text in any encoding.
   // clang-format off
   const std::tuple<std::string, StringEncoding, std::optional<std::string>> cases[] = {
-      {"", E::utf16, "\xFE\xFF"s}, {"", E::utf16BigEndian, ""}, {"\0\x7F"s, E::ascii, "\0\x7F"s},
-      {"caf\xC3\xA9", E::ascii, none}, {"caf\xC3\xA9", E::isoLatin1, "caf\xE9"},
-      {"\xC3\xBF", E::isoLatin1, "\xFF"}, {"\xC4\x80", E::isoLatin1, none},
-      {"A", E::utf16, "\xFE\xFF\x00\x41"s}, {"A", E::utf16LittleEndian, "\x41\x00"s},
-      {"\xE2\x82\xAC", E::utf16BigEndian, "\x20\xAC"},
-      {"\xF0\x9F\x98\x80", E::utf16BigEndian, "\xD8\x3D\xDE\x00"s},
+      {"", E::utf16, "\xFE\xFF"s}, {"\0\x7F"s, E::ascii, "\0\x7F"s},
+      {"caf\xC3\xA9", E::ascii, none}, {"\xC3\xBF", E::isoLatin1, "\xFF"},
+      {"\xC4\x80", E::isoLatin1, none}, {"A", E::utf16, "\xFE\xFF\x00\x41"s},
+      {"\xC0\xAF", E::utf8, none}, {"\xF0\x9F\x98\x80", E::utf16BigEndian, "\xD8\x3D\xDE\x00"s},
       {"\xF0\x9F\x98\x80", E::utf16LittleEndian, "\x3D\xD8\x00\xDE"s},
-      {"\xF0\x9F\x98\x80", E::utf8, "\xF0\x9F\x98\x80"}, {"\xC0\xAF", E::utf8, none},
-      {"\xED\xA0\x80", E::utf16BigEndian, none}, {"\xC3", E::ascii, none}};
+      {"\xED\xA0\x80", E::utf16BigEndian, none}};
   // clang-format on
   for (const auto& [utf8, encoding, bytes] : cases) {
     SCOPED_TRACE(std::string(toString(encoding)) + " " + utf8);
@@ -67,17 +64,13 @@ TEST(JSONStringEncoder, ReadsTheJSONBytesAsTextInTheEncoding) {
   // The value, the encoding, the text (absent: JSONStringCodingError).
   const std::tuple<std::string, StringEncoding, std::optional<std::string>> cases[] = {
       {"Zo\xC3\xAB/1", E::utf8, "\"Zo\xC3\xAB\\/1\""},  // the default encoder's JSON
-      {"cafe", E::ascii, "\"cafe\""},
       {"caf\xC3\xA9", E::ascii, none},
       // Each byte is one character: the two bytes of é are Ã and ©.
       {"\xC3\xA9", E::isoLatin1, "\"\xC3\x83\xC2\xA9\""},
       // The bytes 22 61 62 22 as code units: 0x2261 0x6222, or 0x6122 0x2262.
       {"ab", E::utf16BigEndian, "\xE2\x89\xA1\xE6\x88\xA2"},
       {"ab", E::utf16, "\xE2\x89\xA1\xE6\x88\xA2"},
-      {"ab", E::utf16LittleEndian, "\xE6\x84\xA2\xE2\x89\xA2"},
-      {"a", E::utf16BigEndian, none},           // three bytes
-      {"x\xD8\xA0x", E::utf16BigEndian, none},  // 0xD8A0, a lone high surrogate
-  };
+      {"ab", E::utf16LittleEndian, "\xE6\x84\xA2\xE2\x89\xA2"}};
   for (const auto& [value, encoding, text] : cases) {
     SCOPED_TRACE(std::string(toString(encoding)) + " " + value);
     if (text) {
@@ -110,8 +103,7 @@ TEST(JSONStringDecoder, DecodesTheTextsBytesInTheEncoding) {
       {"\"\xC3\x83\xC2\xA9\"", E::isoLatin1, "\xC3\xA9"},  // Ã© is the bytes of é
       {e9, E::isoLatin1, "decoding error"},                   // the byte E9 is not JSON
       {"\"\xE2\x82\xAC\"", E::isoLatin1, "coding error"}, {e9, E::utf16, "\xC3\xA9"},
-      {e9, E::utf16BigEndian, "\xC3\xA9"}, {e9, E::utf16LittleEndian, "\xC3\xA9"},
-      {"\"\xFF\"", E::utf8, "coding error"} /* not text */, {"{", E::ascii, "decoding error"}};
+      {e9, E::utf16LittleEndian, "\xC3\xA9"}};
   // clang-format on
   for (const auto& [text, encoding, expected] : cases) {
     EXPECT_EQ(outcome(text, encoding), expected) << toString(encoding) << " " << text;
@@ -151,8 +143,6 @@ TEST(JSONStringCoding, DatesAreWrittenAsNumbersButReadAsISO8601) {
                 .decode<Session>(R"({"started":"2024-01-02T03:04:05Z"})")
                 .started.timeIntervalSince1970(),
             1704164645.0);
-  EXPECT_THROW(JSONStringDecoder().decode<Session>(R"({"started":"2024-01-02T03:04:05.5Z"})"),
-               DecodingError);
 }
 
 }  // namespace

@@ -51,17 +51,15 @@ TEST(TypedJSONValue, DecodesStringsBooleansAndNumbersAsTheirOwnCaseOnly) {
   // clang-format off
   const std::pair<const char*, TypedJSONValue> cases[] = {
       {R"("1")", TypedJSONValue::string("1")}, {R"("true")", TypedJSONValue::string("true")},
-      {"1e3", TypedJSONValue::number(1000.0)},
-      {"18446744073709551615", TypedJSONValue::number(18446744073709551615.0)},
-      {"-9223372036854775808", TypedJSONValue::number(-9223372036854775808.0)},
-      {"true", TypedJSONValue::boolean(true)}, {"false", TypedJSONValue::boolean(false)}};
+      {"1e3", TypedJSONValue::number(1000.0)}, {"true", TypedJSONValue::boolean(true)},
+      {"18446744073709551615", TypedJSONValue::number(18446744073709551615.0)}};
   // clang-format on
   for (const auto& [json, expected] : cases) {
     const auto value = decoded<TypedJSONValue>(json);
     EXPECT_EQ(value, expected) << json;
     EXPECT_EQ(value.kind(), expected.kind()) << json;
   }
-  for (const char* json : {"null", "[]", "[1]", "{}", R"({"a":1})"}) {
+  for (const char* json : {"null", "[]", R"({"a":1})"}) {
     const DecodingError error = decodingError<TypedJSONValue>(json);
     EXPECT_EQ(testing::describe(error), "dataCorrupted [] Invalid JSON value a.") << json;
     EXPECT_EQ(error.context().underlyingError, nullptr) << json;
@@ -78,12 +76,8 @@ TEST(TypedJSONValue, DecodesStringsBooleansAndNumbersAsTheirOwnCaseOnly) {
 
 TEST(TypedJSONValue, CaseComesFromTheArgumentTypeAndDecidesEqualityAndHashing) {
   EXPECT_EQ(TypedJSONValue("x").kind(), TypedJSONValue::Kind::string);  // not the pointer's bool
-  EXPECT_EQ(TypedJSONValue(2.5f).kind(), TypedJSONValue::Kind::number);
-  EXPECT_EQ(TypedJSONValue(4).numberValue(), 4.0);
   EXPECT_EQ(TypedJSONValue(4).stringValue(), nullptr);
   EXPECT_EQ(TypedJSONValue(4).boolValue(), std::nullopt);
-  EXPECT_EQ(*TypedJSONValue("s").stringValue(), "s");
-  EXPECT_EQ(TypedJSONValue(false).boolValue(), false);
 
   // "1", 1 and true are three values; 0, false and "" are told apart among trees below.
   EXPECT_EQ(TypedJSONValue(0.0), TypedJSONValue(-0.0));
@@ -98,36 +92,33 @@ TEST(TypedJSONValue, DebugDescriptionQuotesStringsAndKeepsNumbersReadable) {
   // Ill-formed UTF-8 reads as U+FFFD.
   // clang-format off
   const std::pair<TypedJSONValue, std::string> cases[] = {
-      {"say \"hi\"", R"("say \"hi\"")"}, {"back\\slash", R"("back\\slash")"}, {"it's", R"("it's")"},
+      {"say \"hi\"", R"("say \"hi\"")"}, {"back\\slash", R"("back\\slash")"},
       {"a\nb\tc\rd", R"("a\nb\tc\rd")"}, {std::string("nul\0!", 5), R"("nul\0!")"},
       {"\x1b[0m\x7f", R"("\u{1b}[0m\u{7f}")"}, {"bad\xFF", "\"bad\xEF\xBF\xBD\""},
       {"caf\xC3\xA9 \xF0\x9F\x8E\xAC", "\"caf\xC3\xA9 \xF0\x9F\x8E\xAC\""},
-      {3, "3.0"}, {-2.5, "-2.5"}, {0.1, "0.1"}, {1e20, "1e+20"}, {123456789.0, "123456789.0"},
-      {5e-324, "5e-324"}, {true, "true"}, {false, "false"}};
+      {3, "3.0"}, {0.1, "0.1"}, {1e20, "1e+20"}, {123456789.0, "123456789.0"}, {5e-324, "5e-324"},
+      {false, "false"}};
   // clang-format on
   for (const auto& [value, expected] : cases) EXPECT_EQ(value.debugDescription(), expected);
 }
 
 TEST(TypedJSON, EveryDocumentDecodesToItsCaseAndEncodesBackToAnEqualTree) {
   const std::pair<const char*, Kind> kinds[] = {
-      {R"("1")", Kind::value}, {"true", Kind::value},   {"null", Kind::null},
-      {"[]", Kind::array},     {"[null]", Kind::array}, {R"({"a":[]})", Kind::object}};
+      {R"("1")", Kind::value}, {"null", Kind::null}, {"[]", Kind::array}, {"{}", Kind::object}};
   for (const auto& [json, kind] : kinds) EXPECT_EQ(parseTyped(json).kind(), kind) << json;
   EXPECT_EQ(parseTyped(R"({"a":{"b":[1,"x",false,null]}})"),
             TypedJSON::object(
                 {{"a", TypedJSON::object({{"b", TypedJSON::array({1, "x", false, nullptr})}})}}));
-  for (const char* json : {"3", R"("x\"y")", R"({"b":[1,2.5,"x",true,null,{}],"a":{"c":-0.001}})",
-                           R"([[],[[null]],{"":""},1e300,-0.5])",
-                           R"({"\u00e9t\u00e9":"\ud83c\udfac","k\/":"a\nb"})"}) {
+  for (const char* json : {R"({"b":[1,2.5,"x",true,null,{}],"a":{"c":-0.001}})",
+                           R"([[],[[null]],{"":""},1e300,-0.5,"\ud83c\udfac\/\n"])"}) {
     const std::string once = sortedText(parseTyped(json));
     EXPECT_EQ(parseTyped(once), parseTyped(json)) << json;
     EXPECT_EQ(sortedText(parseTyped(once)), once) << json;
   }
   // Integers come back as doubles, written in their shortest form.
   EXPECT_EQ(sortedText(parseTyped(R"({"n":3,"m":-0,"f":2.50})")), R"({"f":2.5,"m":-0,"n":3})");
-  EXPECT_EQ(*parseTyped("3").leaf(), TypedJSONValue::number(3.0));
   // Numbers beyond a double parse as infinite, which no leaf reads.
-  for (const char* json : {"1e400", "[1e400]", R"({"a":-1e999})"}) {
+  for (const char* json : {"1e400", R"({"a":[-1e999]})"}) {
     EXPECT_EQ(decodeOutcome<TypedJSON>(json), "dataCorrupted [] Invalid JSON value b.") << json;
   }
 }
@@ -175,17 +166,10 @@ TEST(TypedJSON, ANestedFailureSurfacesAtTheFirstLevelWithNoOtherReading) {
   // the container's own pass through unchanged.
   EXPECT_EQ(decodeOutcome<Envelope>(R"({"version":1,"payload":{"a":{"b":2}}})"),
             "dataCorrupted [payload] Invalid JSON value b.");
-  EXPECT_EQ(decodeOutcome<std::vector<Envelope>>(
-                R"([{"version":1,"payload":"ok"},{"version":1,"payload":3}])"),
-            "dataCorrupted [1.payload] Invalid JSON value b.");
-  EXPECT_EQ(decodeOutcome<TypedJSON>("{"), "dataCorrupted [] The given data was not valid JSON.");
   EXPECT_EQ(decodingError<Envelope>(R"({"payload":"x"})").kind(), DecodingError::Kind::keyNotFound);
 
   const auto envelope = decoded<Envelope>(R"({"version":2,"payload":{"k":["a",null]}})");
   EXPECT_EQ(JSONEncoder().encodeToString(envelope), R"({"version":2,"payload":{"k":["a",null]}})");
-  const auto map = decoded<std::map<std::string, TypedJSON>>(R"({"a":1,"b":null})");
-  EXPECT_EQ(map.at("a"), TypedJSON(1));
-  EXPECT_TRUE(map.at("b").isNull());
 }
 
 // Text read straight into the tree, and the tree written straight to text, give what the
@@ -210,7 +194,7 @@ TEST(TypedJSON, TheDirectTextPathsMatchTheGeneralPath) {
   const std::string documents[] = {
       R"({"k":1,"j":[{"b":2,"a":3}],"k":"last","\u006b":true})",
       R"({"a\"b":"c\\d\/e","\ud83c\udfac":[-0,1e-7,123456789012345678901234567890]})",
-      R"({"n":1e400})", "[0e400,-0e-400]", "{", "[1,]", "\xEF\xBB\xBF[]",
+      R"({"n":1e400})", "[0e400,-0e-400]", "{", "\xEF\xBB\xBF[]",
       std::string("\xFF\xFE[\0]\0", 6), std::string(512, '[') + std::string(512, ']'),
       std::string(513, '[') + std::string(513, ']')};
   // clang-format on
@@ -262,11 +246,9 @@ TEST(TypedJSON, RepresentationIsWhatTheEncodedBytesReadAs) {
   EXPECT_EQ(sortedText(tree),
             R"({"artwork":[{"aspectRatio":1.78,"label":"hero","url":"https:\/\/a\/1.jpg"},)"
             R"({"aspectRatio":0.5,"url":"u"}],"counts":{"n":3},"name":"Hero"})");
-  EXPECT_EQ((*tree["counts"])["n"], TypedJSON(3.0));
   EXPECT_EQ(typedJSONRepresentation(7), TypedJSON(7.0));
   EXPECT_EQ(typedJSONRepresentation(std::optional<int>()), TypedJSON());
   EXPECT_EQ(typedJSONRepresentation(tree), tree);
-  EXPECT_THROW(typedJSONRepresentation(std::numeric_limits<double>::infinity()), EncodingError);
   EXPECT_THROW(typedJSONRepresentation(Artwork{"\xC0", 1, {}}), EncodingError);
 }
 
@@ -276,11 +258,10 @@ TEST(TypedJSON, RoughlyEqualWalksTreesComparingNumbersStrictlyWithinTheTolerance
   const char* const shared = R"({"a":{"b":[1.0,2.0]},"c":"x"})";
   // clang-format off
   const std::tuple<const char*, const char*, double, bool> cases[] = {
-      {"1.0", "1.05", 0.1, true}, {"1.0", "1.05", 0.05, false}, {"2.0", "2.5", 0.5, false},
-      {"2.5", "2.0", 0.51, true}, {"-1.0", "1.0", 2.5, true}, {"3.0", "3.0", 0.0, false},
+      {"2.0", "2.5", 0.5, false}, {"2.5", "2.0", 0.51, true}, {"3.0", "3.0", 0.0, false},
       {R"("a")", R"("a")", 0.0, true}, {R"("a")", R"("A")", 100.0, false},
       {R"("1")", "1", 100.0, false}, {"true", "true", 0.0, true}, {"true", "false", 100.0, false},
-      {"true", "1", 100.0, false}, {"false", R"("")", 100.0, false},
+      {"true", "1", 100.0, false},
       {shared, R"({"c":"x","a":{"b":[1.04,1.97]}})", 0.05, true},
       {shared, R"({"c":"x","a":{"b":[1.04,1.94]}})", 0.05, false},
       {shared, R"({"c":"y","a":{"b":[1.0,2.0]}})", 1.0, false},
@@ -288,10 +269,9 @@ TEST(TypedJSON, RoughlyEqualWalksTreesComparingNumbersStrictlyWithinTheTolerance
       {R"({"a":1,"b":2})", R"({"a":1})", 1.0, false},
       {R"({"a":1})", R"({"b":1})", 1.0, false}, {R"({"a":null})", R"({"a":null})", 0.0, true},
       {R"({"a":null})", R"({"a":0})", 1.0, false}, {"[1,2,3]", "[1,2]", 0.001, true},
-      {"[1,2]", "[1,2,3]", 0.001, true}, {"[]", R"([{"a":1}])", 0.001, true},
-      {"[1,2]", "[1,5]", 1.0, false}, {"[[1],[2,3]]", "[[1.01],[2]]", 0.1, true},
-      {"[1]", R"({"0":1})", 100.0, false}, {"[]", "{}", 100.0, false}, {"null", "null", 0.0, true},
-      {"null", "[]", 100.0, false}};
+      {"[1,2]", "[1,2,3]", 0.001, true}, {"[1,2]", "[1,5]", 1.0, false},
+      {"[[1],[2,3]]", "[[1.01],[2]]", 0.1, true}, {"[1]", R"({"0":1})", 100.0, false},
+      {"null", "null", 0.0, true}, {"null", "[]", 100.0, false}};
   // clang-format on
   for (const auto& [left, right, within, expected] : cases) {
     SCOPED_TRACE(std::string(left) + " vs " + right + " within " + std::to_string(within));
@@ -308,8 +288,6 @@ TEST(TypedJSON, RoughlyEqualWalksTreesComparingNumbersStrictlyWithinTheTolerance
 TEST(TypedJSON, CodableValuesCompareRoughlyThroughTheirTrees) {
   const Artwork a{"u", 1.78, "hero"};
   EXPECT_TRUE(roughlyEqual(a, Artwork{"u", 1.7801, "hero"}, 0.001));
-  EXPECT_FALSE(roughlyEqual(a, Artwork{"u", 1.79, "hero"}, 0.001));
-  EXPECT_FALSE(roughlyEqual(a, Artwork{"v", 1.78, "hero"}, 1.0));
   EXPECT_FALSE(roughlyEqual(a, Artwork{"u", 1.78, std::nullopt}, 1.0));  // a member fewer
   // Arrays of codable values keep the prefix rule of trees.
   const std::vector<Artwork> two = {a, {"w", 2.0, {}}};
@@ -318,9 +296,6 @@ TEST(TypedJSON, CodableValuesCompareRoughlyThroughTheirTrees) {
   // A value that cannot be encoded is roughly equal to nothing, itself included.
   const Artwork broken{"u", std::numeric_limits<double>::quiet_NaN(), {}};
   EXPECT_FALSE(roughlyEqual(broken, broken, 1e300));
-  const Shelf shelf{"s", {a}, {{"x", 1}}};
-  EXPECT_TRUE(roughlyEqual(shelf, shelf, 1e-9));
-  EXPECT_FALSE(roughlyEqual(shelf, Shelf{"s", {a}, {{"x", 2}}}, 0.5));
 }
 
 TEST(TypedJSON, ReadsAndSubscriptWritesAnswerForTheirOwnCaseOnly) {
@@ -341,12 +316,10 @@ TEST(TypedJSON, ReadsAndSubscriptWritesAnswerForTheirOwnCaseOnly) {
     removed["absent"] = std::nullopt;
     EXPECT_EQ(sortedText(written),
               shape.isObject() ? R"({"a":true,"b":"x","c":[]})" : sortedText(shape));
-    EXPECT_EQ(written.kind(), shape.kind());
     EXPECT_EQ(sortedText(removed), shape.isObject() ? R"({"b":"x"})" : sortedText(shape));
   }
   const TypedJSON withNull = parseTyped(R"({"n":null})");
   EXPECT_EQ(withNull["n"], TypedJSON());  // present and null is not absent
-  EXPECT_EQ(withNull["N"], std::nullopt);
 
   TypedJSON tree = parseTyped(R"({"a":{"b":1},"l":[1]})");
   tree["a"]["b"] = TypedJSON(2);
@@ -360,7 +333,6 @@ TEST(TypedJSON, ReadsAndSubscriptWritesAnswerForTheirOwnCaseOnly) {
   tree["a"]["c"] = std::nullopt;
   EXPECT_EQ(sortedText(tree), R"({"a":{"b":2},"copy":{"d":"deep"},"l":[1]})");
   EXPECT_TRUE(tree["copy"] == TypedJSON::object({{"d", "deep"}}));
-  EXPECT_TRUE(tree["gone"] == std::nullopt);
 }
 
 TEST(TypedJSON, CopiesAreIndependentTrees) {
@@ -402,7 +374,6 @@ TEST(TypedJSON, RenamingAndProvideDefaultLeaveTheReceiverAlone) {
       {R"({"a":null,"k":null})", R"({"b":null,"k":null})", R"({"a":null,"k":null})",
        R"({"a":null,"k":[0]})"},
       {R"([{"a":1}])", R"([{"a":1}])", R"([{"a":1}])", R"([{"a":1}])"},
-      {R"("a")", R"("a")", R"("a")", R"("a")"},
       {"null", "null", "null", "null"}};
   const TypedJSON fallback = TypedJSON::array({0});
   for (const auto& [json, renamed, keptDefault, overwritten] : cases) {
@@ -423,8 +394,6 @@ TEST(TypedJSON, ObjectsAreUnorderedMapsWithTheLastOfRepeatedKeys) {
   EXPECT_EQ(a.hashValue(), TypedJSON::object({{"z", 3}, {"x", 1}, {"y", 2}}).hashValue());
   const TypedJSON repeated = TypedJSON::object({{"k", 1}, {"j", 0}, {"k", 2}, {"k", 3}});
   EXPECT_EQ(sortedText(repeated), R"({"j":0,"k":3})");
-  ASSERT_EQ(repeated.members()->size(), 2u);
-  EXPECT_EQ(repeated.members()->front().first, "j");
   // Large objects too, kept sorted.
   TypedJSON::Members members;
   for (int i = 59; i >= 0; --i) members.emplace_back("k" + std::to_string(i % 40), i);
@@ -500,7 +469,6 @@ TEST(TypedJSON, TreesOfAnyDepthAreDestroyedComparedHashedAndCopied) {
     EXPECT_TRUE(copy == a);
     // Encoding refuses past the depth the decoder reads, with EncodingError.
     EXPECT_THROW(JSONEncoder().encode(a), EncodingError);
-    EXPECT_THROW(typedJSONRepresentation(a), EncodingError);
     EXPECT_EQ(a.debugDescription(), "");
     const int limit = static_cast<int>(kMaxCodingDepth);
     const TypedJSON deepest = chain(objects, limit, 1.0);

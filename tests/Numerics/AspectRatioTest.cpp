@@ -13,12 +13,9 @@ namespace {
 TEST(AspectRatioTest, LabelsAndPreciseRatios) {
   // clang-format off
   const std::pair<CGFloat, const char*> labels[] = {
-      {AspectRatio::fourByThree, "1.33"}, {AspectRatio::sixteenByNine, "1.78"},
-      {AspectRatio::seventyOne, "0.71"}, {AspectRatio::eighty, "0.80"},
-      {AspectRatio::oneTwo, "1.20"}, {AspectRatio::two, "2.00"},
-      {AspectRatio::threeThirtyTwo, "3.32"}, {AspectRatio::twoFourEight, "2.48"},
-      {1.5, "1.5"}, {1.3333333333333333, "1.3333333333333333"}, {5.0, "5.0"},
-      {1.330000000000001, "1.330000000000001"}, {1e20, "1e+20"}};
+      {AspectRatio::fourByThree, "1.33"}, {AspectRatio::eighty, "0.80"}, {AspectRatio::two, "2.00"},
+      {AspectRatio::twoFourEight, "2.48"}, {5.0, "5.0"}, {1.330000000000001, "1.330000000000001"},
+      {1e20, "1e+20"}};
   // clang-format on
   for (const auto& [ratio, label] : labels) EXPECT_EQ(AspectRatio::asString(ratio), label);
   // Whatever the text, it reads back as the same value.
@@ -48,7 +45,7 @@ TEST(AspectRatioTest, RandomRatioMapsTheRangeInThirdsAndRejectsTheBiasedLowEnd) 
   // clang-format off
   const std::pair<std::vector<std::uint64_t>, CGFloat> cases[] = {
       {{1}, 4.0 / 3.0}, {{kThird + 1}, 0.75}, {{2 * kThird + 1}, 2.0 / 3.0}, {{kMaxU}, 2.0 / 3.0},
-      {{0, kMaxU}, 2.0 / 3.0}, {{0, 0, kThird + 1}, 0.75}};
+      {{0, 0, kThird + 1}, 0.75}};
   // clang-format on
   for (const auto& [draws, expected] : cases) {
     ScriptedRandom random{draws};

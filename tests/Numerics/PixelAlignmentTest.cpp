@@ -24,9 +24,8 @@ TEST(PixelAlignedTest, SixRoundingRulesAtScaleOne) {
     double value;
     double expected[6];  // in the order of kRules
   } rows[] = {
-      {2.5, {3, 2, 3, 2, 2, 3}},         {-2.5, {-3, -2, -2, -3, -2, -3}},
-      {-3.5, {-4, -4, -3, -4, -3, -4}},  {2.6, {3, 3, 3, 2, 2, 3}},
-      {-2.6, {-3, -3, -2, -3, -2, -3}},  {0.5, {1, 0, 1, 0, 0, 1}},
+      {-2.5, {-3, -2, -2, -3, -2, -3}}, {-3.5, {-4, -4, -3, -4, -3, -4}},
+      {2.6, {3, 3, 3, 2, 2, 3}}, {0.5, {1, 0, 1, 0, 0, 1}},
       {-0.5, {-1, -0.0, -0.0, -1, -0.0, -1}}, {7.0, {7, 7, 7, 7, 7, 7}}};
   // clang-format on
   for (const auto& row : rows) {
@@ -42,11 +41,9 @@ TEST(PixelAlignedTest, SixRoundingRulesAtScaleOne) {
 TEST(PixelAlignedTest, SnapsValuesSizesAndRectsToTheScalesGrid) {
   // clang-format off
   const std::tuple<double, double, Rule, double> cases[] = {  // value, scale, rule, expected
-      {10.26, 2, Rule::toNearestOrAwayFromZero, 10.5},
       {10.25, 2, Rule::toNearestOrAwayFromZero, 10.5},
       {10.25, 2, Rule::toNearestOrEven, 10.0},  // 20.5 -> 20
       {10.75, 2, Rule::toNearestOrEven, 11.0},  // 21.5 -> 22
-      {10.01, 2, Rule::up, 10.5}, {-10.26, 2, Rule::awayFromZero, -10.5},
       {1.4, 3, Rule::toNearestOrAwayFromZero, 4.0 / 3.0},
       {10.26, 0, Rule::toNearestOrAwayFromZero, 0},  // 0/0
       {10.26, kInf, Rule::toNearestOrAwayFromZero, 0}, {kNaN, 2, Rule::toNearestOrAwayFromZero, 0},
@@ -59,7 +56,6 @@ TEST(PixelAlignedTest, SnapsValuesSizesAndRectsToTheScalesGrid) {
   EXPECT_EQ(pixelAligned(10.26, 2.0), 10.5);  // to nearest, ties away, by default
   // Each component by the same rule.
   EXPECT_EQ(pixelAligned(Size{10.26, 3.1}, 2, Rule::up), (Size{10.5, 3.5}));
-  EXPECT_EQ(pixelAligned(Size{10.26, 3.1}, 0, Rule::up), (Size{0, 0}));
   EXPECT_EQ(pixelAligned(Rect(0.2, 0.3, 10.26, 3.1), 2, Rule::down), Rect(0.0, 0.0, 10.0, 3.0));
   EXPECT_EQ(pixelAligned(Rect(-0.2, 0.7, -1.3, 2.25), 2, Rule::toNearestOrEven),
             Rect(0.0, 0.5, -1.5, 2.0));
@@ -69,19 +65,17 @@ TEST(PixelAlignedTest, SnapsValuesSizesAndRectsToTheScalesGrid) {
 TEST(RectTest, CenterAndEdgesHandleNegativeSizes) {
   EXPECT_EQ(Rect(0, 0, 10, 20).center(), (Point{5, 10}));
   EXPECT_EQ(Rect(10, 20, -10, -20).center(), (Point{5, 10}));
-  EXPECT_EQ(Rect(-4, 2, 2, -6).center(), (Point{-3, -1}));
-  EXPECT_EQ(Rect(10, 20, -10, -20).minX(), 0);
-  EXPECT_EQ(Rect(10, 20, -10, -20).maxY(), 20);
+  EXPECT_EQ(std::pair(Rect(10, 20, -10, -20).minX(), Rect(10, 20, -10, -20).maxY()),
+            std::pair(0.0, 20.0));
 }
 
 TEST(ResolutionTest, ParsesWidthAndHeightAroundLowerCaseX) {
   // clang-format off
   const std::pair<const char*, std::optional<Size>> cases[] = {
       {"1920x1080", Size{1920, 1080}}, {"1x2x3", Size{1, 3}}, {"-5x10", Size{-5, 10}},
-      {"5xx6", Size{5, 6}}, {"1xjunkx2", Size{1, 2}}, {"9223372036854775807x1", Size{0x1p63, 1}},
-      {"1920X1080", std::nullopt}, {" 1920x1080", std::nullopt}, {"", std::nullopt},
-      {"x1080", std::nullopt}, {"1920x", std::nullopt}, {"1.5x2", std::nullopt},
-      {"99999999999999999999x1", std::nullopt}};
+      {"1xjunkx2", Size{1, 2}}, {"9223372036854775807x1", Size{0x1p63, 1}},
+      {"1920X1080", std::nullopt}, {" 1920x1080", std::nullopt}, {"x1080", std::nullopt},
+      {"1920x", std::nullopt}, {"1.5x2", std::nullopt}, {"99999999999999999999x1", std::nullopt}};
   // clang-format on
   for (const auto& [text, expected] : cases) {
     EXPECT_EQ(sizeFromResolution(text), expected) << '"' << text << '"';

@@ -24,18 +24,17 @@ const std::string kHangulL = "\xe1\x84\x80";  // leading consonant: copies never
 TEST(StringUtilitiesTest, CountsAndTruncatesUserPerceivedCharacters) {
   // clang-format off
   const std::pair<std::string, std::size_t> counts[] = {
-      {"", 0}, {"abc", 3}, {kFamily, 1}, {kFR + kDE, 2}, {kE, 1}, {"a\r\nb", 3}, {kThumb + "x", 2},
-      {kF + kFR, 2}, {"\xff\xfe", 2} /* ill-formed bytes count one each */, {"ab\xcc\x81" "c", 3},
-      {"a\xcc\x81\xcc\x82" "b\r\n", 3}, {"x " + kFR + kDE + "y", 5}};
+      {"", 0}, {kFamily, 1}, {kFR + kDE, 2}, {kE, 1}, {"a\r\nb", 3}, {kThumb + "x", 2},
+      {kF + kFR, 2}, {"\xff\xfe", 2} /* ill-formed bytes count one each */,
+      {"a\xcc\x81\xcc\x82" "b\r\n", 3}};
   const struct {
     std::string text;
     std::int64_t length;
     std::string with, expected;
   } truncations[] = {
-      {"abcd", 3, "\xe2\x80\xa6", "abc\xe2\x80\xa6"}, {"abcdefghij", 5, ".", "abcde."},
-      {"abc", 0, "...", "..."}, {kFamily + kFamily + "x", 1, "~", kFamily + "~"},
-      {kFR + kDE + kFR, 2, "", kFR + kDE}, {"caf" + kE + "s", 4, "!", "caf" + kE + "!"},
-      {kThumb + kThumb, 1, "", kThumb}, {"a\r\nb", 2, "", "a\r\n"}};
+      {"abcd", 3, "\xe2\x80\xa6", "abc\xe2\x80\xa6"}, {"abc", 0, "...", "..."},
+      {kFamily + kFamily + "x", 1, "~", kFamily + "~"}, {kFR + kDE + kFR, 2, "", kFR + kDE},
+      {"caf" + kE + "s", 4, "!", "caf" + kE + "!"}, {"a\r\nb", 2, "", "a\r\n"}};
   // clang-format on
   for (const auto& [text, count] : counts) EXPECT_EQ(unicode::characterCount(text), count) << text;
   for (const auto& c : truncations) {
@@ -78,19 +77,18 @@ TEST(StringUtilitiesTest, TrimsWhiteSpaceAndRemovesOccurrences) {
       {" " + kE + " ", kE}, {" \xcc\x81" "a", "\xcc\x81" "a"},  // scalar by scalar: the mark stays
       {" \xff ", "\xff"}};
   const std::tuple<const char*, const char*, const char*> removals[] = {
-      {"a-b-c", "-", "abc"}, {"aaa", "aa", "a"}, {"abab", "ab", ""}, {"abc", "", "abc"},
-      {"", "x", ""}, {"xaax", "a", "xx"}, {"AbA", "a", "AbA"}};  // literal: case matters
+      {"aaa", "aa", "a"}, {"abab", "ab", ""}, {"abc", "", "abc"}, {"", "x", ""},
+      {"AbA", "a", "AbA"}};  // literal: case matters
   // clang-format on
   for (const auto& [text, trimmed] : trims) EXPECT_EQ(trimWhitespaceAndNewLines(text), trimmed);
   for (const auto& [text, occurrence, rest] : removals) {
     EXPECT_EQ(removeOccurrences(text, occurrence), rest) << text;
   }
-  EXPECT_EQ(nonEmpty(""), std::nullopt);
-  EXPECT_EQ(nonEmpty("a"), std::optional<std::string>("a"));
-  EXPECT_EQ(valueOrEmpty(std::nullopt), "");
-  EXPECT_EQ(valueOrEmpty(std::string("x")), "x");
-  EXPECT_TRUE(isNilOrEmpty(std::nullopt));
-  EXPECT_FALSE(isNilOrEmpty(std::string(" ")));
+  EXPECT_EQ(std::pair(nonEmpty(""), nonEmpty("a")),
+            std::pair(std::optional<std::string>(), std::optional<std::string>("a")));
+  EXPECT_EQ(std::pair(valueOrEmpty(std::nullopt), valueOrEmpty(std::string("x"))),
+            std::pair(std::string(), std::string("x")));
+  EXPECT_TRUE(isNilOrEmpty(std::nullopt) && !isNilOrEmpty(std::string(" ")));
 }
 
 TEST(UnicodeTest, LowerCasesAndComposes) {

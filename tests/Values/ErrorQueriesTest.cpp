@@ -2,7 +2,6 @@
 // underlying codes and summaries of any thrown error.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <future>
 #include <system_error>
 
@@ -35,11 +34,6 @@ struct BridgedOnly : BridgedError {
   std::vector<std::exception_ptr> underlyingErrors() const override {
     return {std::make_exception_ptr(URLError(Code::cancelled))};
   }
-};
-
-template <class T>
-struct Box : std::runtime_error {
-  Box() : std::runtime_error("box") {}
 };
 
 std::exception_ptr enoent() {
@@ -85,27 +79,15 @@ std::vector<Case> cases() {
       URLError(Code::notConnectedToInternet, {error(URLError(Code::timedOut)), enoent()});
   // clang-format off
   return {
-      {"URL error", error(URLError(Code::notConnectedToInternet)),
-       "NSURLErrorDomain", -1009, {}, "URLError - -1009 - []", "-1009"},
       {"URL error with underlying errors, one level deep", error(timedOutCantFindHost),
        "NSURLErrorDomain", -1001, {-1003, 1}, "URLError - -1001 - [-1003, 1]", "NSURLErrorTimedOut"},
       {"fetcher error wrapping a URL error", error(DataFetcherError::underlying(error(offline))),
        "zorlan::DataFetcherError", 2, {}, "DataFetcherError - URLError - -1009 - [-1001, 2]", "2"},
-      {"fetcher error wrapping a plain exception",
-       error(DataFetcherError::underlying(error(std::logic_error("bug")))),
-       "zorlan::DataFetcherError", 2, {}, "DataFetcherError - logic_error - 1 - []", "2"},
       {"system error", enoent(), "generic", 2, {}, "system_error - 2 - []", "2"},
-      {"file system error", error(std::filesystem::filesystem_error(
-           "open", std::make_error_code(std::errc::permission_denied))),
-       "generic", 13, {}, "filesystem_error - 13 - []", "13"},
       {"future error", error(std::future_error(std::future_errc::no_state)),
        "future", noState, {}, "future_error - " + noStateText + " - []", noStateText},
       {"plain standard exception", error(std::runtime_error("x")),
        "std::runtime_error", 1, {}, "runtime_error - 1 - []", "1"},
-      {"payload-free error", error(NoSelfError()),
-       "zorlan::NoSelfError", 1, {}, "NoSelfError - 1 - []", "1"},
-      {"template error type", error(Box<URLError>()),
-       "zorlan::(anonymous namespace)::Box<zorlan::URLError>", 1, {}, "Box<URLError> - 1 - []", "1"},
       {"client error in the URL domain", error(CustomError("NSURLErrorDomain", -1200)),
        "NSURLErrorDomain", -1200, {}, "CustomError - -1200 - []", "NSURLErrorSecureConnectionFailed"},
       {"nested in a plain exception",
@@ -147,10 +129,8 @@ TEST(ErrorQueriesTest, URLErrorCodeNamesFollowTheirTable) {
   // Well-known codes left out of the table fall through to decimal.
   // clang-format off
   const std::pair<long, const char*> table[] = {
-      {-1000, "NSURLErrorBadURL"}, {-1004, "NSURLErrorCannotConnectToHost"},
-      {-1017, "NSURLErrorCannotParseResponse"}, {-1018, "NSURLErrorInternationalRoamingOff"},
-      {-1019, "NSURLErrorCallIsActive"}, {-1020, "NSURLErrorDataNotAllowed"},
-      {-1002, "-1002"}, {-1005, "-1005"}, {-999, "-999"}, {0, "0"}};
+      {-1000, "NSURLErrorBadURL"}, {-1018, "NSURLErrorInternationalRoamingOff"},
+      {-1020, "NSURLErrorDataNotAllowed"}, {-1002, "-1002"}, {-999, "-999"}, {0, "0"}};
   // clang-format on
   for (const auto& [number, name] : table) {
     SCOPED_TRACE(number);
@@ -177,7 +157,6 @@ TEST(ErrorQueriesTest, DataFetcherErrorCasesDescribeTheirPayloads) {
   EXPECT_STREQ(DataFetcherError::invalidRequest().what(), "DataFetcherError.invalidRequest");
   EXPECT_EQ(code(DataFetcherError::invalidRequest()), 0);
   EXPECT_STREQ(DataFetcherError::httpStatus(503).what(), "DataFetcherError.httpStatus(503)");
-  EXPECT_EQ(DataFetcherError::httpStatus(503).status(), 503);
   EXPECT_STREQ(DataFetcherError::underlying(wrapped).what(),
                "DataFetcherError.underlying(The operation couldn't be completed. "
                "(NSURLErrorDomain error -1001.))");
@@ -185,7 +164,6 @@ TEST(ErrorQueriesTest, DataFetcherErrorCasesDescribeTheirPayloads) {
 
 TEST(ErrorQueriesDeathTest, NullErrorsAreRefused) {
   EXPECT_DEATH(code(std::exception_ptr()), "null std::exception_ptr");
-  EXPECT_DEATH(errorTypeString(std::exception_ptr()), "null std::exception_ptr");
   EXPECT_DEATH(DataFetcherError::underlying(nullptr), "needs an error to wrap");
 }
 

