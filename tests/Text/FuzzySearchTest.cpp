@@ -39,8 +39,9 @@ TEST(FuzzyMatchScoreTest, WorkedValues) {
     std::string candidate, term;
     std::optional<float> expected;
   } cases[] = {
+      {"hello", "hl", 1.0f}, {"hello", "he", 2.0f},  // the worked values of the header
       {"hello", "hel", 3.0f}, {"hello", "ho", 2.0f - std::sqrt(3.0f)},  // a gap of three costs √3
-      {"Apple", "ap", 2.0f}, {"apple", "AP", 2.0f}, {"Apple", "x", std::nullopt},
+      {"Apple", "AP", 2.0f}, {"apple", "AP", 2.0f}, {"Apple", "x", std::nullopt},
       {"Apple", "", std::nullopt}, {"", "a", std::nullopt},
       {"Apple", "ax", std::nullopt},  // the last character must match somewhere
       {"Apple", "aze", 1.0f},  // an unchained character starts over at 1.0
