@@ -36,9 +36,6 @@ TEST_F(DeviceTest, FamilyDecidesEachTestAndThePlatformValue) {
     EXPECT_EQ(device::platform<int>(1, 2, 3, 0), c.chosen);
     EXPECT_EQ(device::platform<int>(std::nullopt, std::nullopt, std::nullopt, 9), 9);
   }
-  Device::setCatalyst(true);
-  EXPECT_TRUE(device::isCatalyst());
-  Device::setCatalyst(false);
 }
 
 TEST_F(DeviceTest, CapacityOfTheHomeVolumeOrAbsentWithADebugReport) {

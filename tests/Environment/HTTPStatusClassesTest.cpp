@@ -20,8 +20,6 @@ TEST(HTTPStatusClassesTest, EachClassIsItsRangesKnownCodesAscending) {
     }
     EXPECT_EQ(*classes[i], expected) << "class " << i + 1;
   }
-  EXPECT_EQ(HTTPStatusClasses::successCodes().front(), 200);
-  EXPECT_EQ(HTTPStatusClasses::successCodes().back(), 226);
 }
 
 TEST(HTTPStatusClassesTest, AReplacedServerErrorListReachesLaterReaders) {

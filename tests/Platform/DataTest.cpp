@@ -26,11 +26,5 @@ TEST(Data, Base64BothWaysAndMalformedTextIsAbsent) {
   }
 }
 
-TEST(Data, BytesAndText) {
-  EXPECT_EQ(Data("a\0b").size(), 1u);  // from a C string: up to the NUL
-  EXPECT_EQ(Data(std::string_view("a\0b", 3)).toString(), std::string("a\0b", 3));
-  EXPECT_NE(Data("a"), Data("b"));
-}
-
 }  // namespace
 }  // namespace zorlan

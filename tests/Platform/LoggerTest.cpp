@@ -39,12 +39,5 @@ TEST(LoggerTest, MessageEventJSONCarriesMessageTimeAndSource) {
   EXPECT_EQ(json.at("info").at("k"), "v");
 }
 
-TEST(LoggerTest, SharedLoggerIsOnWithAConsoleSink) {
-  Logger& shared = Logger::shared();
-  EXPECT_TRUE(shared.isEnabled());
-  ASSERT_FALSE(shared.sinks().empty());
-  EXPECT_NE(dynamic_cast<OSLogSink*>(shared.sinks()[0].get()), nullptr);
-}
-
 }  // namespace
 }  // namespace zorlan
