@@ -444,12 +444,6 @@ const std::array<float, 65> kShortRoots = [] {
   return roots;
 }();
 
-constexpr std::array<float, 64> kOnes = [] {
-  std::array<float, 64> ones{};
-  for (float& one : ones) one = 1.0f;
-  return ones;
-}();
-
 // The choices of one row's entries: for each position p of the row before
 // (bit p of `before`), the best of that row's entries at or before p, as the
 // scorer chooses: starting at position 0 whatever that entry holds (even
@@ -551,13 +545,32 @@ PackedScore scoreMasks(const std::uint64_t* masks, std::size_t m, bool firstElse
     const std::uint64_t next = rows[t + 1];
     rows[t] = next == 0 ? 0 : masks[t] & ((std::uint64_t{2} << (63 - __builtin_clzll(next))) - 1);
   }
+  // The second row's entries straight from the first row's positions: its
+  // entries are all 1.0, so each choice is the last of them at or before j.
+  const auto secondRowEntry = [first = rows[0]](std::uint32_t j) {
+    const std::uint64_t atOrBefore = first & ((std::uint64_t{2} << j) - 1);
+    const auto q = static_cast<std::uint32_t>(63 - __builtin_clzll(atOrBefore | 1u));
+    return selectFloat(atOrBefore != 0, (1.0f + 1.0f) - kShortRoots[j - q], 1.0f);
+  };
+  if (m == 2) {
+    std::uint64_t at = rows[1];
+    float result = secondRowEntry(static_cast<std::uint32_t>(__builtin_ctzll(at)));
+    for (at &= at - 1; at != 0; at &= at - 1) {
+      result = keepGreater(result, secondRowEntry(static_cast<std::uint32_t>(__builtin_ctzll(at))));
+    }
+    return packScore(result);
+  }
   // The rows' entries by position (only those at the row's positions are
   // read).
   Choices choices;
   float rowA[64], rowB[64];
-  const float* previous = kOnes.data();  // the first row
-  float* current = rowA;
-  for (std::size_t t = 1; t + 1 < m; ++t) {
+  for (std::uint64_t at = rows[1]; at != 0; at &= at - 1) {
+    const auto j = static_cast<std::uint32_t>(__builtin_ctzll(at));
+    rowA[j] = secondRowEntry(j);
+  }
+  const float* previous = rowA;
+  float* current = rowB;
+  for (std::size_t t = 2; t + 1 < m; ++t) {
     choices.take(rows[t - 1], previous);
     for (std::uint64_t at = rows[t]; at != 0; at &= at - 1) {
       const auto j = static_cast<std::uint32_t>(__builtin_ctzll(at));
@@ -1164,7 +1177,7 @@ void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>&
     return;
   }
   // Without NaN the stable order is unique; a radix sort finds it in at most
-  // four passes over keys that order like the scores, highest first (0 and
+  // three passes over keys that order like the scores, highest first (0 and
   // -0 compare equal, so both get the key of 0).
   const auto keyOf = [](float score) noexcept {
     std::uint32_t bits;
@@ -1173,24 +1186,31 @@ void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>&
     const std::uint32_t ascending = (bits & 0x80000000u) ? ~bits : (bits | 0x80000000u);
     return ~ascending;
   };
-  std::array<std::array<std::uint32_t, 256>, 4> counts{};
+  // Three digits of 11 bits (the counts of a digit fit in the first-level
+  // cache): one pass fewer than bytes.
+  constexpr int kDigits = 3;
+  constexpr int kBits = 11;
+  constexpr std::uint32_t kMask = (1u << kBits) - 1;
+  std::vector<std::uint32_t> counts(std::size_t{kDigits} << kBits, 0);
   for (const FuzzyKept& entry : kept) {
     const std::uint32_t key = keyOf(entry.score);
-    for (int digit = 0; digit < 4; ++digit) ++counts[digit][(key >> (8 * digit)) & 0xFFu];
+    for (int digit = 0; digit < kDigits; ++digit) {
+      ++counts[(static_cast<std::size_t>(digit) << kBits) | ((key >> (kBits * digit)) & kMask)];
+    }
   }
   spare.resize(n);
-  for (int digit = 0; digit < 4; ++digit) {
-    auto& count = counts[digit];
-    if (count[(keyOf(kept[0].score) >> (8 * digit)) & 0xFFu] == n) continue;  // one value
+  for (int digit = 0; digit < kDigits; ++digit) {
+    std::uint32_t* count = counts.data() + (static_cast<std::size_t>(digit) << kBits);
+    const int shift = kBits * digit;
+    if (count[(keyOf(kept[0].score) >> shift) & kMask] == n) continue;  // one value
     std::uint32_t offset = 0;
-    for (auto& c : count) {
-      const std::uint32_t here = c;
-      c = offset;
+    for (std::uint32_t i = 0; i <= kMask; ++i) {
+      const std::uint32_t here = count[i];
+      count[i] = offset;
       offset += here;
     }
-    for (const FuzzyKept& entry : kept) {
-      spare[count[(keyOf(entry.score) >> (8 * digit)) & 0xFFu]++] = entry;
-    }
+    for (const FuzzyKept& entry : kept)
+      spare[count[(keyOf(entry.score) >> shift) & kMask]++] = entry;
     kept.swap(spare);
   }
 }
