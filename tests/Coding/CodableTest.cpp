@@ -74,22 +74,33 @@ TEST(Codable, ValuesOfEachKindRoundTripThroughTheirText) {
             std::nullopt);
   EXPECT_EQ(decoder.decode<std::set<int>>("[3,1,3]"), (std::set<int>{1, 3}));
   EXPECT_EQ(decoder.decode<Table>(R"({"a":[1.5],"b":[]})"), (Table{{"a", {1.5}}, {"b", {}}}));
+  JSONEncoder sorted;
+  sorted.outputFormatting.sortedKeys = true;
+  EXPECT_EQ(sorted.encodeToString(Table{{"b", {}}, {"a", {1.5}}}), R"({"a":[1.5],"b":[]})");
   // Enumerations code as their raw values.
   EXPECT_EQ(encoder.encodeToString(std::vector<Quality>{Quality::uhd, Quality::sd}),
             R"(["uhd","sd"])");
   EXPECT_EQ(encoder.encodeToString(std::vector<Level>{Level::high, Level::low}), "[50,1]");
   EXPECT_EQ(encoder.encodeToString(std::vector<Channel>{surround, stereo}), R"(["5.1","2.0"])");
+  EXPECT_EQ(decoder.decode<std::vector<Quality>>(R"(["hd","uhd"])"),
+            (std::vector<Quality>{Quality::hd, Quality::uhd}));
   EXPECT_EQ(decoder.decode<Channel>(R"("5.1")"), surround);
   const Stream stream = decoder.decode<Stream>(R"({"quality":"hd","level":50})");
   EXPECT_EQ(std::pair(stream.quality, stream.level),
             std::pair(Quality::hd, std::optional(Level::high)));
   // Numbers: floats write their own shortest form, not the widened double's digits.
+  EXPECT_EQ(encoder.encodeToString(std::vector<double>{3.0, -0.25, 1e100}), "[3,-0.25,1e+100]");
   EXPECT_EQ(encoder.encodeToString(std::vector<float>{0.1f, 1.7f, 3.0f}), "[0.1,1.7,3]");
   EXPECT_EQ(decoder.decode<float>(encoder.encodeToString(0.1f)), 0.1f);
+  EXPECT_EQ(encoder.encodeToString(std::vector<Int64>{std::numeric_limits<Int64>::min(), 42}),
+            "[-9223372036854775808,42]");
+  EXPECT_EQ(encoder.encodeToString(std::numeric_limits<std::uint64_t>::max()),
+            "18446744073709551615");
   EXPECT_EQ(encoder.encodeToString(std::vector<bool>{true, false}), "[true,false]");
   EXPECT_EQ(decoder.decode<std::uint8_t>("255.0"), 255);
   EXPECT_EQ(decoder.decode<Int64>("-9.2233720368547758e18"), std::numeric_limits<Int64>::min());
   EXPECT_EQ(decoder.decode<Int64>("9007199254740993"), 9007199254740993);  // exact
+  EXPECT_EQ(codingTypeName<Artwork>(), "Artwork");
   EXPECT_EQ(codingTypeName<std::vector<std::optional<Int64>>>(), "Array<Optional<Int>>");
   EXPECT_EQ((codingTypeName<std::map<std::string, double>>()), "Dictionary<String, Double>");
 }
@@ -110,23 +121,35 @@ TEST(Codable, DecodingErrorsNameTheirKindPathAndReason) {
        "typeMismatch [label] Expected to decode String but found number instead."},
       {decodeOutcome<Rail>, R"({"title":"t","items":[],"counts":{"a":"1"}})",
        "typeMismatch [counts.a] Expected to decode Int32 but found a string instead."},
+      {decodeOutcome<Table>, R"({"a":[1,"x"]})",
+       "typeMismatch [a.1] Expected to decode Double but found a string instead."},
       {decodeOutcome<Data>, R"("AAE")", "dataCorrupted [] Encountered Data is not valid Base64."},
       {decodeOutcome<Date>, R"("0")", mismatch + "Double but found a string instead."},
       {decodeOutcome<URL>, R"("not a url")", "dataCorrupted [] Invalid URL string."},
       // Enumerations refuse raw values they do not know.
+      {decodeOutcome<Quality>, R"("4k")",
+       "dataCorrupted [] Cannot initialize Quality from invalid String value 4k"},
       {decodeOutcome<Quality>, R"("HD")",
        "dataCorrupted [] Cannot initialize Quality from invalid String value HD"},
       {decodeOutcome<Level>, "7",
        "dataCorrupted [] Cannot initialize Level from invalid Int32 value 7"},
       {decodeOutcome<Level>, R"("1")", mismatch + "Int32 but found a string instead."},
       {decodeOutcome<Quality>, "0", mismatch + "String but found number instead."},
+      {decodeOutcome<Stream>, R"({"quality":"sd","level":2})",
+       "dataCorrupted [level] Cannot initialize Level from invalid Int32 value 2"},
       {decodeOutcome<Int64>, "true", mismatch + "Int but found bool instead."},
       {decodeOutcome<Int64>, "null", "valueNotFound [] Expected Int value but found null instead."},
+      {decodeOutcome<Int64>, "[1]", mismatch + "Int but found an array instead."},
+      {decodeOutcome<double>, "false", mismatch + "Double but found bool instead."},
       {decodeOutcome<bool>, "1", mismatch + "Bool but found number instead."},
-  };
+      {decodeOutcome<bool>, "\"true\"", mismatch + "Bool but found a string instead."},
+      {decodeOutcome<std::string>, "{}", mismatch + "String but found a dictionary instead."}};
   for (const auto& [decode, json, expected] : cases) {
     EXPECT_EQ(decode(json, JSONDecoder()), expected) << json;
   }
+  const DecodingError error = decodingError<Rail>(R"({"title":"t","items":[{"url":7}]})");
+  EXPECT_EQ(error.type(), "String");
+  EXPECT_EQ(error.context().codingPath[1], CodingKey::index(0));
   EXPECT_EQ(decodingError<Artwork>(R"({"url":"u"})").key()->stringValue, "aspectRatio");
 }
 
@@ -142,6 +165,7 @@ TEST(Codable, NumbersDecodeOnlyIntoTypesThatHoldThem) {
       {decodeOutcome<std::int8_t>, "127"}, {decodeOutcome<std::int8_t>, "128", "128", "Int8"},
       {decodeOutcome<std::uint8_t>, "-1", "-1", "UInt8"},
       {decodeOutcome<std::uint8_t>, "256.0", "256", "UInt8"},
+      {decodeOutcome<std::int16_t>, "32768", "32768", "Int16"},
       {decodeOutcome<std::int32_t>, "2147483648", "2147483648", "Int32"},
       {decodeOutcome<Int64>, "9223372036854775808", "9223372036854775808", "Int"},
       {decodeOutcome<Int64>, "9.2233720368547758e18", "9223372036854775808", "Int"},
@@ -150,6 +174,8 @@ TEST(Codable, NumbersDecodeOnlyIntoTypesThatHoldThem) {
       {decodeOutcome<std::uint64_t>, "-0"}, {decodeOutcome<double>, "18446744073709551615"},
       // Beyond double: infinity, which no number type holds.
       {decodeOutcome<double>, "1e400", "inf", "Double"},
+      {decodeOutcome<double>, "-1e400", "-inf", "Double"},
+      {decodeOutcome<double>, "1.8e308", "inf", "Double"},
       {decodeOutcome<float>, "3.4e38"}, {decodeOutcome<float>, "1e39", "1e+39", "Float"}};
   // clang-format on
   for (const Case& c : cases) {
@@ -214,8 +240,12 @@ TEST(Codable, DateAndDataStrategies) {
             "dataCorrupted [1] Expected date string to be ISO8601-formatted.");
   JSONEncoder isoEncoder = JSONEncoder::iso8601();
   EXPECT_THROW(isoEncoder.encode(Date(std::nan(""))), EncodingError);
+  // The factories change dates only: compact text, "/" escaped, base64 bytes.
   const Stamped stamped{Date::fromTimeIntervalSince1970(1704164645.678)};
   EXPECT_EQ(isoEncoder.encodeToString(stamped), R"({"date":"2024-01-02T03:04:05Z"})");
+  EXPECT_EQ(isoEncoder.encodeToString(std::vector<std::string>{"a/b"}), R"(["a\/b"])");
+  EXPECT_EQ(isoEncoder.encodeToString(Data(std::string("\xff"))), R"("\/w==")");
+  EXPECT_EQ(iso.decode<Data>(std::string_view(R"("/w==")")), Data(std::string("\xff")));
 }
 
 TEST(Codable, FractionalSecondsStrategyIsOneSharedValueWritingMillisecondsInUTC) {
@@ -239,12 +269,12 @@ TEST(Codable, FractionalSecondsStrategyIsOneSharedValueWritingMillisecondsInUTC)
   EXPECT_NEAR(decoder.decode<Stamped>(R"({"date":"2024-01-01T23:04:05.100-04:00"})")
                   .date.timeIntervalSince1970(),
               1704164645.1, 1e-6);
-  for (double since1970 : {std::nan(""), 1e15, -1e15}) {
+  for (double since1970 : {std::nan(""), HUGE_VAL, 1e15, -1e15}) {
     const EncodingError error = raised<EncodingError>([&] { encoder.encode(stamped(since1970)); });
     EXPECT_EQ(codingPathString(error.context().codingPath), "date") << since1970;
   }
   for (const char* text :
-       {"", "2024-01-02T03:04:05Z", "2024-01-02T03:04:05.Z", "2024-01-02T03:04:05.678",
+       {"yesterday", "", "2024-01-02T03:04:05Z", "2024-01-02T03:04:05.Z", "2024-01-02T03:04:05.678",
         "2024-02-30T03:04:05.678Z", "2024-01-02T03:04:05.678Zjunk"}) {
     EXPECT_EQ(decodeOutcome<Stamped>(R"({"date":")" + std::string(text) + "\"}", decoder),
               "dataCorrupted [date] Date string does not match format expected by formatter")

@@ -15,12 +15,30 @@ namespace zorlan {
 namespace {
 
 TEST(NotificationNames, TextsAreExact) {
-  // One name of each shape (the others are the same kind of literal).
   const std::pair<NotificationName, std::string_view> names[] = {
       {notifications::textFieldDidBeginEditing(), "textFieldDidBeginEditing"},
+      {notifications::textFieldDidEndEditing(), "textFieldDidEndEditing"},
       {notifications::downloadFailedSDKError(), "Download:Failed:SDK:Error"},
+      {notifications::downloadsRemovedDueToUserPlan(), "Downloads:Removed:UserPlan"},
+      {notifications::downloadFailedInsufficientSpace(), "Download:Failed:Insufficient:Space"},
+      {notifications::watchlistUpdated(), "Watchlist:Updated"},
+      {notifications::bookmarksUpdated(), "Bookmark:Updated"},
+      {notifications::authorizeFromLoginCompleted(), "Account:Authorize:Login:Completed"},
+      {notifications::firstUserInteractableViewPresented(), "UI:FirstInteractableViewPresented"},
+      {notifications::appLaunchUnrecoverableError(), "AppLaunch:UnrecoverableError"},
       {notifications::reachabilityDidChange(), "ReachabilityChangedNotification"},
-      {notifications::persistentStoreMigrationFailure(), "PersistentStore:MigrationFailure"}};
+      {notifications::pictureInPictureStarted(), "PictureInPicture:Started"},
+      {notifications::pictureInPictureStopped(), "PictureInPicture:Stopped"},
+      {notifications::videoPlaybackStopped(), "VideoPlayer:Playback:Stopped"},
+      {notifications::tabBarShouldHide(), "TabBar:ShouldHide"},
+      {notifications::tabBarShouldShow(), "TabBar:ShouldShow"},
+      {notifications::ageVerificationRequired(), "MatureContent:AgeVerificationRequired"},
+      {notifications::ctvActivationWillPresent(), "CTVActivation:WillPresent"},
+      {notifications::ctvActivationWillDisappear(), "CTVActivation:WillDisappear"},
+      {notifications::persistentStoreMigrationFailure(), "PersistentStore:MigrationFailure"},
+      {notifications::exploreSetNeedsReload(), "ExploreSet:NeedsReload"},
+      {notifications::chromecastPlaybackStopped(), "Chromecast:Playback:Stopped"},
+  };
   for (const auto& [name, text] : names) {
     EXPECT_EQ(name.rawValue(), text);
     EXPECT_EQ(name, NotificationName(text));  // observers match on the text
@@ -37,9 +55,12 @@ TEST(UserInfoKeys, RawValuesRoundTripExactly) {
     EXPECT_EQ(fromRawValue<UserInfoKey>(raws[i]), key);
   }
   EXPECT_EQ(fromRawValue<UserInfoKey>("ContentId"), std::nullopt);
+  EXPECT_EQ(fromRawValue<ActivityType>("com.developer.app.home"), ActivityType::home);
   EXPECT_EQ(fromRawValue<ActivityType>("com.developer.app.details"), ActivityType::details);
   EXPECT_EQ(fromRawValue<ActivityType>("com.developer.app.Home"), std::nullopt);
-  UserActivity details(ActivityType::details);
+  UserActivity home(ActivityType::home), details(ActivityType::details);
+  EXPECT_EQ(home.activityType, "com.developer.app.home");
+  EXPECT_EQ(home.persistentIdentifier, "homeUserActivityId");
   EXPECT_EQ(details.activityType, "com.developer.app.details");
   EXPECT_EQ(details.persistentIdentifier, "detailsUserActivityId");
 }
@@ -122,6 +143,7 @@ TEST(UserInfoReader, BridgesTextAndExactNumbersOnly) {
   EXPECT_THROW(info<int>(n, UserInfoKey::setId), UserInfoError);               // 2.5
   EXPECT_THROW(info<std::int8_t>(n, UserInfoKey::pageViewId), UserInfoError);  // 300
   EXPECT_THROW(info<bool>(n, UserInfoKey::seriesId), UserInfoError);           // 5
+  EXPECT_THROW(info<std::string>(n, UserInfoKey::seriesId), UserInfoError);
   EXPECT_THROW(info<int>(n, UserInfoKey::contentId), UserInfoError);
   Notification big =
       roundTrip(AppUserInfo{{UserInfoKey::seriesId, std::numeric_limits<std::uint64_t>::max()},

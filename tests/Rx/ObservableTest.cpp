@@ -199,10 +199,17 @@ TEST(DisposalTest, EveryOperatorReleasesItsSourcesAndGoesQuiet) {
   auto never = [](int) { return false; };
   // clang-format off
   const DisposalCase cases[] = {
-      // map stands for the lifted operators (filter, scan, take, catchAndReturn, ...): one path.
       {"map", [](auto s, auto) { return s.map([](int v) { return v + 1; }); }, {2}},
+      {"filter", [](auto s, auto) { return s.filter([](int v) { return v > 0; }); }, {1}},
+      {"compactMap", [](auto s, auto) {
+         return s.compactMap([](int v) { return std::optional(v * 3); }); }, {3}},
+      {"scan", [](auto s, auto) { return s.scan(10, std::plus<>()); }, {11}},
+      {"distinctUntilChanged", [](auto s, auto) { return s.distinctUntilChanged(); }, {1}},
       {"startWith", [](auto s, auto) { return s.startWith(0); }, {0, 1}},
+      {"take", [](auto s, auto) { return s.take(3); }, {1}},
       {"takeUntil other", [never](auto s, auto o) { return s.takeUntil(o.filter(never)); }, {1}},
+      {"takeUntil predicate", [](auto s, auto) {
+         return s.takeUntil([](int v) { return v > 9; }); }, {1}},
       {"merge", [](auto s, auto o) { return s.merge(o); }, {1, 5}},
       {"flatMap", [](auto s, auto o) {
          return s.flatMap([o](int v) { return o.map([v](int w) { return v * 100 + w; }); });
@@ -214,6 +221,7 @@ TEST(DisposalTest, EveryOperatorReleasesItsSourcesAndGoesQuiet) {
       {"share", [](auto s, auto) { return s.share(1); }, {1}},
       {"share forever", [](auto s, auto) {
          return s.share(1, SubjectLifetimeScope::forever); }, {1}},
+      {"catchAndReturn", [](auto s, auto) { return s.catchAndReturn(-1); }, {1}},
       {"catchError", [](auto s, auto o) {
          return s.catchError([o](std::exception_ptr) { return o; }); }, {1}},
       {"catchError after the error", [throwOnOne](auto s, auto o) {

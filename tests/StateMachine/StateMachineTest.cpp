@@ -112,7 +112,10 @@ TEST_F(StateMachineTest, ANewMachineAnnouncesItsInitialStateAndRefusesEmptyTrans
   EXPECT_EQ(r.take(), (Log{"cur=A", "A=1", "A!", "chg=->A"}));
   EXPECT_EQ(a->stateMachine().lock(), m);
 
-  EXPECT_FALSE(m->canTrigger(makeTransition({}, plain("B"))));  // no start states
+  std::shared_ptr<StateTransition> none;
+  auto empty = makeTransition({}, plain("B"));
+  EXPECT_FALSE(m->canTrigger(none));
+  EXPECT_FALSE(m->canTrigger(empty));
   EXPECT_THROW(StateMachine::make(nullptr), std::invalid_argument);
   EXPECT_THROW(makeTransition({a}, nullptr), std::invalid_argument);
 }
@@ -176,6 +179,7 @@ TEST_F(StateMachineTest, RefusedMovesChangeAndEmitNothing) {
        [&] {
          return m->trigger(makeTransition({x, b}, b));
        }},
+      {"plain, no start states", [&] { return m->trigger(makeTransition({}, b)); }},
       {"plain, null start state", [&] { return m->trigger(makeTransition({nullptr}, b)); }},
       {"plain, absent", [&] { return m->trigger(std::shared_ptr<StateTransition>()); }},
       {"payload, current not a start state", [&] { return m->trigger(makeTransition({b}, p), 1); }},
