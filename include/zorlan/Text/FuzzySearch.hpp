@@ -210,6 +210,12 @@ std::optional<float> fuzzyMatchScore(std::string_view candidate, std::string_vie
 // absent keeps the candidate, if any; true forces the element in with a score
 // of at least 1.0 (its own score when higher); false drops it. The kept
 // elements are ordered by score, highest first, equal scores in input order.
+// The accessors are asked once per element, in element order, the text before
+// the override. A text given as a std::optional<std::string_view>, a pointer
+// or a reference is read a few elements after it was asked for (so it must
+// stay valid while the search runs, as the elements do); any other text is
+// scored at once. Throws std::length_error for more than 2^32 - 1 elements;
+// whatever an accessor throws passes out.
 template <class T, class TextOf, class OverrideOf>
 std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::string_view> term,
                            TextOf&& textOf, OverrideOf&& overrideOf) {
