@@ -1,3 +1,4 @@
+// zorlan/JSON/TypedJSONContainer.hpp under threads: copies that share storage, rewritten apart.
 #include <gtest/gtest.h>
 
 #include <string>
