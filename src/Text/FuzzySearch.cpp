@@ -805,9 +805,9 @@ PackedScore FuzzyMatcher::scoreByCodePoint(std::string_view candidate, Scratch& 
       const CodePointInfo& info = codePointInfo(codePoint);
       // A code point that joins its neighbour makes a character whose form
       // may hold the first term character though no code point's own form
-      // does (e + U+0301 is é), unless that character is inert: then the
-      // candidate lower-cased holds it exactly when some code point's form
-      // does.
+      // does (e + U+0301 is é), unless the first term character is inert:
+      // then the candidate lower-cased holds it exactly when some code
+      // point's form does.
       const bool looked =
           info.kind == CodePointInfo::kAlone || info.kind == CodePointInfo::kPictograph ||
           info.kind == CodePointInfo::kRegional || (firstInert_ && info.joins() && info.formKnown);
