@@ -1024,17 +1024,10 @@ std::optional<float> FuzzyMatcher::score(std::string_view candidate) const {
 
 PackedScore FuzzyMatcher::scoreText(std::string_view candidate, Scratch& scratch) const {
   if (characters_.empty()) return kNoScore;
-  if (firstBeyondAscii_) {
-    // `score` has turned ASCII candidates away: this one has a byte beyond.
-    if (byCodePoint_) {
-      bool scored = false;
-      PackedScore result = scoreByCodePoint(candidate, scratch, scored);
-      if (scored) return result;
-    }
-    return scoreGenerally(candidate, scratch);
-  }
   const std::size_t terms = characters_.size();
-  if (terms <= 64 && candidate.size() <= 64) {
+  // With a first term character beyond ASCII, `score` has turned ASCII
+  // candidates away (and the one-pass scorer does not apply).
+  if (!firstBeyondAscii_ && terms <= 64 && candidate.size() <= 64) {
     std::uint64_t masks[64];
     switch (asciiMasks(candidate, masks)) {
       case AsciiMasks::filled:
@@ -1164,7 +1157,7 @@ PackedScore FuzzyMatcher::scoreGenerally(std::string_view candidate, Scratch& sc
 
 namespace detail {
 
-void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>& spare) {
+void sortByScoreDescending(std::vector<FuzzyKept>& kept) {
   const auto byScore = [](const FuzzyKept& lhs, const FuzzyKept& rhs) {
     return lhs.score > rhs.score;
   };
@@ -1198,7 +1191,7 @@ void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>&
       ++counts[(static_cast<std::size_t>(digit) << kBits) | ((key >> (kBits * digit)) & kMask)];
     }
   }
-  spare.resize(n);
+  std::vector<FuzzyKept> spare(n);
   for (int digit = 0; digit < kDigits; ++digit) {
     std::uint32_t* count = counts.data() + (static_cast<std::size_t>(digit) << kBits);
     const int shift = kBits * digit;

@@ -183,8 +183,8 @@ inline constexpr std::size_t kMaxFuzzySearchElements = 0xFFFFFFFFu;
 
 // Orders the kept elements by score, highest first, keeping the input order
 // of equal scores: the order std::stable_sort gives with `a.score >
-// b.score`, also when a score is NaN. `spare` is working memory.
-void sortByScoreDescending(std::vector<FuzzyKept>& kept, std::vector<FuzzyKept>& spare);
+// b.score`, also when a score is NaN.
+void sortByScoreDescending(std::vector<FuzzyKept>& kept);
 
 // Whether a search may take the bytes of a text from the accessor and keep
 // them for a few elements before scoring them: a reference (to text the
@@ -275,8 +275,7 @@ std::vector<T> fuzzySearch(const std::vector<T>& elements, std::optional<std::st
       decide(index, score, overrideOf(element));
     }
   }
-  std::vector<detail::FuzzyKept> spare;
-  detail::sortByScoreDescending(kept, spare);
+  detail::sortByScoreDescending(kept);
   std::vector<T> result;
   result.reserve(kept.size());
   for (const detail::FuzzyKept& entry : kept) result.push_back(elements[entry.index]);
