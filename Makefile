@@ -3,7 +3,7 @@ JOBS ?= 2
 WERROR ?= $(if $(CI),ON,OFF)
 CMAKE_COMMON = -DZORLAN_WERROR=$(WERROR)
 
-.PHONY: all demo test tsan bench bench-smoke clang package-check coverage header-cost fuzz format deps clean
+.PHONY: all demo test tsan bench bench-smoke clang package-check coverage coverage-per-test header-cost fuzz format deps clean
 
 all: test
 
@@ -103,6 +103,11 @@ coverage: deps
 	gcovr -r . --object-directory build/coverage --filter 'src/' --filter 'include/' \
 	  --exclude-unreachable-branches --exclude-throw-branches --gcov-ignore-parse-errors \
 	  --txt build/coverage/coverage.txt --print-summary
+
+# Each test case run alone on the coverage build: the cases that reach no line
+# or branch the others do not, and how much of its own each other case holds.
+coverage-per-test: coverage
+	scripts/coverage-per-test build/coverage
 
 # libFuzzer targets built with Clang, ASan and UBSan; each runs FUZZ_SECONDS, starting
 # from fuzz/seeds/<target> and using fuzz/<target>.dict where they exist.
