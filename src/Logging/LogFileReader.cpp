@@ -1,7 +1,6 @@
 #include "zorlan/Logging/LogFileReader.hpp"
 
 #include <boost/json/parser.hpp>
-
 #include <string>
 
 namespace zorlan {
