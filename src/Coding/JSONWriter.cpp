@@ -196,12 +196,12 @@ ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bo
   return attentionMask(word, slash) == 0;
 }
 
-// Writes the bytes of [begin, end) from `from` on, escaping slashes (when
-// `slash`), from the first byte that needs a look other than that;
-// everything before `from` has been written already, and `run` (at or
-// before `from`) is the first byte not written yet.
+// Writes the bytes of [begin, end) from `from` on, with their escapes;
+// everything before `run` (at or before `from`) has been written already,
+// and [run, from) needs no escape. Out of line: the callers' fast paths stay
+// leaf code without saved registers.
 template <class Out>
-ZORLAN_HOT void writeStringRest(const unsigned char* begin, const unsigned char* run,
+[[gnu::noinline]] void writeStringRest(const unsigned char* begin, const unsigned char* run,
                                 const unsigned char* from, const unsigned char* end, bool slash,
                                 Out& out) {
   const std::array<bool, 256>& escapes = slash ? kEscapeWithSlash : kEscapeWithoutSlash;

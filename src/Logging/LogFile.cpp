@@ -104,10 +104,9 @@ struct LogFileWriter {
   // Appends `entries` and calls `afterWrite`, holding `storageLock`.
   void appendLocked(std::span<LogFileBatchEntry* const> entries,
                     const std::shared_ptr<LogFileWriter>& self);
-  // Runs `work` with the storage on the queue, before the writes after it
-  // (see `directWriteBarriers`), unless the writer is gone by then.
-  static void asyncBeforeWrites(const std::shared_ptr<LogFileWriter>& self,
-                                void (*work)(LogFileStorage& storage));
+  // Runs `work` with the storage on the queue, unless the writer is gone by then.
+  static void asyncOnStorage(const std::shared_ptr<LogFileWriter>& self,
+                             void (*work)(LogFileStorage& storage));
 
   // An event waiting to be written, on its caller's stack.
   struct Waiter {
@@ -135,23 +134,21 @@ struct LogFileWriter {
   // Writes `waiter`'s event by itself; what the write threw goes into
   // `waiter.failure`.
   void writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) noexcept;
-  // The same without the queue, when nothing waits on the queue to come
-  // before the write; returns false (having done nothing) otherwise.
+  // The same without the queue's `sync`, when the queue is idle (nothing
+  // queued comes first, no work of it is held up); returns false (having
+  // done nothing) otherwise.
   bool writeDirectly(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) noexcept;
 
   const fs::path key;  // the canonical path
   const DispatchQueue queue;
   const std::chrono::nanoseconds interval;
   // The storage is used holding `storageLock`: on the queue, or by a
-  // caller writing its event directly while nothing that must come first
-  // is queued. Everything else that touches the file goes through `queue`.
+  // caller writing its event directly while the queue is idle. Everything
+  // else that touches the file goes through `queue`.
   StorageLock storageLock;
   LogFileStorage storage;
   bool checkScheduled = false;  // guarded by `storageLock`
-  // Queued work that must run before later writes (loading the file,
-  // asking whether the path still names it): while any is queued or
-  // running, events are written through the queue, after it.
-  std::atomic<std::uint32_t> directWriteBarriers{0};
+  QueueImpl* const queueState = queueImpl(queue).get();
 
   // Who writes: nobody (kIdle), a caller writing its own event while nobody
   // waits (kWritingAlone: taken and left without `commitMutex`), or the
@@ -225,8 +222,8 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
 
 // Group commit. A caller whose event finds the file idle writes it at once,
 // taking and leaving `phase` with one atomic operation each (directly, see
-// `writeDirectly`, unless it runs work of some queue or queued work on the
-// file must come first). A caller that
+// `writeDirectly`, unless it runs work of some queue or the file's queue is
+// busy). A caller that
 // finds another writing marks events pending, puts its event in `pending`
 // and sleeps. The one writing, once done with what it was writing, takes
 // everything pending (in arrival order, so each thread's events keep their
@@ -351,38 +348,28 @@ void LogFileWriter::appendOnQueue(std::span<LogFileBatchEntry* const> entries,
   queue.sync([&] { appendLocked(entries, self); });
 }
 
-void LogFileWriter::asyncBeforeWrites(const std::shared_ptr<LogFileWriter>& self,
-                                      void (*work)(LogFileStorage& storage)) {
-  self->directWriteBarriers.fetch_add(1, std::memory_order_relaxed);
-  try {
-    self->queue.async([weak = std::weak_ptr<LogFileWriter>(self), work] {
-      auto writer = weak.lock();
-      if (!writer) return;
-      struct Done {
-        std::atomic<std::uint32_t>& barriers;
-        ~Done() { barriers.fetch_sub(1, std::memory_order_release); }
-      } done{writer->directWriteBarriers};
+void LogFileWriter::asyncOnStorage(const std::shared_ptr<LogFileWriter>& self,
+                                   void (*work)(LogFileStorage& storage)) {
+  self->queue.async([weak = std::weak_ptr<LogFileWriter>(self), work] {
+    if (auto writer = weak.lock()) {
       std::lock_guard lock(writer->storageLock);
       work(writer->storage);
-    });
-  } catch (...) {
-    self->directWriteBarriers.fetch_sub(1, std::memory_order_relaxed);
-    throw;
-  }
+    }
+  });
 }
 
-// A write on the calling thread instead of through the queue. Events are
-// still written one at a time (`phase` is held, and `storageLock` keeps out
-// a caller writing through the queue from work of another queue), and after
-// the queued work that must come first: a caller that finds any queued,
-// even as it takes the lock, writes through the queue behind it.
+// A write on the calling thread instead of through the queue's `sync`, when
+// the queue is idle: no work queued on it (such as the initial load) must
+// come first, and no work of it holds up writes. Events are still written
+// one at a time (`phase` is held), and `storageLock` keeps out work of the
+// queue that starts meanwhile and a caller writing through the queue from
+// work of another queue.
 ZORLAN_HOT bool LogFileWriter::writeDirectly(Waiter& waiter,
                                              const std::shared_ptr<LogFileWriter>& self) noexcept {
-  if (directWriteBarriers.load(std::memory_order_acquire) != 0) return false;
+  if (queueState->busy()) return false;
   try {
     LogFileBatchEntry* entry = &waiter.entry;
-    std::unique_lock lock(storageLock);
-    if (directWriteBarriers.load(std::memory_order_acquire) != 0) return false;
+    std::lock_guard lock(storageLock);
     struct After {
       LogFileWriter& writer;
       const std::shared_ptr<LogFileWriter>& self;
@@ -460,12 +447,12 @@ std::shared_ptr<LogFile> LogFile::open(const fs::path& path, std::int64_t maxSiz
     writer = std::make_shared<detail::LogFileWriter>(
         key, "com.corvath.core.logging.dust.file." + path.filename().string(), size, maxSize);
     registry.writers.insert_or_assign(key, WriterRegistry::Entry{writer, writer.get()});
-    detail::LogFileWriter::asyncBeforeWrites(
+    detail::LogFileWriter::asyncOnStorage(
         writer, [](detail::LogFileStorage& storage) { storage.loadFromDisk(); });
   } else {
     // The file may have been deleted and created again above: the writer
     // asks before its next write rather than an interval later.
-    detail::LogFileWriter::asyncBeforeWrites(
+    detail::LogFileWriter::asyncOnStorage(
         writer, [](detail::LogFileStorage& storage) { storage.checkPath(); });
   }
   return std::shared_ptr<LogFile>(new LogFile(path, writer));
