@@ -1,6 +1,7 @@
 #include "zorlan/Logging/LogFileReader.hpp"
 
 #include <boost/json/parser.hpp>
+
 #include <string>
 
 namespace zorlan {
