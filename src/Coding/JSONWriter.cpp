@@ -198,12 +198,12 @@ ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bo
 
 // Writes the bytes of [begin, end) from `from` on, with their escapes;
 // everything before `run` (at or before `from`) has been written already,
-// and [run, from) needs no escape. Out of line: the callers' fast paths stay
-// leaf code without saved registers.
+// and [run, from) needs no escape. Out of line, so that the callers' fast
+// paths save fewer registers.
 template <class Out>
 [[gnu::noinline]] void writeStringRest(const unsigned char* begin, const unsigned char* run,
-                                const unsigned char* from, const unsigned char* end, bool slash,
-                                Out& out) {
+                                       const unsigned char* from, const unsigned char* end,
+                                       bool slash, Out& out) {
   const std::array<bool, 256>& escapes = slash ? kEscapeWithSlash : kEscapeWithoutSlash;
   for (const auto* p = nextAttention(begin, from, end, slash, escapes); p != end;
        p = nextAttention(begin, p, end, slash, escapes)) {
