@@ -196,19 +196,16 @@ ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bo
   return attentionMask(word, slash) == 0;
 }
 
+// Writes the bytes of [begin, end) from `from` on, with their escapes;
+// everything before `run` (at or before `from`) has been written already,
+// and [run, from) needs no escape. Out of line, so that the callers' fast
+// paths save fewer registers.
 template <class Out>
-ZORLAN_HOT void writeStringTo(std::string_view text, bool slash, Out& out) {
-  const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
-  const auto* end = begin + text.size();
-  out.put('"');
-  if (isPlainText(begin, end, slash)) {  // the common case: copied whole
-    out.put(text.data(), text.size());
-    out.put('"');
-    return;
-  }
+[[gnu::noinline]] void writeStringRest(const unsigned char* begin, const unsigned char* run,
+                                       const unsigned char* from, const unsigned char* end,
+                                       bool slash, Out& out) {
   const std::array<bool, 256>& escapes = slash ? kEscapeWithSlash : kEscapeWithoutSlash;
-  const auto* run = begin;
-  for (const auto* p = nextAttention(begin, begin, end, slash, escapes); p != end;
+  for (const auto* p = nextAttention(begin, from, end, slash, escapes); p != end;
        p = nextAttention(begin, p, end, slash, escapes)) {
     const unsigned char c = *p;
     if (c >= 0x80) {
@@ -230,6 +227,141 @@ ZORLAN_HOT void writeStringTo(std::string_view text, bool slash, Out& out) {
   out.put('"');
 }
 
+template <class Out>
+ZORLAN_HOT void writeStringTo(std::string_view text, bool slash, Out& out) {
+  const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* end = begin + text.size();
+  out.put('"');
+  if (isPlainText(begin, end, slash)) {  // the common case: copied whole
+    out.put(text.data(), text.size());
+    out.put('"');
+    return;
+  }
+  writeStringRest(begin, begin, begin, end, slash, out);
+}
+
+// Whether no byte of the `end - p` (below 16) bytes at `p` needs a look.
+ZORLAN_HOT inline bool isShortPlainText(const unsigned char* p, const unsigned char* end,
+                                        bool slash) {
+  const auto size = static_cast<std::size_t>(end - p);
+#if defined(__SSE2__)
+  if (size >= 8) {
+    std::uint64_t head = 0, tail = 0;
+    std::memcpy(&head, p, sizeof head);
+    std::memcpy(&tail, end - 8, sizeof tail);
+    return !needsAttention(
+        _mm_set_epi64x(static_cast<long long>(tail), static_cast<long long>(head)), slash);
+  }
+#else
+  if (size >= 8) return isPlainText(p, end, slash);
+#endif
+  if (size >= 4) {
+    std::uint32_t head = 0, tail = 0;
+    std::memcpy(&head, p, sizeof head);
+    std::memcpy(&tail, end - 4, sizeof tail);
+    return attentionMask(head | (std::uint64_t{tail} << 32), slash) == 0;
+  }
+  return isPlainText(p, end, slash);
+}
+
+// Copies the `size` (below 16) bytes at `from` to `to`, in at most two
+// overlapping moves each way.
+ZORLAN_HOT inline void copyShort(char* to, const unsigned char* from, std::size_t size) {
+  if (size >= 8) {
+    std::uint64_t head = 0, tail = 0;
+    std::memcpy(&head, from, 8);
+    std::memcpy(&tail, from + size - 8, 8);
+    std::memcpy(to, &head, 8);
+    std::memcpy(to + size - 8, &tail, 8);
+  } else if (size >= 4) {
+    std::uint32_t head = 0, tail = 0;
+    std::memcpy(&head, from, 4);
+    std::memcpy(&tail, from + size - 4, 4);
+    std::memcpy(to, &head, 4);
+    std::memcpy(to + size - 4, &tail, 4);
+  } else if (size > 0) {
+    to[0] = static_cast<char>(from[0]);
+    to[size / 2] = static_cast<char>(from[size / 2]);
+    to[size - 1] = static_cast<char>(from[size - 1]);
+  }
+}
+
+// The string writer for a buffer with room for maxJSONStringSize bytes:
+// scans and copies in one pass, sixteen bytes at a time, writing slashes
+// escaped on the way (file paths have several); hands over to the general
+// loop at the first other byte that needs a look.
+ZORLAN_HOT char* writeStringAt(std::string_view text, bool slash, char* at) {
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* const end = begin + text.size();
+  const auto* p = begin;
+  *at++ = '"';
+  bool general = false;  // stopped at a byte for the general loop
+#if defined(__SSE2__)
+  // Every block stored lies within the room: at most two bytes are written
+  // per byte read before it, and sixteen for the sixteen read.
+  while (end - p >= 16) {
+    const __m128i block = load16(p);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), block);
+    const unsigned bits = attentionBits(block, slash);
+    if (bits == 0) {
+      p += 16;
+      at += 16;
+      continue;
+    }
+    const int plain = std::countr_zero(bits);
+    p += plain;
+    at += plain;
+    if (*p != '/') {
+      general = true;
+      break;
+    }
+    at[0] = '\\';
+    at[1] = '/';
+    at += 2;
+    ++p;
+  }
+  // The last bytes, read as the text's last sixteen.
+  if (!general && end - begin >= 16) {
+    const unsigned tailBits = attentionBits(load16(end - 16), slash);
+    while (p != end) {
+      const auto left = static_cast<std::size_t>(end - p);
+      const unsigned bits = tailBits >> (16 - left);
+      if (bits == 0) {
+        copyShort(at, p, left);
+        at += left;
+        p = end;
+        break;
+      }
+      const int plain = std::countr_zero(bits);
+      copyShort(at, p, static_cast<std::size_t>(plain));
+      p += plain;
+      at += plain;
+      if (*p != '/') {
+        general = true;
+        break;
+      }
+      at[0] = '\\';
+      at[1] = '/';
+      at += 2;
+      ++p;
+    }
+  }
+#endif
+  // A short text: checked whole, then copied.
+  if (!general && p != end && end - p < 16 && isShortPlainText(p, end, slash)) {
+    copyShort(at, p, static_cast<std::size_t>(end - p));
+    at += end - p;
+    p = end;
+  }
+  if (p == end) {
+    *at++ = '"';
+    return at;
+  }
+  RawOut out{at};
+  writeStringRest(begin, p, p, end, slash, out);
+  return out.at;
+}
+
 void writeString(std::string_view text, const JSONWritingOptions& options, std::string& out) {
   StringOut sink{out};
   writeStringTo(text, !options.withoutEscapingSlashes, sink);
@@ -249,14 +381,30 @@ ZORLAN_HOT std::size_t formatWholeMicroseconds(double d, char* buffer) {
   const auto micros = static_cast<std::int64_t>(d * 1e6 + 0.5);  // d is positive
   if (static_cast<double>(micros) / 1e6 != d) return 0;
   const std::int64_t seconds = micros / 1000000;
-  auto fraction = static_cast<int>(micros % 1000000);
+  auto fraction = static_cast<std::uint32_t>(micros % 1000000);
   if (fraction == 0) return 0;  // integral: written as an integer elsewhere
-  char* at = std::to_chars(buffer, buffer + 16, seconds).ptr;
-  *at++ = '.';
-  for (int i = 5; i >= 0; --i) {
-    at[i] = static_cast<char>('0' + fraction % 10);
-    fraction /= 10;
+  // Readings come in runs within one second: its digits and the point are
+  // kept per thread (ten digits and the point, as seconds here have ten).
+  struct Prefix {
+    std::int64_t seconds = -1;
+    char text[16] = {};
+  };
+  thread_local Prefix prefix ZORLAN_HOT_THREAD_LOCAL;
+  if (prefix.seconds != seconds) {
+    char* end = std::to_chars(prefix.text, prefix.text + 15, seconds).ptr;
+    *end = '.';
+    prefix.seconds = seconds;
   }
+  std::memcpy(buffer, prefix.text, 16);
+  char* at = buffer + 11;
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  const std::uint32_t high = fraction / 10000, middle = fraction / 100 % 100, low = fraction % 100;
+  std::memcpy(at, kPairs + 2 * high, 2);
+  std::memcpy(at + 2, kPairs + 2 * middle, 2);
+  std::memcpy(at + 4, kPairs + 2 * low, 2);
   at += 6;
   while (at[-1] == '0') --at;  // the fraction is not zero: a digit other than 0 stops this
   return static_cast<std::size_t>(at - buffer);
@@ -264,6 +412,8 @@ ZORLAN_HOT std::size_t formatWholeMicroseconds(double d, char* buffer) {
 
 // Formats `d` into `buffer` (kMaxJSONNumberSize bytes); returns the length.
 ZORLAN_HOT std::size_t formatDouble(double d, char* buffer) {
+  // Clock readings first: none is integral or not finite.
+  if (std::size_t length = formatWholeMicroseconds(d, buffer)) return length;
   if (!std::isfinite(d)) {
     std::memcpy(buffer, "null", 4);
     return 4;
@@ -277,7 +427,6 @@ ZORLAN_HOT std::size_t formatDouble(double d, char* buffer) {
     return static_cast<std::size_t>(std::to_chars(at, limit, static_cast<long long>(d)).ptr -
                                     buffer);
   }
-  if (std::size_t length = formatWholeMicroseconds(d, buffer)) return length;
   return static_cast<std::size_t>(std::to_chars(buffer, limit, d).ptr - buffer);
 }
 
@@ -379,9 +528,7 @@ void writeJSON(const boost::json::value& value, const JSONWritingOptions& option
 
 ZORLAN_HOT char* writeJSONString(std::string_view text, const JSONWritingOptions& options,
                                  char* out) {
-  RawOut sink{out};
-  writeStringTo(text, !options.withoutEscapingSlashes, sink);
-  return sink.at;
+  return writeStringAt(text, !options.withoutEscapingSlashes, out);
 }
 
 ZORLAN_HOT std::size_t jsonStringSize(std::string_view text, const JSONWritingOptions& options) {

@@ -57,6 +57,10 @@ DispatchQueue::DispatchQueue(std::string label, DispatchQoS qos,
           target ? target->impl_
                  : globalImpl(qos == DispatchQoS::unspecified ? DispatchQoS::standard : qos))) {}
 
+const std::shared_ptr<QueueImpl>& detail::queueImpl(const DispatchQueue& queue) noexcept {
+  return queue.impl_;
+}
+
 DispatchQueue DispatchQueue::main() { return DispatchQueue(detail::mainQueueImpl()); }
 
 DispatchQueue DispatchQueue::global(DispatchQoS qos) { return DispatchQueue(globalImpl(qos)); }

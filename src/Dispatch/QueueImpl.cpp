@@ -136,6 +136,7 @@ void QueueImpl::submit(std::function<void()> work) {
       items_.push_back(QueueItem{std::move(work), nullptr});
       if (active_) return;
       active_ = true;
+      busy_.store(true, std::memory_order_release);
       postDrain(lock);
       return;
     }
@@ -166,6 +167,7 @@ void QueueImpl::postDrain(std::unique_lock<std::mutex>& lock) {
 ZORLAN_HOT void QueueImpl::passOwnership(std::unique_lock<std::mutex>& lock) {
   if (items_.empty()) {
     active_ = false;
+    busy_.store(false, std::memory_order_release);
     lock.unlock();
     return;
   }
@@ -260,6 +262,7 @@ ZORLAN_HOT void QueueImpl::sync(void (*call)(void*), void* context) {
     return;
   }
   active_ = true;
+  busy_.store(true, std::memory_order_release);
   lock.unlock();
   if (handsOffFreely()) {
     runAsOwner(call, context);

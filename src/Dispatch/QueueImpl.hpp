@@ -1,6 +1,7 @@
 // The state behind a DispatchQueue handle.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -71,6 +72,9 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
   void sync(void (*call)(void*), void* context);
   // Delayed submission.
   void submitAfter(DispatchTime deadline, std::function<void()> work);
+  // Serial queues: whether someone owns the queue or work waits on it, as
+  // last changed by another thread (a hint: it may change right after).
+  bool busy() const noexcept { return busy_.load(std::memory_order_acquire); }
 
   void setSpecific(std::uint64_t key, std::shared_ptr<const void> value);
   std::shared_ptr<const void> specific(std::uint64_t key) const;
@@ -128,9 +132,10 @@ class QueueImpl : public std::enable_shared_from_this<QueueImpl> {
 
   std::mutex mutex_;
   std::deque<QueueItem> items_;
-  bool active_ = false;       // someone owns the queue (see above); items_ non-empty implies it
-  bool posted_ = false;       // the owner is a drain posted to the pool that has not started
-  std::uint64_t ticket_ = 0;  // the posted drain that may still start
+  bool active_ = false;  // someone owns the queue (see above); items_ non-empty implies it
+  std::atomic<bool> busy_{false};  // `active_`, readable without the lock
+  bool posted_ = false;            // the owner is a drain posted to the pool that has not started
+  std::uint64_t ticket_ = 0;       // the posted drain that may still start
   std::vector<SyncWaiter*> helpers_;  // pool root: `sync` callers waiting on its chain
 
   // Main queue only.

@@ -128,47 +128,49 @@ const std::string& Log::senderTypeName(const char* mangled) {
 
 ZORLAN_HOT void Log::writeComposed(LogLevel level, std::string_view sender,
                                    std::string_view message, const SourceLocation& where) const {
-  std::shared_ptr<Logger> targets[2];
-  int count = 0;
   const LogLevelConfig thresholds = config_.value();
-  if (thresholds.console <= level) {
-    if (auto console = slots().console.load()) {
-      targets[count++] = std::move(console);
-    }
-  }
-  if (thresholds.file <= level) {
-    if (auto file = slots().file.load()) targets[count++] = std::move(file);
-  }
-  if (count == 0) return;
+  LoggerSlots& held = slots();
+  const std::shared_ptr<Logger> console =
+      thresholds.console <= level ? held.console.load() : std::shared_ptr<Logger>();
+  const std::shared_ptr<Logger> file =
+      thresholds.file <= level ? held.file.load() : std::shared_ptr<Logger>();
+  if (!console && !file) return;
   // The line: prefix, mark and message joined by single spaces. Composed on
-  // the stack when it fits (sinks may log in turn, so no shared buffer).
+  // the stack when it fits (sinks may log in turn, so no shared buffer); the
+  // message alone is the line as it is.
   const std::string_view prefix = prefix_ ? std::string_view(*prefix_) : std::string_view();
   const std::string_view levelMark = mark(level);
   char stack[512];
   std::string heap;
-  const std::size_t length = prefix.size() + levelMark.size() + message.size() + 2;
-  char* out = stack;
-  if (length > sizeof stack) {
-    heap.resize(length);
-    out = heap.data();
-  }
-  char* end = out;
-  auto put = [&end](std::string_view part) {
-    if (part.empty()) return;
-    std::memcpy(end, part.data(), part.size());
-    end += part.size();
-  };
-  put(prefix);
-  if (!levelMark.empty()) {
+  std::string_view line = message;
+  if (!prefix.empty() || !levelMark.empty()) {
+    const std::size_t length = prefix.size() + levelMark.size() + message.size() + 2;
+    char* out = stack;
+    if (length > sizeof stack) {
+      heap.resize(length);
+      out = heap.data();
+    }
+    char* end = out;
+    auto put = [&end](std::string_view part) {
+      if (part.empty()) return;
+      std::memcpy(end, part.data(), part.size());
+      end += part.size();
+    };
+    put(prefix);
+    if (!levelMark.empty()) {
+      if (end != out) *end++ = ' ';
+      put(levelMark);
+    }
     if (end != out) *end++ = ' ';
-    put(levelMark);
+    put(message);
+    line = std::string_view(out, static_cast<std::size_t>(end - out));
   }
-  if (end != out) *end++ = ' ';
-  put(message);
-  const std::string_view line(out, static_cast<std::size_t>(end - out));
-  for (int i = 0; i < count; ++i) {
-    targets[i]->log(sender, static_cast<LoggerLevel>(level), "", line, true, {}, where.line(),
-                    where.file_name(), where.function_name());
+  static const LogInfo* const noInfo = new LogInfo();  // kept for good, as threads may log at exit
+  const std::string_view fileName = where.file_name(), function = where.function_name();
+  for (Logger* target : {console.get(), file.get()}) {
+    if (target == nullptr) continue;
+    target->log(sender, static_cast<LoggerLevel>(level), "", line, true, *noInfo, where.line(),
+                fileName, function);
   }
 }
 

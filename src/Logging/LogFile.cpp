@@ -53,6 +53,29 @@ void printLogFileDiagnostic(const std::string& line) {
   std::fflush(stdout);
 }
 
+// A lock taken and left with one atomic operation each while nobody waits
+// for it (a std::mutex costs a call into the C library each way); a caller
+// that finds it held sleeps until it is left.
+class StorageLock {
+ public:
+  void lock() noexcept {
+    std::uint32_t seen = kFree;
+    if (state_.compare_exchange_strong(seen, kHeld, std::memory_order_acquire)) return;
+    while (state_.exchange(kHeldWithWaiters, std::memory_order_acquire) != kFree) {
+      state_.wait(kHeldWithWaiters, std::memory_order_relaxed);
+    }
+  }
+  void unlock() noexcept {
+    if (state_.exchange(kFree, std::memory_order_release) == kHeldWithWaiters) state_.notify_one();
+  }
+
+ private:
+  static constexpr std::uint32_t kFree = 0;
+  static constexpr std::uint32_t kHeld = 1;
+  static constexpr std::uint32_t kHeldWithWaiters = 2;
+  std::atomic<std::uint32_t> state_{kFree};
+};
+
 // The one writer of a file in the process, shared by every `LogFile` of it.
 struct LogFileWriter {
   LogFileWriter(fs::path key, const std::string& label, std::int64_t currentSize,
@@ -70,7 +93,7 @@ struct LogFileWriter {
   LogFileWriter(const LogFileWriter&) = delete;
   LogFileWriter& operator=(const LogFileWriter&) = delete;
 
-  // On the queue, after a write: when the write went without asking whether
+  // Holding `storageLock`, after a write: when the write went without asking whether
   // the path still names the file, asks once more an interval later, so the
   // last events before a quiet spell also reach a file created anew.
   void afterWrite(const std::shared_ptr<LogFileWriter>& self) noexcept;
@@ -78,6 +101,12 @@ struct LogFileWriter {
   // group, then `afterWrite` (also when the append throws, which passes out).
   void appendOnQueue(std::span<LogFileBatchEntry* const> entries,
                      const std::shared_ptr<LogFileWriter>& self);
+  // Appends `entries` and calls `afterWrite`, holding `storageLock`.
+  void appendLocked(std::span<LogFileBatchEntry* const> entries,
+                    const std::shared_ptr<LogFileWriter>& self);
+  // Runs `work` with the storage on the queue, unless the writer is gone by then.
+  static void asyncOnStorage(const std::shared_ptr<LogFileWriter>& self,
+                             void (*work)(LogFileStorage& storage));
 
   // An event waiting to be written, on its caller's stack.
   struct Waiter {
@@ -105,12 +134,21 @@ struct LogFileWriter {
   // Writes `waiter`'s event by itself; what the write threw goes into
   // `waiter.failure`.
   void writeAlone(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) noexcept;
+  // The same without the queue's `sync`, when the queue is idle (nothing
+  // queued comes first, no work of it is held up); returns false (having
+  // done nothing) otherwise.
+  bool writeDirectly(Waiter& waiter, const std::shared_ptr<LogFileWriter>& self) noexcept;
 
   const fs::path key;  // the canonical path
   const DispatchQueue queue;
   const std::chrono::nanoseconds interval;
-  LogFileStorage storage;       // used on `queue` only
-  bool checkScheduled = false;  // used on `queue` only
+  // The storage is used holding `storageLock`: on the queue, or by a
+  // caller writing its event directly while the queue is idle. Everything
+  // else that touches the file goes through `queue`.
+  StorageLock storageLock;
+  LogFileStorage storage;
+  bool checkScheduled = false;  // guarded by `storageLock`
+  QueueImpl* const queueState = queueImpl(queue).get();
 
   // Who writes: nobody (kIdle), a caller writing its own event while nobody
   // waits (kWritingAlone: taken and left without `commitMutex`), or the
@@ -171,6 +209,7 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
     queue.asyncAfter(DispatchTime::now() + DispatchTimeInterval::from(interval),
                      [weak = std::weak_ptr<LogFileWriter>(self)] {
                        if (auto writer = weak.lock()) {
+                         std::lock_guard lock(writer->storageLock);
                          writer->checkScheduled = false;
                          writer->storage.checkPath();
                        }
@@ -182,7 +221,9 @@ void LogFileWriter::afterWrite(const std::shared_ptr<LogFileWriter>& self) noexc
 }
 
 // Group commit. A caller whose event finds the file idle writes it at once,
-// taking and leaving `phase` with one atomic operation each. A caller that
+// taking and leaving `phase` with one atomic operation each (directly, see
+// `writeDirectly`, unless it runs work of some queue or the file's queue is
+// busy). A caller that
 // finds another writing marks events pending, puts its event in `pending`
 // and sleeps. The one writing, once done with what it was writing, takes
 // everything pending (in arrival order, so each thread's events keep their
@@ -235,7 +276,7 @@ ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogF
       return writePending(&waiter, lock, self);
     }
   }
-  writeAlone(waiter, self);
+  if (detail::innermostFrame() != nullptr || !writeDirectly(waiter, self)) writeAlone(waiter, self);
   seen = kWritingAlone;
   if (phase.compare_exchange_strong(seen, kIdle, std::memory_order_release)) return;
   // Events arrived meanwhile.
@@ -291,16 +332,54 @@ ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::m
   }
 }
 
+ZORLAN_HOT void LogFileWriter::appendLocked(std::span<LogFileBatchEntry* const> entries,
+                                            const std::shared_ptr<LogFileWriter>& self) {
+  std::lock_guard lock(storageLock);
+  struct After {
+    LogFileWriter& writer;
+    const std::shared_ptr<LogFileWriter>& self;
+    ~After() { writer.afterWrite(self); }
+  } after{*this, self};
+  storage.appendBatch(entries);
+}
+
 void LogFileWriter::appendOnQueue(std::span<LogFileBatchEntry* const> entries,
                                   const std::shared_ptr<LogFileWriter>& self) {
-  queue.sync([&] {
+  queue.sync([&] { appendLocked(entries, self); });
+}
+
+void LogFileWriter::asyncOnStorage(const std::shared_ptr<LogFileWriter>& self,
+                                   void (*work)(LogFileStorage& storage)) {
+  self->queue.async([weak = std::weak_ptr<LogFileWriter>(self), work] {
+    if (auto writer = weak.lock()) {
+      std::lock_guard lock(writer->storageLock);
+      work(writer->storage);
+    }
+  });
+}
+
+// A write on the calling thread instead of through the queue's `sync`, when
+// the queue is idle: no work queued on it (such as the initial load) must
+// come first, and no work of it holds up writes. Events are still written
+// one at a time (`phase` is held), and `storageLock` keeps out work of the
+// queue that starts meanwhile and a caller writing through the queue from
+// work of another queue.
+ZORLAN_HOT bool LogFileWriter::writeDirectly(Waiter& waiter,
+                                             const std::shared_ptr<LogFileWriter>& self) noexcept {
+  if (queueState->busy()) return false;
+  try {
+    LogFileBatchEntry* entry = &waiter.entry;
+    std::lock_guard lock(storageLock);
     struct After {
       LogFileWriter& writer;
       const std::shared_ptr<LogFileWriter>& self;
       ~After() { writer.afterWrite(self); }
     } after{*this, self};
-    storage.appendBatch(entries);
-  });
+    storage.appendBatch({&entry, 1});
+  } catch (...) {
+    waiter.failure = std::current_exception();
+  }
+  return true;
 }
 
 void LogFileWriter::writeAlone(Waiter& waiter,
@@ -368,15 +447,13 @@ std::shared_ptr<LogFile> LogFile::open(const fs::path& path, std::int64_t maxSiz
     writer = std::make_shared<detail::LogFileWriter>(
         key, "com.corvath.core.logging.dust.file." + path.filename().string(), size, maxSize);
     registry.writers.insert_or_assign(key, WriterRegistry::Entry{writer, writer.get()});
-    writer->queue.async([weak = std::weak_ptr<detail::LogFileWriter>(writer)] {
-      if (auto self = weak.lock()) self->storage.loadFromDisk();
-    });
+    detail::LogFileWriter::asyncOnStorage(
+        writer, [](detail::LogFileStorage& storage) { storage.loadFromDisk(); });
   } else {
     // The file may have been deleted and created again above: the writer
     // asks before its next write rather than an interval later.
-    writer->queue.async([weak = std::weak_ptr<detail::LogFileWriter>(writer)] {
-      if (auto self = weak.lock()) self->storage.checkPath();
-    });
+    detail::LogFileWriter::asyncOnStorage(
+        writer, [](detail::LogFileStorage& storage) { storage.checkPath(); });
   }
   return std::shared_ptr<LogFile>(new LogFile(path, writer));
 }
@@ -397,7 +474,10 @@ void LogFile::append(std::string_view bytes) {
 std::int64_t LogFile::maxSize() const noexcept { return writer_->storage.maxSize(); }
 
 std::int64_t LogFile::currentSize() const {
-  return writer_->queue.sync([this] { return writer_->storage.currentSize(); });
+  return writer_->queue.sync([this] {
+    std::lock_guard lock(writer_->storageLock);
+    return writer_->storage.currentSize();
+  });
 }
 
 const DispatchQueue& LogFile::queue() const noexcept { return writer_->queue; }
@@ -428,15 +508,13 @@ constexpr std::size_t kMaxKeptBuffer = 64 * 1024;
 // and is never cut: the text is its first `size()` bytes.
 class TextFields final : public LogEventFields {
  public:
-  // The text starts after `offset` bytes of `buffer`.
-  TextFields(std::string& buffer, std::size_t offset) : buffer_(buffer), used_(offset) {
-    *room(1) = '{';
-    start_ = used_++;
-  }
+  // The text starts after `offset` bytes of `buffer`. Every member is
+  // written after a ','; the first one's becomes the '{'.
+  TextFields(std::string& buffer, std::size_t offset)
+      : buffer_(buffer), used_(offset), start_(offset) {}
 
   ZORLAN_HOT void string(LogFieldName name, std::string_view value) override {
-    char* at = writeName(name, jsonStringRoom(value, {}));
-    commit(writeJSONString(value, {}, at));
+    commit(writeJSONString(value, {}, writeName(name, jsonStringRoom(value, {}))));
   }
   ZORLAN_HOT void number(LogFieldName name, double value) override {
     commit(writeJSONNumber(value, writeName(name, kMaxJSONNumberSize)));
@@ -462,34 +540,55 @@ class TextFields final : public LogEventFields {
   }
   // The scratch space and the text.
   ZORLAN_HOT std::span<char> finish() {
-    *room(1) = '}';
+    if (used_ == start_) ++used_;  // no members: "{}"
+    char* at = room(1);
+    buffer_[start_] = '{';
+    *at = '}';
     return {buffer_.data(), ++used_};
   }
 
  private:
   // Room for `count` more bytes.
   ZORLAN_HOT char* room(std::size_t count) {
-    if (buffer_.size() < used_ + count) buffer_.resize(std::max(2 * buffer_.size(), used_ + count));
+    if (buffer_.size() < used_ + count) [[unlikely]]
+      grow(count);
     return buffer_.data() + used_;
   }
-  // Writes "," (after the first member), the name (plain: no escapes) and
-  // ":"; leaves room for `valueSize` more bytes.
+  [[gnu::noinline]] void grow(std::size_t count) {
+    buffer_.resize(std::max(2 * buffer_.size(), used_ + count));
+  }
+  // Writes ',"name":' (names are plain: no escapes) in a few fixed-size
+  // moves; leaves room for `valueSize` more bytes.
   ZORLAN_HOT char* writeName(LogFieldName name, std::size_t valueSize) {
     const std::string_view text = name.text();
-    char* at = room(text.size() + 4 + valueSize);
-    if (used_ > start_ + 1) *at++ = ',';
-    *at++ = '"';
-    std::memcpy(at, text.data(), text.size());
-    at += text.size();
-    *at++ = '"';
-    *at++ = ':';
-    return at;
+    const std::size_t size = text.size();
+    char* at = room(size + 4 + valueSize);
+    std::memcpy(at, ",\"", 2);
+    at += 2;
+    if (size >= 8 && size <= 16) {
+      std::uint64_t head = 0, tail = 0;
+      std::memcpy(&head, text.data(), 8);
+      std::memcpy(&tail, text.data() + size - 8, 8);
+      std::memcpy(at, &head, 8);
+      std::memcpy(at + size - 8, &tail, 8);
+    } else if (size >= 4 && size < 8) {
+      std::uint32_t head = 0, tail = 0;
+      std::memcpy(&head, text.data(), 4);
+      std::memcpy(&tail, text.data() + size - 4, 4);
+      std::memcpy(at, &head, 4);
+      std::memcpy(at + size - 4, &tail, 4);
+    } else {
+      std::memcpy(at, text.data(), size);
+    }
+    at += size;
+    std::memcpy(at, "\":", 2);
+    return at + 2;
   }
   void commit(const char* end) { used_ = static_cast<std::size_t>(end - buffer_.data()); }
 
   std::string& buffer_;
   std::size_t used_;
-  std::size_t start_ = 0;
+  const std::size_t start_;
 };
 
 // The log file's scratch space, then the event's JSON text, in `buffer`:

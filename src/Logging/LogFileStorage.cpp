@@ -64,6 +64,9 @@ LogFileStorage::LogFileStorage(std::filesystem::path path, std::int64_t currentS
       maxSize_(maxSize),
       printer_(std::move(printer)),
       pathCheck_(std::move(pathCheck)) {
+  using Now = std::chrono::nanoseconds (*)() noexcept;
+  const Now* now = pathCheck_.now.target<Now>();
+  coarseNow_ = now != nullptr && *now == &coarseMonotonicNow;
   ZORLAN_PRECONDITION(!__builtin_mul_overflow(maxSize_, std::int64_t{3}, &bound_),
                       "log file size bound overflows");
   parts_.reserve(2 * kMaxBatch + 1);  // no allocation while writing a group
@@ -106,7 +109,7 @@ std::string LogFileStorage::openFile(int flags) {
 
 ZORLAN_HOT bool LogFileStorage::pathCheckDue() {
   if (pathCheck_.interval.count() <= 0) return true;
-  const std::chrono::nanoseconds now = pathCheck_.now();
+  const std::chrono::nanoseconds now = coarseNow_ ? coarseMonotonicNow() : pathCheck_.now();
   if (pathChecked_ && now - lastPathCheck_ < pathCheck_.interval) {
     pathCheckSkipped_ = true;
     return false;

@@ -34,7 +34,7 @@
 // Memory: only unwritten chunks are held, never a copy of the file.
 // Disk: space past the end is reserved in steps (the size and bytes stay
 // those of the content) and given back when the storage closes the file.
-// Not thread-safe: `LogFile` calls it on its serial queue only.
+// Not thread-safe: `LogFile` calls it holding its writer's lock only.
 #pragma once
 
 #include <sys/uio.h>
@@ -176,6 +176,7 @@ class LogFileStorage {
   std::uint64_t device_ = 0;
   std::uint64_t inode_ = 0;
   LogFilePathCheck pathCheck_;
+  bool coarseNow_ = false;  // `pathCheck_.now` is coarseMonotonicNow (called directly)
   std::chrono::nanoseconds lastPathCheck_{};
   bool pathChecked_ = false;  // asked at least once since the file was opened
   bool pathCheckSkipped_ = false;

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <random>
+#include <vector>
 
 #include "zorlan/Coding/JSONDecoder.hpp"
 #include "zorlan/Coding/JSONEncoder.hpp"
@@ -38,6 +39,11 @@ TEST(JSONWriter, ClockReadingsMatchTheShortestRoundTripForm) {
     samples.push_back(d);
     samples.push_back(std::nextafter(d, 0.0));  // not a whole microsecond
     samples.push_back(std::nextafter(d, 1e300));
+  }
+  // Runs of readings within one second and across the next, as a clock gives them.
+  for (std::int64_t second : {1073741824LL, 1764154978LL, 8589934591LL}) {
+    for (std::int64_t m = second * 1000000 - 3000; m < second * 1000000 + 3000; m += 7)
+      samples.push_back(static_cast<double>(m) / 1e6);
   }
   for (double d : samples) {
     char expected[32];
@@ -73,6 +79,49 @@ TEST(JSONWriter, StringEscapes) {
   }
   // Keys are escaped the same way.
   EXPECT_EQ(writeJSON(boost::json::object{{"a/b", 1}}), R"({"a\/b":1})");
+}
+
+TEST(JSONWriter, WritesAtAPointerAsItAppends) {
+  // The writer at a pointer scans and copies in blocks of sixteen, escaping slashes on the way;
+  // the appending writer does not. Specials at every place of texts around a block's size.
+  const char specials[] = {'/', '"', '\\', '\n', '\x01', '\x7f'};
+  const std::string utf8 = "\xc3\xa9", bad = "\xff";
+  std::vector<std::string> texts;
+  for (std::size_t size = 0; size <= 40; ++size) {
+    const std::string plain(size, 'p');
+    texts.push_back(plain);
+    for (std::size_t at = 0; at < size; ++at) {
+      for (char c : specials) {
+        std::string text = plain;
+        text[at] = c;
+        texts.push_back(text);
+        text[size - 1 - (at * 7) % size] = '/';  // a slash elsewhere too
+        texts.push_back(text);
+      }
+      texts.push_back(plain.substr(0, at) + utf8 + plain.substr(at));
+      texts.push_back(std::string(at, '/') + bad + plain.substr(at));
+    }
+  }
+  JSONWritingOptions keepSlashes;
+  keepSlashes.withoutEscapingSlashes = true;
+  for (const std::string& text : texts) {
+    for (const JSONWritingOptions& options : {JSONWritingOptions{}, keepSlashes}) {
+      std::string appended;
+      bool refused = false;
+      try {
+        appendJSONString(text, options, appended);
+      } catch (const EncodingError&) {
+        refused = true;
+      }
+      std::vector<char> room(maxJSONStringSize(text.size()));
+      if (refused) {
+        EXPECT_THROW(writeJSONString(text, options, room.data()), EncodingError) << text;
+        continue;
+      }
+      ASSERT_EQ(std::string(room.data(), writeJSONString(text, options, room.data())), appended);
+      ASSERT_EQ(jsonStringSize(text, options), appended.size());
+    }
+  }
 }
 
 TEST(JSONWriter, RefusesTextThatIsNotUTF8) {

@@ -253,7 +253,8 @@ TEST_F(LogFileStorageTest, LogFileWritesEventsExactlyAsTheirTreeWouldBe) {
                   std::string("\xf0\x9f\x98\x80 caf\xc3\xa9")}),
       FixedEvent({0.1, -0.0, 1e21, std::nan(""), 3.0}),
       FixedEvent({LogInfo{{"k/ey", "v\"al"}, {"", ""}}, std::string()}),
-      FixedEvent({longText, std::string(5000, 'x')})};
+      FixedEvent({longText, std::string(5000, 'x')}),
+      FixedEvent(std::vector<FixedEvent::Member>())};  // no members: "{}"
   const fs::path path = dir_ / "exact.log";
   std::string expected;
   {

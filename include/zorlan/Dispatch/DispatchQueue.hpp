@@ -32,6 +32,11 @@ namespace zorlan {
 namespace detail {
 class QueueImpl;
 }
+class DispatchQueue;
+namespace detail {
+// The state behind `queue`, for the library's own use.
+const std::shared_ptr<QueueImpl>& queueImpl(const DispatchQueue& queue) noexcept;
+}  // namespace detail
 
 // A shared handle to a queue; copies refer to the same queue, and equality is
 // identity. Three kinds exist:
@@ -145,6 +150,8 @@ class DispatchQueue {
     return *static_cast<const T*>(raw.get());
   }
 
+  friend const std::shared_ptr<detail::QueueImpl>& detail::queueImpl(
+      const DispatchQueue& queue) noexcept;
   friend bool operator==(const DispatchQueue& a, const DispatchQueue& b) noexcept {
     return a.impl_ == b.impl_;
   }

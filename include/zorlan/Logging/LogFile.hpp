@@ -50,8 +50,9 @@ namespace detail {
 struct LogFileWriter;
 }
 
-// Thread-safe: appends run on the file's serial queue (shared with every
-// `LogFile` of the same file); appends from many threads at once are written
+// Thread-safe: appends are serialized with the file's serial queue (shared
+// with every `LogFile` of the same file): through it, or on the calling
+// thread while it is idle; appends from many threads at once are written
 // in groups, one system call per group. Equality is identity (compare the shared
 // pointers).
 class LogFile final : public LogSink {
@@ -68,17 +69,18 @@ class LogFile final : public LogSink {
                                        std::optional<Date> creationDate = std::nullopt);
   ~LogFile() override;
 
-  // The append routine, from any thread: it runs on the file's queue after
-  // everything submitted before (the initial load first) and returns once
-  // the bytes are in the file. While another thread writes, the call waits
+  // The append routine, from any thread: it runs after everything submitted
+  // to the file's queue before (the initial load first), on that queue or,
+  // when the queue is idle, on the calling thread, and returns once the
+  // bytes are in the file. While another thread writes, the call waits
   // and its bytes go out with the other waiting events in one write, each
   // event checked against the bound and reported exactly as if appended
   // alone, in turn. Throws LogFileError `full` or `writing`. Stops the
   // process when called from work running on the file's queue.
   void append(std::string_view bytes);
 
-  // Encodes `event` and appends it synchronously on the file's queue. Never
-  // throws.
+  // Encodes `event` and appends it as `append` does, returning once it is in
+  // the file. Never throws.
   void log(const LogEvent& event) noexcept override;
 
   // The path as given to `open`.
