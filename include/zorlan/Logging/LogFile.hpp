@@ -50,11 +50,13 @@ namespace detail {
 struct LogFileWriter;
 }
 
-// Thread-safe: appends are serialized with the file's serial queue (shared
-// with every `LogFile` of the same file): through it, or on the calling
-// thread while it is idle; appends from many threads at once are written
-// in groups, one system call per group. Equality is identity (compare the shared
-// pointers).
+// Thread-safe. Appends never overlap one another or the library's own work
+// on the file (the initial load, path checks), which runs on the file's
+// serial queue (shared with every `LogFile` of the same file). An append runs
+// through that queue, or on the calling thread while the queue is idle; so
+// work of your own put on `queue()` may start while such an append is still
+// writing. Appends from many threads at once are written in groups, one
+// system call per group. Equality is identity (compare the shared pointers).
 class LogFile final : public LogSink {
  public:
   // Opens (creating when missing) the file at `path`, marks it excluded from
