@@ -297,6 +297,19 @@ ZORLAN_HOT char* writeStringAt(std::string_view text, bool slash, char* at) {
   *at++ = '"';
   bool general = false;  // stopped at a byte for the general loop
 #if defined(__SSE2__)
+  // At a byte that needs a look: writes it escaped when it is a slash, else
+  // leaves it to the general loop.
+  const auto escapedSlash = [&p, &at, &general] {
+    if (*p != '/') {
+      general = true;
+      return false;
+    }
+    at[0] = '\\';
+    at[1] = '/';
+    at += 2;
+    ++p;
+    return true;
+  };
   // Every block stored lies within the room: at most two bytes are written
   // per byte read before it, and sixteen for the sixteen read.
   while (end - p >= 16) {
@@ -311,14 +324,7 @@ ZORLAN_HOT char* writeStringAt(std::string_view text, bool slash, char* at) {
     const int plain = std::countr_zero(bits);
     p += plain;
     at += plain;
-    if (*p != '/') {
-      general = true;
-      break;
-    }
-    at[0] = '\\';
-    at[1] = '/';
-    at += 2;
-    ++p;
+    if (!escapedSlash()) break;
   }
   // The last bytes, read as the text's last sixteen.
   if (!general && end - begin >= 16) {
@@ -336,14 +342,7 @@ ZORLAN_HOT char* writeStringAt(std::string_view text, bool slash, char* at) {
       copyShort(at, p, static_cast<std::size_t>(plain));
       p += plain;
       at += plain;
-      if (*p != '/') {
-        general = true;
-        break;
-      }
-      at[0] = '\\';
-      at[1] = '/';
-      at += 2;
-      ++p;
+      if (!escapedSlash()) break;
     }
   }
 #endif

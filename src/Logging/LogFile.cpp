@@ -369,13 +369,7 @@ ZORLAN_HOT bool LogFileWriter::writeDirectly(Waiter& waiter,
   if (queueState->busy()) return false;
   try {
     LogFileBatchEntry* entry = &waiter.entry;
-    std::lock_guard lock(storageLock);
-    struct After {
-      LogFileWriter& writer;
-      const std::shared_ptr<LogFileWriter>& self;
-      ~After() { writer.afterWrite(self); }
-    } after{*this, self};
-    storage.appendBatch({&entry, 1});
+    appendLocked({&entry, 1}, self);
   } catch (...) {
     waiter.failure = std::current_exception();
   }
