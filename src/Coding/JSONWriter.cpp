@@ -153,47 +153,53 @@ const unsigned char* nextAttention(const unsigned char* begin, const unsigned ch
   return p;
 }
 
-// Whether no byte of [p, end) needs a look: read sixteen or eight bytes at a
-// time (the last read overlapping the one before), shorter texts padded
-// with plain letters.
-ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
+// Whether no byte of the `end - p` (below 16) bytes at `p` needs a look:
+// read as two overlapping blocks, the shortest texts padded with plain
+// letters.
+ZORLAN_HOT inline bool isShortPlainText(const unsigned char* p, const unsigned char* end,
+                                        bool slash) {
   const auto size = static_cast<std::size_t>(end - p);
-  std::uint64_t word = 0;
-#if defined(__SSE2__)
-  if (size >= 16) {
-    for (; end - p > 16; p += 16) {
-      if (needsAttention(load16(p), slash)) return false;
-    }
-    return !needsAttention(load16(end - 16), slash);
-  }
   if (size >= 8) {
     std::uint64_t head = 0, tail = 0;
     std::memcpy(&head, p, sizeof head);
     std::memcpy(&tail, end - 8, sizeof tail);
+#if defined(__SSE2__)
     return !needsAttention(
         _mm_set_epi64x(static_cast<long long>(tail), static_cast<long long>(head)), slash);
-  }
 #else
-  if (size >= 8) {
-    for (; end - p > 8; p += 8) {
-      std::memcpy(&word, p, sizeof word);
-      if (attentionMask(word, slash) != 0) return false;
-    }
-    std::memcpy(&word, end - 8, sizeof word);
-    return attentionMask(word, slash) == 0;
-  }
+    return (attentionMask(head, slash) | attentionMask(tail, slash)) == 0;
 #endif
+  }
   if (size >= 4) {
     std::uint32_t head = 0, tail = 0;
     std::memcpy(&head, p, sizeof head);
     std::memcpy(&tail, end - 4, sizeof tail);
-    word = head | (std::uint64_t{tail} << 32);
-    return attentionMask(word, slash) == 0;
+    return attentionMask(head | (std::uint64_t{tail} << 32), slash) == 0;
   }
   if (size == 0) return true;
-  word = 0x6161616161000000ULL | p[0] | (std::uint64_t{p[size / 2]} << 8) |
-         (std::uint64_t{p[size - 1]} << 16);
+  const std::uint64_t word = 0x6161616161000000ULL | p[0] | (std::uint64_t{p[size / 2]} << 8) |
+                             (std::uint64_t{p[size - 1]} << 16);
   return attentionMask(word, slash) == 0;
+}
+
+// Whether no byte of [p, end) needs a look: read sixteen (or eight) bytes at
+// a time, the last read overlapping the one before.
+ZORLAN_HOT bool isPlainText(const unsigned char* p, const unsigned char* end, bool slash) {
+  if (end - p < 16) return isShortPlainText(p, end, slash);
+#if defined(__SSE2__)
+  for (; end - p > 16; p += 16) {
+    if (needsAttention(load16(p), slash)) return false;
+  }
+  return !needsAttention(load16(end - 16), slash);
+#else
+  std::uint64_t word = 0;
+  for (; end - p > 8; p += 8) {
+    std::memcpy(&word, p, sizeof word);
+    if (attentionMask(word, slash) != 0) return false;
+  }
+  std::memcpy(&word, end - 8, sizeof word);
+  return attentionMask(word, slash) == 0;
+#endif
 }
 
 // Writes the bytes of [begin, end) from `from` on, with their escapes;
@@ -238,30 +244,6 @@ ZORLAN_HOT void writeStringTo(std::string_view text, bool slash, Out& out) {
     return;
   }
   writeStringRest(begin, begin, begin, end, slash, out);
-}
-
-// Whether no byte of the `end - p` (below 16) bytes at `p` needs a look.
-ZORLAN_HOT inline bool isShortPlainText(const unsigned char* p, const unsigned char* end,
-                                        bool slash) {
-  const auto size = static_cast<std::size_t>(end - p);
-#if defined(__SSE2__)
-  if (size >= 8) {
-    std::uint64_t head = 0, tail = 0;
-    std::memcpy(&head, p, sizeof head);
-    std::memcpy(&tail, end - 8, sizeof tail);
-    return !needsAttention(
-        _mm_set_epi64x(static_cast<long long>(tail), static_cast<long long>(head)), slash);
-  }
-#else
-  if (size >= 8) return isPlainText(p, end, slash);
-#endif
-  if (size >= 4) {
-    std::uint32_t head = 0, tail = 0;
-    std::memcpy(&head, p, sizeof head);
-    std::memcpy(&tail, end - 4, sizeof tail);
-    return attentionMask(head | (std::uint64_t{tail} << 32), slash) == 0;
-  }
-  return isPlainText(p, end, slash);
 }
 
 // Copies the `size` (below 16) bytes at `from` to `to`, in at most two
