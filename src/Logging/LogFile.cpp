@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "Base/Futex.hpp"
 #include "Base/HotPath.hpp"
 #include "Dispatch/QueueImpl.hpp"
 #include "Logging/LogFileStorage.hpp"
@@ -62,11 +63,11 @@ class StorageLock {
     std::uint32_t seen = kFree;
     if (state_.compare_exchange_strong(seen, kHeld, std::memory_order_acquire)) return;
     while (state_.exchange(kHeldWithWaiters, std::memory_order_acquire) != kFree) {
-      state_.wait(kHeldWithWaiters, std::memory_order_relaxed);
+      futexWait(state_, kHeldWithWaiters);
     }
   }
   void unlock() noexcept {
-    if (state_.exchange(kFree, std::memory_order_release) == kHeldWithWaiters) state_.notify_one();
+    if (state_.exchange(kFree, std::memory_order_release) == kHeldWithWaiters) futexWakeOne(state_);
   }
 
  private:
@@ -162,8 +163,11 @@ struct LogFileWriter {
   std::vector<Waiter*> pending;  // guarded by `commitMutex`, oldest first
   // Sleeping callers wait on one of these (by thread), bumped when one of
   // theirs has news: waking only those, and outliving every waiter.
+  // `sleepers` counts the callers about to sleep or asleep on each: news for
+  // callers all awake costs no system call.
   static constexpr std::uint32_t kWakeSlots = 16;
   std::array<std::atomic<std::uint32_t>, kWakeSlots> wakes{};
+  std::array<std::atomic<std::uint32_t>, kWakeSlots> sleepers{};
   std::vector<Waiter*> batch;                    // used by the caller holding the turn only
   std::vector<LogFileBatchEntry*> batchEntries;  // likewise
 };
@@ -265,12 +269,18 @@ ZORLAN_HOT void LogFileWriter::commit(Waiter& waiter, const std::shared_ptr<LogF
       pending.push_back(&waiter);  // may throw: then nothing changed but `phase`, harmlessly
       lock.unlock();
       std::atomic<std::uint32_t>& wake = wakes[slot];
+      std::atomic<std::uint32_t>& sleeping = sleepers[slot];
+      // Counted before looking, so that the one with news either sees this
+      // caller counted or has already bumped `wake` for it (both sequentially
+      // consistent).
       while (true) {
-        const std::uint32_t news = wake.load(std::memory_order_acquire);
-        const std::uint32_t state = waiter.state.load(std::memory_order_acquire);
+        sleeping.fetch_add(1, std::memory_order_seq_cst);
+        const std::uint32_t news = wake.load(std::memory_order_seq_cst);
+        const std::uint32_t state = waiter.state.load(std::memory_order_seq_cst);
+        if (state == 0) futexWait(wake, news);
+        sleeping.fetch_sub(1, std::memory_order_relaxed);
         if (state == kDone) return;
         if (state == kLead) break;
-        wake.wait(news, std::memory_order_acquire);
       }
       lock.lock();  // handed the turn: `phase` stays kEventsPending
       return writePending(&waiter, lock, self);
@@ -323,8 +333,8 @@ ZORLAN_HOT void LogFileWriter::writePending(Waiter* own, std::unique_lock<std::m
     lock.unlock();  // from here on `batch` may be another's
     for (std::uint32_t i = 0; slots != 0; ++i, slots >>= 1) {
       if ((slots & 1u) == 0) continue;
-      wakes[i].fetch_add(1, std::memory_order_release);
-      wakes[i].notify_all();
+      wakes[i].fetch_add(1, std::memory_order_seq_cst);
+      if (sleepers[i].load(std::memory_order_seq_cst) != 0) futexWakeAll(wakes[i]);
     }
     own = nullptr;
     if (!more) return;
