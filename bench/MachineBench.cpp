@@ -1,8 +1,8 @@
 // What this machine charges for the steps a durable log write from many
 // threads is made of, so that the logging ratios can be read against it:
 // - one `pwrite` of an event's size (193 bytes) at the end of a growing file;
-// - the same when consecutive writes come from two CPUs in turn (the file's
-//   kernel state moves between them): one iteration is two writes;
+// - the same when consecutive writes come from two CPUs in turn (presumably
+//   the file's kernel state moving between them): one iteration is two writes;
 // - handing the turn from one thread to another through a futex, the
 //   threads on one CPU or on two: one iteration is a round trip, two
 //   hand-offs.
