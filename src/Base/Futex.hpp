@@ -12,9 +12,9 @@
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#endif
 
 #include <climits>
-#endif
 
 namespace zorlan::detail {
 
@@ -30,24 +30,21 @@ inline void futexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected) 
 #endif
 }
 
-// Wakes one thread sleeping on `word`, if any.
-inline void futexWakeOne(std::atomic<std::uint32_t>& word) noexcept {
+// Wakes up to `count` threads sleeping on `word`.
+inline void futexWake(std::atomic<std::uint32_t>& word, int count) noexcept {
 #if defined(__linux__)
-  ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word), FUTEX_WAKE_PRIVATE, 1, nullptr,
+  ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word), FUTEX_WAKE_PRIVATE, count, nullptr,
             nullptr, 0);
 #else
-  word.notify_one();
+  if (count == 1) {
+    word.notify_one();
+  } else {
+    word.notify_all();
+  }
 #endif
 }
 
-// Wakes every thread sleeping on `word`.
-inline void futexWakeAll(std::atomic<std::uint32_t>& word) noexcept {
-#if defined(__linux__)
-  ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word), FUTEX_WAKE_PRIVATE, INT_MAX,
-            nullptr, nullptr, 0);
-#else
-  word.notify_all();
-#endif
-}
+inline void futexWakeOne(std::atomic<std::uint32_t>& word) noexcept { futexWake(word, 1); }
+inline void futexWakeAll(std::atomic<std::uint32_t>& word) noexcept { futexWake(word, INT_MAX); }
 
 }  // namespace zorlan::detail
